@@ -1,0 +1,114 @@
+#include "automation/server.h"
+
+#include <algorithm>
+
+#include "automation/com_method.h"
+#include "automation/module.h"
+#include "automation/type_library.h"
+
+namespace kel::automation {
+namespace {
+
+HMODULE moduleHandle = nullptr;
+
+// One factory serves one class. It answers only the interfaces it has: an object that claims more
+// (IMarshal above all) cannot be created from another apartment.
+class ClassFactory final : public IClassFactory {
+public:
+    explicit ClassFactory(const ClassEntry& entry) noexcept : entry_(entry) { ModuleLocks::add(); }
+    ClassFactory(const ClassFactory&) = delete;
+    ClassFactory& operator=(const ClassFactory&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IClassFactory);
+        *object = known ? static_cast<IClassFactory*>(this) : nullptr;
+        if (!known) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override {
+        return static_cast<ULONG>(InterlockedIncrement(&references_));
+    }
+    STDMETHODIMP_(ULONG) Release() noexcept override {
+        const LONG left = InterlockedDecrement(&references_);
+        if (left == 0) {
+            delete this;
+        }
+        return static_cast<ULONG>(left);
+    }
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) noexcept override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        *object = nullptr;
+        return outer != nullptr ? CLASS_E_NOAGGREGATION : entry_.create(iid, object);
+    }
+    STDMETHODIMP LockServer(BOOL lock) noexcept override {
+        lock ? ModuleLocks::add() : ModuleLocks::remove();
+        return S_OK;
+    }
+
+private:
+    ~ClassFactory() { ModuleLocks::remove(); }
+
+    LONG references_ = 1;
+    const ClassEntry& entry_;
+};
+
+}  // namespace
+
+void ServerAttach(HMODULE module) noexcept { moduleHandle = module; }
+
+HMODULE ModuleHandle() noexcept { return moduleHandle; }
+
+std::wstring ModulePath() {
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length =
+            GetModuleFileNameW(moduleHandle, path.data(), static_cast<DWORD>(path.size()));
+        if (length == 0) {
+            throw Error::FromCode(HRESULT_FROM_WIN32(GetLastError()));
+        }
+        if (length < path.size()) {
+            path.resize(length);
+            return path;
+        }
+        path.resize(path.size() * 2);
+    }
+}
+
+HRESULT ServerGetClassObject(REFCLSID clsid, REFIID iid, void** object) noexcept {
+    if (object == nullptr) {
+        return E_POINTER;
+    }
+    *object = nullptr;
+    const auto classes = ThisModule().classes;
+    const auto entry = std::find_if(classes.begin(), classes.end(), [&](const ClassEntry& one) {
+        return IsEqualCLSID(one.clsid, clsid);
+    });
+    if (entry == classes.end()) {
+        return CLASS_E_CLASSNOTAVAILABLE;
+    }
+    return ComMethod([&] {
+        const auto factory = ComPtr<ClassFactory>::Adopt(new ClassFactory(*entry));
+        const HRESULT code = factory->QueryInterface(iid, object);
+        if (FAILED(code)) {
+            throw Error::FromCode(code);
+        }
+    });
+}
+
+HRESULT ServerCanUnloadNow() noexcept {
+    if (ModuleLocks::count() != 0) {
+        return S_FALSE;
+    }
+    ReleaseTypeInfos();
+    return S_OK;
+}
+
+}  // namespace kel::automation

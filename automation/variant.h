@@ -1,0 +1,78 @@
+// Owner of one automation variant.
+#pragma once
+
+#include "automation/bstr.h"
+#include "automation/com_ptr.h"
+
+namespace kel::automation {
+
+// Holds one VARIANT and clears it. Same verbs as ComPtr.
+class Variant {
+public:
+    Variant() noexcept { VariantInit(&value_); }
+    Variant(const Variant& other) : Variant(other.value_) {}
+    Variant(Variant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
+    // A copy: texts are duplicated, objects gain a reference, a by-reference value stays one.
+    //   throws  std::bad_alloc or the platform's error
+    explicit Variant(const VARIANT& value);
+    explicit Variant(TextView text);
+    explicit Variant(Bstr text) noexcept;
+    explicit Variant(IDispatch* shared) noexcept;
+    explicit Variant(short number) noexcept;
+    explicit Variant(long number) noexcept;
+    explicit Variant(bool flag) noexcept;
+    ~Variant() { VariantClear(&value_); }
+
+    Variant& operator=(Variant other) noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
+
+    // A copy of what the value refers to: by-reference values are copied through to their target.
+    static Variant Through(const VARIANT& value);
+
+    // A by-reference argument: the callee may replace the caller's text.
+    static Variant Reference(BSTR* text) noexcept;
+
+    // The value that automation clients pass for an optional argument left out.
+    static Variant Missing() noexcept;
+
+    const VARIANT& get() const noexcept { return value_; }
+    VARIANT* put() noexcept {
+        reset();
+        return &value_;
+    }
+    VARIANT* inOut() noexcept { return &value_; }
+    VARIANT detach() noexcept {
+        const VARIANT result = value_;
+        VariantInit(&value_);
+        return result;
+    }
+    void reset() noexcept { VariantClear(&value_); }
+
+    bool isObject() const noexcept {
+        return V_VT(&value_) == VT_DISPATCH || V_VT(&value_) == VT_UNKNOWN;
+    }
+    // The object held, through interface T; empty when there is none.
+    template <typename T>
+    ComPtr<T> object() const noexcept {
+        return isObject() ? ComPtr<IUnknown>(V_UNKNOWN(&value_)).as<T>() : ComPtr<T>();
+    }
+
+    // The value as text by the platform's coercion rules.
+    //   throws  13 (type mismatch) for what has no text
+    Bstr text() const;
+    // The value as a truth value by the platform's coercion rules; throws 13.
+    bool boolean() const;
+
+private:
+    // The platform's routines read their source through a pointer to non-const.
+    VARIANT* borrowed() const noexcept { return const_cast<VARIANT*>(&value_); }
+
+    VARIANT value_;
+};
+
+// Whether an optional Variant argument was left out.
+bool IsMissing(const VARIANT* argument) noexcept;
+
+}  // namespace kel::automation
