@@ -1,0 +1,200 @@
+#include "core/collection.h"
+
+#include <algorithm>
+
+#include "core/fast_collection.h"
+
+namespace kel::core {
+
+using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
+
+namespace {
+
+// Walks a collection by index, so that it sees what is there now.
+class CollectionEnumerator final : public IEnumVARIANT {
+public:
+    explicit CollectionEnumerator(Collection& collection, long next = 1)
+        : collection_(&collection), next_(next) {
+        ModuleLocks::add();
+    }
+    CollectionEnumerator(const CollectionEnumerator&) = delete;
+    CollectionEnumerator& operator=(const CollectionEnumerator&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+        if (object == nullptr) {
+            return E_POINTER;
+        }
+        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IEnumVARIANT);
+        *object = known ? static_cast<IEnumVARIANT*>(this) : nullptr;
+        if (!known) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override {
+        return static_cast<ULONG>(InterlockedIncrement(&references_));
+    }
+    STDMETHODIMP_(ULONG) Release() noexcept override {
+        const LONG left = InterlockedDecrement(&references_);
+        if (left == 0) {
+            delete this;
+        }
+        return static_cast<ULONG>(left);
+    }
+
+    STDMETHODIMP Next(ULONG wanted, VARIANT* items, ULONG* fetched) noexcept override {
+        if (fetched != nullptr) {
+            *fetched = 0;
+        }
+        if (items == nullptr) {
+            return E_POINTER;
+        }
+        ULONG given = 0;
+        const HRESULT code = ComMethod([&] {
+            for (; given < wanted && next_ <= collection_->count(); ++given, ++next_) {
+                items[given] = Variant(collection_->at(next_)).detach();
+            }
+        });
+        if (fetched != nullptr) {
+            *fetched = given;
+        }
+        return FAILED(code) ? code : (given == wanted ? S_OK : S_FALSE);
+    }
+    STDMETHODIMP Skip(ULONG count) noexcept override {
+        const long left = std::max(collection_->count() - next_ + 1, 0L);
+        const bool enough = count <= static_cast<ULONG>(left);
+        next_ += enough ? static_cast<long>(count) : left;
+        return enough ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP Reset() noexcept override {
+        next_ = 1;
+        return S_OK;
+    }
+    STDMETHODIMP Clone(IEnumVARIANT** clone) noexcept override {
+        return ComMethod([&] {
+            Out result{clone};
+            result = ComPtr<IEnumVARIANT>::Adopt(new CollectionEnumerator(*collection_.get(), next_));
+        });
+    }
+
+private:
+    ~CollectionEnumerator() { ModuleLocks::remove(); }
+
+    LONG references_ = 1;
+    const ComPtr<Collection> collection_;
+    long next_;
+};
+
+// A key argument: text, or nothing. Other kinds are refused, as everywhere.
+Text KeyOf(const VARIANT& key) {
+    if (IsMissing(&key) || V_VT(&key) == VT_EMPTY) {
+        return {};
+    }
+    const Variant target = Variant::Through(key);
+    if (V_VT(&target.get()) != VT_BSTR) {
+        throw Error(kTypeMismatch);
+    }
+    return Lower(View(V_BSTR(&target.get())));
+}
+
+}  // namespace
+
+const Variant& Collection::at(long index) const {
+    if (index < 1 || index > count()) {
+        throw Error(kSubscriptOutOfRange);
+    }
+    return items_[static_cast<std::size_t>(index - 1)].value;
+}
+
+const Variant* Collection::find(TextView key) const {
+    const Text lowered = Lower(key);
+    const auto found = std::find_if(items_.begin(), items_.end(), [&](const Entry& entry) {
+        return !entry.key.empty() && entry.key == lowered;
+    });
+    return found != items_.end() ? &found->value : nullptr;
+}
+
+void Collection::add(Variant item, TextView key) { insert(items_.size(), std::move(item), Lower(key)); }
+
+void Collection::insert(std::size_t at, Variant item, Text key) {
+    if (!key.empty() && std::any_of(items_.begin(), items_.end(), [&](const Entry& entry) {
+            return entry.key == key;
+        })) {
+        throw Error(kKeyExists);
+    }
+    items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(at),
+                  Entry{std::move(item), std::move(key)});
+}
+
+std::size_t Collection::position(const VARIANT& index) const {
+    const Variant target = Variant::Through(index);
+    if (V_VT(&target.get()) == VT_BSTR) {
+        const Text key = Lower(View(V_BSTR(&target.get())));
+        const auto found = std::find_if(items_.begin(), items_.end(), [&](const Entry& entry) {
+            return !entry.key.empty() && entry.key == key;
+        });
+        if (found == items_.end()) {
+            throw Error(kInvalidCall);
+        }
+        return static_cast<std::size_t>(found - items_.begin());
+    }
+    if (!IsIndexNumber(target.get())) {
+        throw Error(kTypeMismatch);
+    }
+    Variant number;
+    if (FAILED(VariantChangeType(
+            number.put(), const_cast<VARIANT*>(&target.get()), 0, VT_I4)) ||
+        V_I4(&number.get()) < 1 || V_I4(&number.get()) > count()) {
+        throw Error(kSubscriptOutOfRange);
+    }
+    return static_cast<std::size_t>(V_I4(&number.get()) - 1);
+}
+
+STDMETHODIMP Collection::Add(VARIANT item, VARIANT key, VARIANT before, VARIANT after) noexcept {
+    return ComMethod([&] {
+        const bool isBefore = !IsMissing(&before);
+        const bool isAfter = !IsMissing(&after);
+        if (isBefore && isAfter) {
+            throw Error(kInvalidCall);
+        }
+        std::size_t at = items_.size();
+        if (isBefore) {
+            at = position(before);
+        } else if (isAfter) {
+            at = position(after) + 1;
+        }
+        insert(at, Variant::Through(item), KeyOf(key));
+    });
+}
+
+STDMETHODIMP Collection::get_Count(long* result) noexcept {
+    return ComMethod([&] {
+        Out out{result};
+        out = count();
+    });
+}
+
+STDMETHODIMP Collection::get_Item(VARIANT index, VARIANT* result) noexcept {
+    return ComMethod([&] {
+        Out out{result};
+        out = Variant(items_[position(index)].value);
+    });
+}
+
+STDMETHODIMP Collection::Remove(VARIANT index) noexcept {
+    return ComMethod([&] {
+        const auto at = items_.begin() + static_cast<std::ptrdiff_t>(position(index));
+        const Entry leaving = std::move(*at);  // released when the list is whole again
+        items_.erase(at);
+    });
+}
+
+STDMETHODIMP Collection::get__NewEnum(IUnknown** result) noexcept {
+    return ComMethod([&] {
+        Out out{result};
+        out = ComPtr<IEnumVARIANT>::Adopt(new CollectionEnumerator(*this));
+    });
+}
+
+}  // namespace kel::core

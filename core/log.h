@@ -1,0 +1,19 @@
+// The diagnostic log: one text file, one line per message, opened and closed for every line.
+#pragma once
+
+#include "automation/text.h"
+
+namespace kel::core {
+
+// Appends a line when logging is on and the message's level is high enough. Levels run from 1 (most
+// important) to 9 (most detailed); 0 and less count as 9. Settings are read at every call: "Log"
+// switches on with anything but "0"; "LogLevel" is the lowest level written and, when it exists,
+// also the path of the file (clients of old rely on that), else the file is c:\kelSDK.log.
+// The line: local date and time in the user's general format, thread identifier, message; UTF-8.
+// Every failure is ignored: a log never disturbs its program.
+void WriteLog(automation::TextView message, short level) noexcept;
+
+// A line of 50 "=" at level 9.
+void LogSeparator() noexcept;
+
+}  // namespace kel::core
