@@ -119,7 +119,8 @@ void UnregisterLibrary(RegistrationScope scope) {
         scope == RegistrationScope::kMachine ? UnRegisterTypeLib : UnRegisterTypeLibForUser;
     const HRESULT code =
         unregisterIt(identity.guid, identity.major, identity.minor, 0, identity.kind);
-    if (code != TYPE_E_REGISTRYACCESS) {  // what is not there
+    // What is not there; the second is what Wine says.
+    if (code != TYPE_E_REGISTRYACCESS && code != E_INVALIDARG) {
         Check(code);
     }
 }

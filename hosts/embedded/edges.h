@@ -1,0 +1,44 @@
+// The edge between automation and the portable library: text without a copy, errors by number.
+#pragma once
+
+#include "automation/com_method.h"
+#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text.h"
+#include "kelSDK.h"
+
+namespace kel::embedded {
+
+// The two text types have the same units, so a view of one is a view of the other.
+static_assert(sizeof(wchar_t) == sizeof(char16_t));
+
+inline multivalue::TextView Units(automation::TextView text) noexcept {
+    return {reinterpret_cast<const char16_t*>(text.data()), text.size()};
+}
+inline multivalue::TextView Units(BSTR text) noexcept { return Units(automation::View(text)); }
+
+inline automation::TextView Wide(multivalue::TextView text) noexcept {
+    return {reinterpret_cast<const wchar_t*>(text.data()), text.size()};
+}
+
+// Numbers of this back-end's own errors: this base plus the kind. Published in docs/errors.md.
+inline constexpr long kOwnErrors = automation::kObjectError + 0x200;
+
+// The number that clients compare against.
+long NumberOf(multivalue::ErrorKind kind) noexcept;
+
+// Runs the body of a published member: what the library throws comes out under "kelos1::" and the
+// member's name.
+template <typename Body>
+HRESULT HostMember(const wchar_t* member, Body&& body) noexcept {
+    return automation::ComMethod([&] {
+        try {
+            body();
+        } catch (const multivalue::Error& error) {
+            throw automation::Error(NumberOf(error.kind()),
+                                    automation::Text(L"kelos1::") + member,
+                                    Wide(error.text()));
+        }
+    });
+}
+
+}  // namespace kel::embedded

@@ -1,0 +1,106 @@
+// Files and records of the embedded back-end.
+#include "hosts/embedded/edges.h"
+#include "hosts/embedded/host.h"
+
+namespace kel::embedded {
+
+using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
+
+namespace {
+
+// What a read says of the record; 0 is read.
+constexpr short kMissing = 1;
+constexpr short kLocked = 2;
+
+}  // namespace
+
+multivalue::FileNumber Host::fileOf(IDispatch** fileVar) const {
+    const auto file = FileVariableObject::From(Require(fileVar));
+    if (!file || !file->content.isOpen || file->content.connection != connection_) {
+        throw Error(mvOpenNotOpen, L"kelos1", L"The file variable is not open in this connection.");
+    }
+    return file->content.number;
+}
+
+STDMETHODIMP Host::mvRead(VARIANT_BOOL readU,
+                          BSTR recordNumber,
+                          IDispatch** fileVar,
+                          short* status,
+                          IDispatch** result) noexcept {
+    return HostMember(L"mvRead", [&] {
+        Out out{result};
+        Require(status);
+        multivalue::Store& records = store();
+        const multivalue::FileNumber file = fileOf(fileVar);
+        const multivalue::TextView id = Units(recordNumber);
+        // A lock may be taken on a record that does not exist, so it comes first.
+        if (readU != VARIANT_FALSE && records.Lock(file, id, lockWaitMs_)) {
+            *status = kLocked;
+            return;
+        }
+        multivalue::Text record;
+        if (!records.Read(file, id, record)) {
+            *status = kMissing;
+            return;
+        }
+        out = Make<RecordBufferObject>(multivalue::DynamicArray(std::move(record)));
+        *status = 0;
+    });
+}
+
+STDMETHODIMP Host::mvWrite(VARIANT_BOOL writeU,
+                           BSTR recordNumber,
+                           IDispatch** fileVar,
+                           IDispatch** array) noexcept {
+    return HostMember(L"mvWrite", [&] {
+        multivalue::Store& records = store();
+        const multivalue::FileNumber file = fileOf(fileVar);
+        const auto buffer = RecordBufferObject::From(Require(array));
+        if (!buffer) {
+            throw Error(kTypeMismatch,
+                        L"kelos1::mvWrite",
+                        L"The object is no record buffer of this back-end.");
+        }
+        multivalue::Text storage;
+        const multivalue::TextView text = buffer->content.array.View({}, storage);
+        records.Write(file,
+                      Units(recordNumber),
+                      text,
+                      writeU != VARIANT_FALSE ? multivalue::AfterWrite::kKeep
+                                              : multivalue::AfterWrite::kRelease);
+    });
+}
+
+STDMETHODIMP Host::mvDelete(BSTR recordNumber, IDispatch** fileVar) noexcept {
+    return HostMember(L"mvDelete", [&] {
+        store().Delete(fileOf(fileVar), Units(recordNumber));  // a missing record is no failure
+    });
+}
+
+STDMETHODIMP Host::mvRelease(IDispatch** fileVar, BSTR recordNumber) noexcept {
+    return HostMember(L"mvRelease", [&] {
+        store().Unlock(fileOf(fileVar), Units(recordNumber));
+    });
+}
+
+STDMETHODIMP Host::OpenFile(BSTR fileName, IDispatch** result) noexcept {
+    return HostMember(L"OpenFile", [&] {
+        Out out{result};
+        const auto number = store().FindFile(Units(fileName));
+        if (!number) {
+            throw Error(mvOpenNotFound,
+                        L"kelos1::OpenFile",
+                        Text(L"There is no file \"").append(View(fileName)).append(L"\" in this account."));
+        }
+        out = Make<FileVariableObject>(FileVariable{*number, connection_, true});
+    });
+}
+
+STDMETHODIMP Host::CloseFile(IDispatch** fileVar) noexcept {
+    return HostMember(L"CloseFile", [&] {
+        fileOf(fileVar);
+        FileVariableObject::From(*fileVar)->content.isOpen = false;
+    });
+}
+
+}  // namespace kel::embedded

@@ -1,0 +1,139 @@
+#include "hosts/embedded/properties.h"
+
+#include <algorithm>
+
+#include "automation/error.h"
+#include "hosts/embedded/edges.h"
+
+namespace kel::embedded {
+
+using automation::ComPtr;
+using automation::Error;
+using automation::Text;
+using automation::TextView;
+
+namespace {
+
+constexpr const wchar_t* kSource = L"kelos1::PropertyValue";
+constexpr const wchar_t* kString = L"String";
+constexpr const wchar_t* kObject = L"Object";
+
+enum Property : std::size_t { kDatabase, kUser, kLockWait, kReadOnly, kApplication };
+
+constexpr std::array<ConnectionProperties::Description, ConnectionProperties::kCount> kTable{{
+    {L"Database", kString, L"Path of the account file; a missing one is created", L""},
+    {L"User", kString, L"Name shown to others who meet a lock of this session", L""},
+    {L"LockWait", kString, L"Seconds that a read with lock waits for a locked record", L"0"},
+    {L"ReadOnly", kString, L"True opens the account for reading only", L"False"},
+    {L"Application", kObject, L"Object that stored programs see as Application", L""},
+}};
+
+struct Word {
+    const wchar_t* word;
+    bool value;
+};
+constexpr std::array<Word, 8> kTruthWords{{{L"true", true},
+                                           {L"yes", true},
+                                           {L"1", true},
+                                           {L"-1", true},
+                                           {L"false", false},
+                                           {L"no", false},
+                                           {L"0", false},
+                                           {L"", false}}};
+
+[[noreturn]] void Refuse(const Text& text) { throw Error(automation::kInvalidCall, kSource, text); }
+
+[[noreturn]] void RefuseValue(std::size_t index, const Text& value, const wchar_t* expected) {
+    Refuse(Text(L"The property ") + kTable[index].name + L" takes " + expected + L", not \"" +
+           value + L"\".");
+}
+
+}  // namespace
+
+const ConnectionProperties::Description& ConnectionProperties::At(short number) {
+    if (number < 1 || number > kCount) {
+        throw Error(automation::kSubscriptOutOfRange,
+                    L"kelos1::GetPropertyName",
+                    L"There is no connection property number " + automation::DecimalText(number) +
+                        L"; they are numbered from 1 to " + automation::DecimalText(kCount) + L".");
+    }
+    return kTable[static_cast<std::size_t>(number - 1)];
+}
+
+const ConnectionProperties::Description& ConnectionProperties::Named(TextView name) {
+    const auto found = std::find_if(kTable.begin(), kTable.end(), [&](const Description& row) {
+        return automation::LowerEquals(name, automation::Lower(row.name));
+    });
+    if (found == kTable.end()) {
+        Refuse(Text(L"There is no connection property \"").append(name).append(L"\"."));
+    }
+    return *found;
+}
+
+std::size_t ConnectionProperties::indexOf(TextView name, bool isObject) {
+    const Description& row = Named(name);
+    if ((TextView(row.type) == kObject) != isObject) {
+        Refuse(Text(L"The property ") + row.name +
+               (isObject ? L" is a text, not an object." : L" is an object, not a text."));
+    }
+    return static_cast<std::size_t>(&row - kTable.data());
+}
+
+const Text& ConnectionProperties::text(TextView name) const { return texts_[indexOf(name, false)]; }
+
+void ConnectionProperties::setText(TextView name, TextView value) {
+    texts_[indexOf(name, false)] = value;
+}
+
+ComPtr<IDispatch> ConnectionProperties::object(TextView name) const {
+    indexOf(name, true);
+    return application_;
+}
+
+void ConnectionProperties::setObject(TextView name, IDispatch* value) {
+    indexOf(name, true);
+    application_ = ComPtr<IDispatch>(value);
+}
+
+Text ConnectionProperties::effective(std::size_t index) const {
+    return texts_[index].empty() ? Text(kTable[index].fallback) : texts_[index];
+}
+
+TextView ConnectionProperties::path() const {
+    if (texts_[kDatabase].empty()) {
+        Refuse(L"The property Database is empty; it takes the path of the account file.");
+    }
+    return texts_[kDatabase];
+}
+
+StoreOptions ConnectionProperties::storeOptions() const {
+    const Text readOnly = effective(kReadOnly);
+    const Text lowered = automation::Lower(readOnly);
+    const auto found = std::find_if(kTruthWords.begin(), kTruthWords.end(), [&](const Word& row) {
+        return lowered == row.word;
+    });
+    if (found == kTruthWords.end()) {
+        RefuseValue(kReadOnly, readOnly, L"True or False");
+    }
+    StoreOptions options;
+    options.readOnly = found->value;
+    options.user = Units(TextView(texts_[kUser]));
+    return options;
+}
+
+std::uint32_t ConnectionProperties::lockWaitMs() const {
+    constexpr double kLongestSeconds = 86400;
+    constexpr double kMilliseconds = 1000;
+    const Text text = effective(kLockWait);
+    const automation::Bstr copy(text);
+    double seconds = 0;
+    // Written with a point whatever the user's language is: it is a setting, not an entry.
+    constexpr LCID kNeutralEnglish = MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT);
+    if (FAILED(VarR8FromStr(copy.get(), kNeutralEnglish, 0, &seconds)) || seconds < 0 ||
+        seconds > kLongestSeconds) {
+        RefuseValue(kLockWait, text, L"a number of seconds from 0 to 86400");
+    }
+    return static_cast<std::uint32_t>(seconds * kMilliseconds);
+}
+
+}  // namespace kel::embedded
