@@ -1,0 +1,142 @@
+#include "hosts/embedded/store/account_file.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+namespace kel::embedded {
+
+using multivalue::Error;
+using multivalue::ErrorKind;
+using multivalue::Text;
+using multivalue::TextView;
+
+namespace {
+
+Text Digits(std::int64_t number) {
+    return TextOf(std::to_string(number));
+}
+
+[[noreturn]] void Refuse(ErrorKind kind, TextView path, TextView why) {
+    throw Error(kind, u"\"" + Text(path) + u"\" " + Text(why) + u".");
+}
+
+// The engine takes a file shorter than its smallest page for an empty one, and would write over it.
+constexpr std::uintmax_t kSmallestDatabase = 512;
+
+// Refuses what the engine would misunderstand or report badly. Returns whether anything is there.
+bool CheckPath(TextView path) {
+    if (path.empty() || path.find(u'\0') != TextView::npos || path == u":memory:") {
+        Refuse(ErrorKind::kCannotOpen, path, u"is no path of an account");
+    }
+    try {
+        const std::filesystem::path file(path);
+        std::error_code error;
+        const std::filesystem::file_type type = std::filesystem::status(file, error).type();
+        if (type == std::filesystem::file_type::directory) {
+            Refuse(ErrorKind::kCannotOpen, path, u"is a folder, not an account");
+        }
+        if (type == std::filesystem::file_type::regular) {
+            const std::uintmax_t size = std::filesystem::file_size(file, error);
+            if (!error && size != 0 && size < kSmallestDatabase) {
+                Refuse(ErrorKind::kNotAnAccount, path, u"is not an account");
+            }
+        }
+        return type != std::filesystem::file_type::not_found;
+    } catch (const std::system_error&) {
+        Refuse(ErrorKind::kCannotOpen, path, u"is no path of an account");
+    }
+}
+
+bool IsEmpty(Database& database) {
+    return database.QueryInteger("SELECT count(*) FROM sqlite_schema") == 0 &&
+           database.QueryInteger("PRAGMA application_id") == 0 &&
+           database.QueryInteger("PRAGMA user_version") == 0;
+}
+
+void CheckFormat(Database& database) {
+    if (database.QueryInteger("PRAGMA application_id") != kApplicationId) {
+        Refuse(ErrorKind::kNotAnAccount,
+               database.path(),
+               u"is not an account but another program's database");
+    }
+    const std::int64_t format = database.QueryInteger("PRAGMA user_version");
+    if (format > kFormat) {
+        Refuse(ErrorKind::kNewerFormat,
+               database.path(),
+               u"was written by a later version of this program (format " + Digits(format) +
+                   u", this one reads up to " + Digits(kFormat) + u")");
+    }
+    if (format < 1) {
+        Refuse(ErrorKind::kDamaged, database.path(), u"is damaged: it has no format number");
+    }
+}
+
+// Several processes may find the file empty at once: the first makes the tables, under a lock.
+void Initialise(Database& database) {
+    database.Execute("PRAGMA journal_mode = WAL");
+    database.Execute("BEGIN IMMEDIATE");
+    try {
+        if (IsEmpty(database)) {
+            const std::string marks = "PRAGMA application_id = " + std::to_string(kApplicationId) +
+                                      "; PRAGMA user_version = " + std::to_string(kFormat);
+            database.Execute(
+                "CREATE TABLE catalogue("
+                " number INTEGER PRIMARY KEY AUTOINCREMENT,"
+                " name BLOB NOT NULL UNIQUE)");
+            database.Execute(marks.c_str());
+        }
+        database.Execute("COMMIT");
+    } catch (...) {
+        if (database.InTransaction()) {
+            database.Execute("ROLLBACK");
+        }
+        throw;
+    }
+}
+
+}  // namespace
+
+Database OpenAccount(TextView path, const StoreOptions& options) {
+    const bool isThere = CheckPath(path);
+    if (!isThere && (options.readOnly || !options.createMissing)) {
+        Refuse(ErrorKind::kCannotOpen, path, u"is not there");
+    }
+    Database database(path,
+                      options.readOnly ? Database::Mode::kReadOnly : Database::Mode::kCreate,
+                      static_cast<int>(options.busyWaitMs));
+    const bool isEmpty = IsEmpty(database);
+    if (options.readOnly) {
+        if (isEmpty) {
+            Refuse(ErrorKind::kNotAnAccount, path, u"is not an account: it is empty");
+        }
+        CheckFormat(database);
+        return database;
+    }
+    if (database.IsReadOnly()) {
+        Refuse(ErrorKind::kReadOnly, path, u"may not be written to");
+    }
+    if (!isEmpty) {
+        CheckFormat(database);  // before anything of a foreign database is changed
+    }
+    if (options.maxBytes != 0) {
+        const std::int64_t pageSize = database.QueryInteger("PRAGMA page_size");
+        const auto pages = static_cast<std::int64_t>(options.maxBytes) / pageSize;
+        database.Execute(
+            ("PRAGMA max_page_count = " + std::to_string(pages > 0 ? pages : 1)).c_str());
+    }
+    if (isEmpty) {
+        Initialise(database);
+        CheckFormat(database);
+    } else {
+        database.Execute("PRAGMA journal_mode = WAL");
+    }
+    database.Execute(options.durability == Durability::kPower ? "PRAGMA synchronous = FULL"
+                                                              : "PRAGMA synchronous = NORMAL");
+    // The log is cut back to this after a large batch instead of keeping its size for ever.
+    database.Execute("PRAGMA journal_size_limit = 16777216; PRAGMA cache_size = -16384");
+    return database;
+}
+
+}  // namespace kel::embedded

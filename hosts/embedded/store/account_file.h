@@ -1,0 +1,18 @@
+// Opening an account's database file: what may be at the path, the format's marks, the settings of
+// the connection.
+#pragma once
+
+#include "hosts/embedded/store/database.h"
+#include "hosts/embedded/store/sqlite_store.h"
+
+namespace kel::embedded {
+
+// Stored in the file's header; published, never change. The format number rises when an older
+// program could no longer read what a newer one writes.
+inline constexpr std::int64_t kApplicationId = 0x6B656C31;
+inline constexpr std::int64_t kFormat = 1;
+
+// A connection ready for use, the account made if it was missing. Errors: see OpenStore.
+Database OpenAccount(multivalue::TextView path, const StoreOptions& options);
+
+}  // namespace kel::embedded

@@ -1,0 +1,154 @@
+#include "hosts/embedded/store/codec.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace kel::embedded {
+
+using multivalue::Text;
+using multivalue::TextView;
+
+namespace {
+
+constexpr std::uint8_t kOneByteUnits = 0;
+constexpr std::uint8_t kTwoByteUnits = 1;
+
+// Loops over a fixed number of units: the compiler makes vector code of them at -O2.
+constexpr std::size_t kBlock = 32;
+
+bool AllBelow256(TextView text) {
+    const char16_t* unit = text.data();
+    std::size_t left = text.size();
+    for (; left >= kBlock; left -= kBlock, unit += kBlock) {
+        char16_t any = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            any = static_cast<char16_t>(any | unit[i]);
+        }
+        if (any > 0xFF) {
+            return false;
+        }
+    }
+    return std::all_of(unit, unit + left, [](char16_t c) { return c <= 0xFF; });
+}
+
+template <typename From, typename To>
+void Convert(const From* from, To* to, std::size_t count) {
+    for (; count >= kBlock; count -= kBlock, from += kBlock, to += kBlock) {
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            to[i] = static_cast<To>(from[i]);
+        }
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        to[i] = static_cast<To>(from[i]);
+    }
+}
+
+bool IsHighSurrogate(char16_t unit) {
+    return (unit & 0xFC00) == 0xD800;
+}
+bool IsLowSurrogate(char16_t unit) {
+    return (unit & 0xFC00) == 0xDC00;
+}
+
+}  // namespace
+
+std::size_t EncodeKey(TextView text, std::uint8_t* target) {
+    std::uint8_t* out = target;
+    auto put = [&](std::uint32_t byte) { *out++ = static_cast<std::uint8_t>(byte); };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::uint32_t point = text[i];
+        if (point < 0x80) {
+            put(point);
+            continue;
+        }
+        if (point < 0x800) {
+            put(0xC0 | (point >> 6));
+            put(0x80 | (point & 0x3F));
+            continue;
+        }
+        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+            point = 0x10000 + ((point & 0x3FF) << 10) + (text[++i] & 0x3FFU);
+            put(0xF0 | (point >> 18));
+            put(0x80 | ((point >> 12) & 0x3F));
+        } else {
+            put(0xE0 | (point >> 12));
+        }
+        put(0x80 | ((point >> 6) & 0x3F));
+        put(0x80 | (point & 0x3F));
+    }
+    return static_cast<std::size_t>(out - target);
+}
+
+std::string EncodeKey(TextView text) {
+    std::string bytes(text.size() * kMaxIdBytes, '\0');
+    bytes.resize(EncodeKey(text, reinterpret_cast<std::uint8_t*>(bytes.data())));
+    return bytes;
+}
+
+// Written by EncodeKey, so not checked; bytes of any other origin give some text, never a fault.
+void DecodeKey(Bytes bytes, Text& text) {
+    text.clear();
+    for (std::size_t i = 0; i < bytes.size();) {
+        const std::uint32_t lead = bytes[i];
+        const std::size_t length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        std::uint32_t point = length == 1 ? lead : lead & (0xFFU >> (length + 1));
+        for (std::size_t n = 1; n < length && i + n < bytes.size(); ++n) {
+            point = (point << 6) | (bytes[i + n] & 0x3FU);
+        }
+        i += length;
+        if (point >= 0x10000) {
+            text.push_back(static_cast<char16_t>(0xD7C0 + (point >> 10)));
+            text.push_back(static_cast<char16_t>(0xDC00 + (point & 0x3FF)));
+        } else {
+            text.push_back(static_cast<char16_t>(point));
+        }
+    }
+}
+
+void EncodeRecord(TextView record, std::vector<std::uint8_t>& bytes) {
+    if (AllBelow256(record)) {
+        bytes.resize(1 + record.size());
+        bytes[0] = kOneByteUnits;
+        Convert(record.data(), bytes.data() + 1, record.size());
+        return;
+    }
+    bytes.resize(1 + 2 * record.size());
+    bytes[0] = kTwoByteUnits;
+    if constexpr (std::endian::native == std::endian::little) {
+        std::memcpy(bytes.data() + 1, record.data(), 2 * record.size());
+    } else {
+        for (std::size_t i = 0; i < record.size(); ++i) {
+            bytes[1 + 2 * i] = static_cast<std::uint8_t>(record[i]);
+            bytes[2 + 2 * i] = static_cast<std::uint8_t>(record[i] >> 8);
+        }
+    }
+}
+
+bool DecodeRecord(Bytes bytes, Text& record) {
+    if (bytes.empty()) {
+        return false;
+    }
+    const Bytes units = bytes.subspan(1);
+    if (bytes[0] == kOneByteUnits) {
+        record.resize(units.size());
+        Convert(units.data(), record.data(), units.size());
+        return true;
+    }
+    if (bytes[0] != kTwoByteUnits || units.size() % 2 != 0) {
+        return false;
+    }
+    record.resize(units.size() / 2);
+    if constexpr (std::endian::native == std::endian::little) {
+        if (!units.empty()) {
+            std::memcpy(record.data(), units.data(), units.size());
+        }
+    } else {
+        for (std::size_t i = 0; i < record.size(); ++i) {
+            record[i] = static_cast<char16_t>(units[2 * i] | (units[2 * i + 1] << 8));
+        }
+    }
+    return true;
+}
+
+}  // namespace kel::embedded

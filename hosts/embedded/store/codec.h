@@ -1,0 +1,40 @@
+// How texts become bytes in an account.
+//
+// Ids and names: UTF-8, with a lone surrogate as the three bytes its number gives ("WTF-8"), so
+// that every text has one form, gets back to itself, and byte order is the order of code points.
+//
+// Records: one byte telling the form, then the units: 0, a byte each, when all are below 256 (marks
+// are then the classic bytes 252 to 254); 1, two bytes each, low byte first. Published; never
+// renumber.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hosts/multivalue/text.h"
+
+namespace kel::embedded {
+
+using Bytes = std::span<const std::uint8_t>;
+
+inline Bytes BytesOf(std::string_view bytes) {
+    return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
+}
+
+inline constexpr std::size_t kMaxIdBytes = 3;  // per unit
+
+// Writes the bytes of `text` to `target`, which has room for kMaxIdBytes per unit; returns how
+// many.
+std::size_t EncodeKey(multivalue::TextView text, std::uint8_t* target);
+std::string EncodeKey(multivalue::TextView text);
+void DecodeKey(Bytes bytes, multivalue::Text& text);
+
+void EncodeRecord(multivalue::TextView record, std::vector<std::uint8_t>& bytes);
+// False when the bytes are no record.
+bool DecodeRecord(Bytes bytes, multivalue::Text& record);
+
+}  // namespace kel::embedded

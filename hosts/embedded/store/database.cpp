@@ -1,0 +1,164 @@
+#include "hosts/embedded/store/database.h"
+
+#include <sqlite3.h>
+
+#include <string>
+
+namespace kel::embedded {
+
+using multivalue::Error;
+using multivalue::ErrorKind;
+using multivalue::Text;
+using multivalue::TextView;
+
+Text TextOf(std::string_view utf8) {
+    Text text;
+    DecodeKey(BytesOf(utf8), text);
+    return text;
+}
+
+namespace {
+
+struct Meaning {
+    ErrorKind kind;
+    const char16_t* words;
+};
+
+Meaning MeaningOf(int code) {
+    switch (code & 0xFF) {
+        case SQLITE_BUSY:
+        case SQLITE_LOCKED:
+            return {ErrorKind::kBusy, u"Another program keeps the account busy"};
+        case SQLITE_FULL:
+            return {ErrorKind::kFull, u"There is no room left to write to the account"};
+        case SQLITE_READONLY:
+            return {ErrorKind::kReadOnly, u"The account is open for reading only"};
+        case SQLITE_CORRUPT:
+            return {ErrorKind::kDamaged, u"The account is damaged"};
+        case SQLITE_NOTADB:
+            return {ErrorKind::kNotAnAccount, u"The file is not an account"};
+        case SQLITE_CANTOPEN:
+        case SQLITE_PERM:
+        case SQLITE_AUTH:
+            return {ErrorKind::kCannotOpen, u"The account cannot be opened"};
+        case SQLITE_TOOBIG:
+            return {ErrorKind::kTooLong, u"The record is too long for the account"};
+        case SQLITE_IOERR:
+            return {ErrorKind::kInputOutput, u"The account cannot be read or written"};
+        default:
+            return {ErrorKind::kInputOutput, u"The account's storage failed"};
+    }
+}
+
+}  // namespace
+
+void Database::Close::operator()(sqlite3* handle) const {
+    sqlite3_close_v2(handle);
+}
+
+Database::Database(TextView path, Mode mode, int busyWaitMs) : path_(path) {
+    const std::string name = EncodeKey(path);
+    int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+    flags |= mode == Mode::kReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+    flags |= mode == Mode::kCreate ? SQLITE_OPEN_CREATE : 0;
+    sqlite3* handle = nullptr;
+    const int code = sqlite3_open_v2(name.c_str(), &handle, flags, nullptr);
+    handle_.reset(handle);
+    Check(code);
+    Check(sqlite3_busy_timeout(handle, busyWaitMs));
+}
+
+void Database::Check(int code) const {
+    if (code != SQLITE_OK) {
+        Fail(code);
+    }
+}
+
+void Database::Fail(int code) const {
+    if ((code & 0xFF) == SQLITE_NOMEM) {
+        throw std::bad_alloc();
+    }
+    const Meaning meaning = MeaningOf(code);
+    Text text = meaning.words;
+    text += u": \"" + path_ + u"\" (";
+    // The engine's message belongs to the last call on the handle, which is the one that failed.
+    text += TextOf(handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(code));
+    text += u").";
+    throw Error(meaning.kind, std::move(text));
+}
+
+void Database::Execute(const char* sql) {
+    Check(sqlite3_exec(get(), sql, nullptr, nullptr, nullptr));
+}
+
+std::int64_t Database::QueryInteger(const char* sql) {
+    Statement statement(*this, sql);
+    return statement.Step() ? statement.ColumnInteger(0) : 0;
+}
+
+Text Database::FullPath() const {
+    const char* name = sqlite3_db_filename(get(), "main");
+    return name == nullptr || *name == '\0' ? path_ : TextOf(name);
+}
+
+bool Database::IsReadOnly() const {
+    return sqlite3_db_readonly(get(), "main") == 1;
+}
+
+bool Database::InTransaction() const {
+    return sqlite3_get_autocommit(get()) == 0;
+}
+
+std::int64_t Database::ChangedRows() const {
+    return sqlite3_changes64(get());
+}
+
+void Statement::Finalize::operator()(sqlite3_stmt* handle) const {
+    sqlite3_finalize(handle);
+}
+
+Statement::Statement(Database& database, const char* sql) : database_(&database) {
+    sqlite3_stmt* handle = nullptr;
+    database.Check(
+        sqlite3_prepare_v3(database.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &handle, nullptr));
+    handle_.reset(handle);
+}
+
+void Statement::Bind(int parameter, Bytes bytes) {
+    // A null pointer would bind NULL; an empty text is a value.
+    static const std::uint8_t nothing = 0;
+    const void* data = bytes.empty() ? &nothing : bytes.data();
+    database_->Check(
+        sqlite3_bind_blob64(handle_.get(), parameter, data, bytes.size(), SQLITE_STATIC));
+}
+
+void Statement::Bind(int parameter, std::int64_t number) {
+    database_->Check(sqlite3_bind_int64(handle_.get(), parameter, number));
+}
+
+bool Statement::Step() {
+    const int code = sqlite3_step(handle_.get());
+    if (code == SQLITE_ROW) {
+        return true;
+    }
+    if (code != SQLITE_DONE) {
+        database_->Fail(code);
+    }
+    return false;
+}
+
+Bytes Statement::ColumnBytes(int column) const {
+    const void* data = sqlite3_column_blob(handle_.get(), column);
+    const auto size = static_cast<std::size_t>(sqlite3_column_bytes(handle_.get(), column));
+    return {static_cast<const std::uint8_t*>(data), data == nullptr ? 0 : size};
+}
+
+std::int64_t Statement::ColumnInteger(int column) const {
+    return sqlite3_column_int64(handle_.get(), column);
+}
+
+void Statement::Reset() noexcept {
+    sqlite3_reset(handle_.get());
+}
+
+}  // namespace kel::embedded

@@ -1,0 +1,92 @@
+// Thin owners over the storage engine: a connection, a prepared statement, one check of its codes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "hosts/embedded/store/codec.h"
+#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace kel::embedded {
+
+// UTF-8 that is known to be well-formed, or at least may lose a character in a message.
+multivalue::Text TextOf(std::string_view utf8);
+
+// One connection to one database file. Statements must be gone before it.
+class Database {
+public:
+    enum class Mode { kReadOnly, kReadWrite, kCreate };
+
+    // Errors (kCannotOpen) name `path`. A busy database is waited for, busyWaitMs at most each
+    // time.
+    Database(multivalue::TextView path, Mode mode, int busyWaitMs);
+
+    sqlite3* get() const { return handle_.get(); }
+    const multivalue::Text& path() const { return path_; }
+    multivalue::Text FullPath() const;  // absolute, links followed
+
+    void Execute(const char* sql);
+    std::int64_t QueryInteger(const char* sql);
+    bool IsReadOnly() const;  // the file, whatever was asked for
+    bool InTransaction() const;
+    std::int64_t ChangedRows() const;  // by the last statement that changes rows
+
+    // Throws what a result code other than "fine" means, with the path and the engine's own words.
+    void Check(int code) const;
+    [[noreturn]] void Fail(int code) const;
+
+private:
+    struct Close {
+        void operator()(sqlite3* handle) const;
+    };
+
+    multivalue::Text path_;
+    std::unique_ptr<sqlite3, Close> handle_;
+};
+
+// A statement prepared once and run many times. Bound bytes are borrowed until Reset. Columns count
+// from 0, parameters from 1. Column bytes hold until the next Step or Reset.
+class Statement {
+public:
+    Statement() = default;
+    Statement(Database& database, const char* sql);
+
+    explicit operator bool() const { return handle_ != nullptr; }
+    void Bind(int parameter, Bytes bytes);
+    void Bind(int parameter, std::int64_t number);
+    bool Step();  // whether there is a row; throws, and is reset, on failure
+    Bytes ColumnBytes(int column) const;
+    std::int64_t ColumnInteger(int column) const;
+    void Reset() noexcept;
+
+private:
+    struct Finalize {
+        void operator()(sqlite3_stmt* handle) const;
+    };
+
+    Database* database_ = nullptr;
+    std::unique_ptr<sqlite3_stmt, Finalize> handle_;
+};
+
+// One run of a kept statement: reset, whatever happens, when the run ends.
+class Run {
+public:
+    explicit Run(Statement& statement) : statement_(statement) {}
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+    ~Run() { statement_.Reset(); }
+
+    Statement* operator->() const { return &statement_; }
+
+private:
+    Statement& statement_;
+};
+
+}  // namespace kel::embedded

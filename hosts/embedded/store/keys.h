@@ -1,0 +1,28 @@
+// The rules of file names and record ids, and ids ready to be bound.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "hosts/embedded/store/codec.h"
+#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/text.h"
+
+namespace kel::embedded {
+
+// Throws multivalue::Error (kBadArgument) for what cannot be the name of a file; see store.h.
+void CheckFileName(multivalue::TextView name);
+
+// A record's id, checked and encoded, without a trip to the heap.
+class Key {
+public:
+    explicit Key(multivalue::TextView id);  // kBadArgument
+
+    Bytes bytes() const { return {bytes_, size_}; }
+
+private:
+    std::size_t size_;
+    std::uint8_t bytes_[multivalue::kMaxIdUnits * kMaxIdBytes];
+};
+
+}  // namespace kel::embedded

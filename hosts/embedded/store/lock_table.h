@@ -1,0 +1,47 @@
+// Record locks of all sessions with one account, kept in two files beside it: a small database of
+// who has locked what, and the file whose bytes prove that a session is alive (process_liveness.h).
+//
+// Rows of a session that died are taken out by whoever meets them. The first session of all starts
+// with an empty table, so nothing here has to survive a power failure and nothing is ever synced.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+
+#include "hosts/embedded/store/database.h"
+#include "hosts/embedded/store/process_liveness.h"
+#include "hosts/multivalue/store.h"
+
+namespace kel::embedded {
+
+// One session's view. Ids come encoded (EncodeKey). One thread at a time.
+class LockTable {
+public:
+    // Joins the sessions of the account whose full path is given. Throws multivalue::Error.
+    LockTable(const multivalue::Text& accountPath, multivalue::Text user, std::uint32_t busyWaitMs);
+    LockTable(const LockTable&) = delete;
+    LockTable& operator=(const LockTable&) = delete;
+    ~LockTable();
+
+    bool Holds(multivalue::FileNumber file, Bytes id) const;
+    multivalue::LockAnswer Lock(multivalue::FileNumber file, Bytes id, std::uint32_t waitMs);
+    void Unlock(multivalue::FileNumber file, Bytes id);
+    void UnlockAll();
+
+private:
+    multivalue::LockAnswer TryOnce(std::int64_t file, Bytes id);
+    bool SweepIfDead(std::int64_t slot);
+
+    ByteLockFile sessions_;  // first: our byte goes free only after the database is closed
+    std::uint32_t slot_ = 0;
+    Database database_;
+    std::string user_;
+    Statement insert_;
+    Statement find_;
+    Statement remove_;
+    Statement removeSlot_;
+    std::unordered_set<std::string> held_;  // file number and id of every lock of this session
+};
+
+}  // namespace kel::embedded

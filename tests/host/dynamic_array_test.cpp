@@ -1,0 +1,283 @@
+// DynamicArray: the rules of positions, and agreement with the slow model however it is edited.
+#include "hosts/multivalue/dynamic_array.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "hosts/multivalue/error.h"
+#include "tests/host/reference_array.h"
+#include "tests/host/text_support.h"
+
+namespace kel::multivalue {
+namespace {
+
+DynamicArray Make(std::string_view drawn) {
+    return DynamicArray(Marked(drawn));
+}
+
+std::string At(std::string_view drawn, Position position) {
+    return Drawn(Make(drawn).Extract(position));
+}
+
+TEST(DynamicArray, EditsFollowTheRulesOfPositions) {
+    enum class Edit { kReplace, kInsert, kDelete };
+    const Edit R = Edit::kReplace;
+    const Edit I = Edit::kInsert;
+    const Edit D = Edit::kDelete;
+    const struct {
+        Edit edit;
+        const char* before;
+        Position position;
+        const char* after;
+    } cases[] = {
+        {R, "A^B]C\\D^E", {5, 0, 0}, "A^B]C\\D^E^^X"},
+        {R, "A^B]C\\D^E", {1, 3, 0}, "A]]X^B]C\\D^E"},
+        {R, "A^B]C\\D^E", {2, 2, 2}, "A^B]C\\X^E"},
+        {R, "A^B]C\\D^E", {0, 0, 0}, "X"},
+        {R, "A^B", {0, 0, 3}, "X^B"},       // a lower position makes attribute 0 the first
+        {R, "A^B", {2, 0, 7}, "A^X"},       // value 0 hides the subvalue
+        {R, "A^B^", {-1, 0, 0}, "A^B^^X"},  // an empty last attribute counts
+        {R, "", {-1, -1, -1}, "X"},
+        {R, "A^^C", {2, -1, 0}, "A^X^C"},
+        {R, "A^B]C^D", {2, -1, 2}, "A^B]C]\\X^D"},
+        {R, "A", {3, -1, -1}, "A^^X"},
+        {I, "A^B]C\\D^E", {2, 1, 0}, "A^X]B]C\\D^E"},
+        {I, "A^B]C\\D^E", {2, 2, 2}, "A^B]C\\X\\D^E"},
+        {I, "A^B", {0, 0, 0}, "X^A^B"},
+        {I, "A^B", {4, 2, 1}, "A^B^^]X"},
+        {I, "A^", {2, 0, 0}, "A^X"},  // an empty last element is filled,
+        {I, "A^^C", {2, 1, 0}, "A^X^C"},
+        {I, "A^^C", {2, 0, 0}, "A^X^^C"},  // an empty one before the last moves up
+        {I, "A]B", {1, -1, 0}, "A]B]X"},
+        {D, "A^B]C\\D^E", {2, 2, 1}, "A^B]D^E"},
+        {D, "A^B]C\\D^E", {3, 0, 0}, "A^B]C\\D"},
+        {D, "A^B]C\\D^E", {1, 0, 0}, "B]C\\D^E"},
+        {D, "A^B]C", {2, 2, 0}, "A^B"},
+        {D, "A^B", {2, 1, 0}, "A^"},
+        {D, "A^B", {2, 1, -1}, "A^B"},
+        {D, "A^B", {9, 0, 0}, "A^B"},
+        {D, "A^B", {0, 0, 0}, ""},
+    };
+    for (const auto& c : cases) {
+        DynamicArray array = Make(c.before);
+        switch (c.edit) {
+            case Edit::kReplace:
+                array.Replace(c.position, u"X");
+                break;
+            case Edit::kInsert:
+                array.Insert(c.position, u"X");
+                break;
+            default:
+                array.Delete(c.position);
+                break;
+        }
+        EXPECT_EQ(Drawn(array.ToText()), c.after)
+            << c.before << " at " << c.position.attribute << "," << c.position.value << ","
+            << c.position.subvalue;
+    }
+}
+
+TEST(DynamicArray, ReadsNothingWhereNothingIs) {
+    EXPECT_EQ(At("A^B]C", {0, 0, 0}), "A^B]C");
+    EXPECT_EQ(At("A^B]C", {0, 1, 0}), "");
+    EXPECT_EQ(At("A^B]C", {2, 0, 5}), "B]C");
+    EXPECT_EQ(At("A^B]C", {2, 3, 0}), "");
+    EXPECT_EQ(At("A^B]C", {-1, 0, 0}), "");
+    EXPECT_EQ(At("A^B]C", {2, 0, -1}), "B]C");
+    EXPECT_EQ(At("A^B]C", {2, 1, -1}), "");
+    EXPECT_EQ(At("A^B]C", {INT32_MAX, INT32_MAX, INT32_MAX}), "");
+    EXPECT_EQ(At("", {1, 1, 1}), "");
+}
+
+// Random texts and edits at every level, small ones to meet every rule and large ones to cross the
+// borders of chunks and groups; after each edit the neighbourhood is read back.
+struct Workload {
+    unsigned seed;
+    std::size_t initialUnits;
+    int edits;
+    int maxPosition;
+    std::size_t maxValue;
+    int compareEvery;
+};
+
+class EditedAtRandom : public testing::TestWithParam<Workload> {};
+
+TEST_P(EditedAtRandom, AgreesWithTheSlowModel) {
+    const Workload& load = GetParam();
+    std::mt19937 random(load.seed);
+    auto below = [&](std::size_t limit) { return random() % limit; };
+    auto text = [&](std::size_t units) {
+        const char16_t alphabet[] = {
+            u'a', u'b', u'7', u'c', u'\0', 0xD800, kSubvalueMark, kValueMark, kAttributeMark, 0xFB};
+        Text made;
+        const std::size_t marks = below(4);  // some texts have many marks, some none
+        while (made.size() < units) {
+            const bool mark = below(8) < marks;
+            made.push_back(alphabet[mark ? 6 + below(4) : below(6)]);
+        }
+        return made;
+    };
+    auto position = [&](int limit) {
+        const std::size_t kind = below(10);
+        return kind == 0  ? -1
+               : kind < 3 ? 0
+                          : 1 + static_cast<int>(below(static_cast<std::size_t>(limit)));
+    };
+
+    Text expected = text(load.initialUnits);
+    DynamicArray array(expected);
+    for (int i = 0; i < load.edits; ++i) {
+        const Position p{position(load.maxPosition), position(6), position(4)};
+        const Text value = text(below(3) == 0 ? below(load.maxValue + 1) : below(6));
+        switch (below(8)) {
+            case 0:
+            case 1:
+            case 2:
+                array.Replace(p, value);
+                expected = reference::Replace(expected, p, value);
+                break;
+            case 3:
+            case 4:
+                array.Insert(p, value);
+                expected = reference::Insert(expected, p, value);
+                break;
+            case 5:
+            case 6:
+                array.Delete(p);
+                expected = reference::Delete(expected, p);
+                break;
+            default:
+                array = DynamicArray(array);  // a copy must go on as the original would
+                break;
+        }
+        if (reference::IsWhole(p)) {
+            expected = text(load.initialUnits);
+            array = DynamicArray(expected);
+        }
+        for (int n = 0; n < 3; ++n) {
+            const Position q{position(load.maxPosition), position(6), position(4)};
+            ASSERT_EQ(array.Extract(q), reference::Extract(expected, q)) << "after edit " << i;
+        }
+        ASSERT_EQ(array.Length(), expected.size());
+        if (i % load.compareEvery == 0) {
+            ASSERT_EQ(array.ToText(), expected) << "after edit " << i;
+            for (char16_t mark : {kAttributeMark, kValueMark, kSubvalueMark}) {
+                const std::size_t parts = reference::Split(expected, mark).size();
+                EXPECT_EQ(array.Dcount(TextView(&mark, 1), {}), expected.empty() ? 0 : parts);
+            }
+        }
+    }
+    EXPECT_EQ(array.ToText(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes,
+                         EditedAtRandom,
+                         testing::Values(Workload{1, 12, 10000, 5, 4, 1},
+                                         Workload{2, 300, 2000, 40, 30, 1},
+                                         Workload{3, 5000, 400, 800, 3000, 5},
+                                         Workload{4, 200000, 30, 40000, 150000, 5}));
+
+TEST(DynamicArray, CountsDelimitersOfAnyKindInTheElement) {
+    const DynamicArray array = Make("a,b,,c^xaaax]yy^");
+    const struct {
+        const char* delimiter;
+        Position position;
+        std::size_t parts;
+    } cases[] = {
+        {",", {1, 0, 0}, 4},
+        {"^", {}, 3},
+        {"]", {2, 0, 0}, 2},
+        {"]", {}, 2},
+        {"aa", {2, 1, 0}, 2},
+        {",", {3, 0, 0}, 0},
+        {",", {0, 1, 0}, 0},
+        {"", {2, 2, 0}, 2},
+        {"q", {1, 0, 0}, 1},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(array.Dcount(Marked(c.delimiter), c.position), c.parts) << c.delimiter;
+    }
+    EXPECT_EQ(array.Dcount(u"aa", {2, 1, 0}, Overlap::kYes), 3U);
+}
+
+TEST(DynamicArray, LocatesInAndOutOfOrder) {
+    const struct {
+        const char* array;
+        const char* search;
+        std::int32_t attribute, value;
+        const char* order;
+        bool found;
+        std::size_t position;
+    } cases[] = {
+        {"B^A^C", "A", 0, 0, "", true, 2},
+        {"B^A^C", "D", 0, 0, "", false, 4},
+        {"x^B]D^y", "C", 2, 0, "AL", false, 2},
+        {"x^B]D^y", "E", 2, 0, "al", false, 3},
+        {"x^D]B^y", "C", 2, 0, "DL", false, 2},
+        {"x^q]9\\10", "10", 2, 2, "AR", true, 2},
+        {"9^10^100", "010", 0, 0, "AR", true, 2},   // integers of one size are equal
+        {"9^10^100", "010", 0, 0, "AL", false, 1},  // as text they are not
+        {"9^10^100", "-5", 0, 0, "AR", false, 1},
+        {"99999999999999999998^99999999999999999999", "99999999999999999999", 0, 0, "AR", true, 2},
+        {"z^aa^ab", "aaa", 0, 0, "AR", false, 4},  // the shorter before the longer
+        {"C^A^B", "A", 0, 0, "AL", false, 1},      // an ordered search trusts the order
+        {"", "", 0, 0, "", true, 1},
+        {"", "x", 0, 0, "", false, 1},
+        {"A", "", 5, 0, "", false, 1},  // what is not there holds nothing, not even ""
+        {"A^^B", "", 0, 0, "", true, 2},
+    };
+    for (const auto& c : cases) {
+        const LocateResult result = Make(c.array).Locate(
+            Marked(c.search), c.attribute, c.value, SortOrder::Parse(Marked(c.order)));
+        EXPECT_EQ(result.found, c.found) << c.array << " for " << c.search << " " << c.order;
+        EXPECT_EQ(result.position, c.position) << c.array << " for " << c.search << " " << c.order;
+    }
+}
+
+TEST(DynamicArray, LocatesAcrossEditedChunks) {
+    Text sorted;
+    for (int i = 0; i < 3000; ++i) {
+        const std::string number = std::to_string(100000 + 2 * i);
+        sorted += (i == 0 ? Text() : Text(1, kValueMark)) + Text(number.begin(), number.end());
+    }
+    DynamicArray array(sorted);
+    array.Replace({1, 1500, 0}, u"1029980");  // one chunk is edited, out of order
+    EXPECT_EQ(array.Locate(u"105998", 1, 0, {}).position, 3000U);
+    EXPECT_EQ(array.Locate(u"105998", 1, 0, SortOrder::Parse(u"AR")).position, 1500U);
+    EXPECT_FALSE(array.Locate(u"102998", 1, 0, {}).found);
+}
+
+TEST(DynamicArray, RefusesWhatIsTooLongAndStaysAsItWas) {
+    const Position positions[] = {
+        {INT32_MAX, 0, 0}, {1, INT32_MAX, 0}, {1, 1, INT32_MAX}, {-1, INT32_MAX, INT32_MAX}};
+    for (const Position& position : positions) {
+        DynamicArray array = Make("A]B^C");
+        try {
+            array.Replace(position, u"X");
+            FAIL() << "a record of gigabytes was made";
+        } catch (const Error& error) {
+            EXPECT_EQ(error.kind(), ErrorKind::kTooLong);
+        }
+        EXPECT_EQ(Drawn(array.ToText()), "A]B^C");
+    }
+}
+
+TEST(DynamicArray, KeepsWhatItWasMadeOfAliveInCopiesAndMoves) {
+    DynamicArray copy;
+    DynamicArray moved;
+    {
+        DynamicArray original(Text(5000, u'x') + kAttributeMark + Text(5000, u'y'));
+        EXPECT_EQ(original.Extract({2, 0, 0}).size(), 5000U);
+        copy = original;
+        original.Replace({1, 0, 0}, u"short");
+        moved = std::move(original);
+    }
+    EXPECT_EQ(copy.Extract({1, 0, 0}), Text(5000, u'x'));
+    EXPECT_EQ(moved.Extract({1, 0, 0}), u"short");
+    EXPECT_EQ(moved.Extract({2, 0, 0}), Text(5000, u'y'));
+}
+
+}  // namespace
+}  // namespace kel::multivalue
