@@ -5,25 +5,11 @@
 #include <vector>
 
 #include "automation/safe_array.h"
+#include "core/fast_collection_records.h"
 
 namespace kel::core {
 
 using automation::Error;
-
-// The records keep the sizes they are known by on a 32-bit machine, 20 and 12 bytes; the heap
-// aligns every block to 8, and the variant stands first.
-#pragma pack(push, 4)
-struct FastCollection::ItemRecord {
-    VARIANT Value;
-    BSTR Key;
-};
-
-struct FastCollection::KeyNode {
-    KeyNode* Next;
-    ItemRecord* Item;
-    BSTR Key;  // the same text as Item->Key
-};
-#pragma pack(pop)
 
 namespace {
 
@@ -331,6 +317,7 @@ void FastCollection::RemoveByIndex(long index) {
     std::memmove(
         slot, slot + 1, static_cast<SIZE_T>(storage_.count - index) * sizeof(ItemRecord*));
     --storage_.count;
+    storage_.lastRemoved = index;
     // Half a step of slack keeps a collection that hovers at a boundary from resizing every time.
     constexpr double kSlackSteps = 1.5;
     if (storage_.capacity - kSlackSteps * storage_.increment >

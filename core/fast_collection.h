@@ -95,6 +95,12 @@ public:
     // An array of the keys in index order; items without a key are left out. Lower bound 0.
     Variant Keys() const;
 
+    // Walks the items as they are at each step: what is added behind the walk is visited, and a loop
+    // may remove the item it was just given without missing the next one (one removal between two
+    // steps is made up for). The enumerator lives on this collection's heap and holds no reference
+    // to it: it must not be touched once the collection is cleared or gone. Throws 7.
+    automation::ComPtr<IEnumVARIANT> NewEnum() const;
+
     // Throws 5 for an unknown key or another kind of index, 381 for an index out of range.
     void Remove(const VARIANT& index);
     void RemoveByKey(TextView key);
@@ -103,6 +109,7 @@ public:
 private:
     struct ItemRecord;
     struct KeyNode;
+    class Enumerator;
 
     // Everything that lives and dies together.
     struct Storage {
@@ -112,6 +119,7 @@ private:
         long count = 0;
         long capacity = kInitialCapacity;  // counted bytes, see kInitialCapacity
         long increment = kInitialCapacity;
+        long lastRemoved = 0;  // index of the item removed last, for the enumerators
         bool writable = true;
     };
 
