@@ -1,0 +1,35 @@
+// A session connected to one account, for programs that need no form.
+#pragma once
+
+#include "apps/demo/session_listener.h"
+
+namespace kel::demo {
+
+// The session's name. It is registered under this name on the thread, so one at a time.
+inline constexpr const wchar_t* kAccountSession = L"Account";
+
+class Account {
+public:
+    // Connects to the account in the file `path`, which is made when it does not exist.
+    //   throws  std::runtime_error with the reason when it cannot be opened
+    explicit Account(TextView path);
+    Account(const Account&) = delete;
+    Account& operator=(const Account&) = delete;
+    ~Account();
+
+    const Tools& tools() const { return tools_; }
+
+private:
+    EventLog log_;
+    const Base base_;
+    const Session session_;
+    const ComPtr<SessionListener> listener_;
+    const Subscription subscription_;
+    const Tools tools_;
+};
+
+// Makes a file unless it is there.
+//   throws  std::runtime_error with what the database said
+void EnsureFile(const Tools& tools, TextView name);
+
+}  // namespace kel::demo

@@ -1,0 +1,75 @@
+#include "apps/demo/record_text.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+namespace kel::demo {
+namespace {
+
+constexpr wchar_t kFirstLetter = L'\u00FB';
+constexpr wchar_t kLastLetter = L'\u00FF';
+constexpr wchar_t kFirstPrivate = L'\uF8FB';
+constexpr wchar_t kLastPrivate = L'\uF8FF';
+constexpr int kDistance = kFirstPrivate - kFirstLetter;
+
+// Moves the units from `first` to `last` by `distance`.
+Text Moved(TextView text, wchar_t first, wchar_t last, int distance) {
+    Text result(text);
+    for (wchar_t& unit : result) {
+        if (unit >= first && unit <= last) {
+            unit = static_cast<wchar_t>(unit + distance);
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+Text ToRecord(TextView text) {
+    return Moved(text, kFirstLetter, kLastLetter, kDistance);
+}
+
+Text FromRecord(TextView text) {
+    return Moved(text, kFirstPrivate, kLastPrivate, -kDistance);
+}
+
+Text Readable(TextView text) {
+    Text result(text);
+    std::replace(result.begin(), result.end(), *kAttributeMark, L'^');
+    std::replace(result.begin(), result.end(), *kValueMark, L']');
+    std::replace(result.begin(), result.end(), *kSubvalueMark, L'\\');
+    return FromRecord(result);
+}
+
+Text Join(const std::vector<Text>& parts, TextView mark) {
+    const auto last =
+        std::find_if(parts.rbegin(), parts.rend(), [](const Text& part) { return !part.empty(); });
+    Text result;
+    for (auto part = parts.begin(); part != last.base(); ++part) {
+        if (part != parts.begin()) {
+            result += mark;
+        }
+        result += *part;
+    }
+    return result;
+}
+
+Text FromUtf8(std::string_view text) {
+    const int bytes = static_cast<int>(text.size());
+    const int units = MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, nullptr, 0);
+    Text result(static_cast<std::size_t>(units), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, result.data(), units);
+    return result;
+}
+
+std::string ToUtf8(TextView text) {
+    const int units = static_cast<int>(text.size());
+    const int bytes =
+        WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(bytes), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, result.data(), bytes, nullptr, nullptr);
+    return result;
+}
+
+}  // namespace kel::demo
