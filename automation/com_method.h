@@ -40,34 +40,25 @@ public:
         *address_ = value;
         return *this;
     }
-    Out& operator=(bool value) noexcept
-        requires std::is_same_v<T, VARIANT_BOOL>
-    {
+    Out& operator=(bool value) noexcept requires std::is_same_v<T, VARIANT_BOOL> {
         *address_ = value ? VARIANT_TRUE : VARIANT_FALSE;
         return *this;
     }
     // An empty text goes out as an empty string, not as null: some clients tell them apart.
-    Out& operator=(Bstr value) noexcept
-        requires std::is_same_v<T, BSTR>
-    {
+    Out& operator=(Bstr value) noexcept requires std::is_same_v<T, BSTR> {
         *address_ = value.get() != nullptr ? value.detach() : SysAllocStringLen(L"", 0);
         return *this;
     }
-    Out& operator=(TextView value)
-        requires std::is_same_v<T, BSTR>
-    {
-        return *this = Bstr(value);
+    Out& operator=(TextView value) requires std::is_same_v<T, BSTR> {
+        *this = Bstr(value);
+        return *this;
     }
-    Out& operator=(Variant value) noexcept
-        requires std::is_same_v<T, VARIANT>
-    {
+    Out& operator=(Variant value) noexcept requires std::is_same_v<T, VARIANT> {
         *address_ = value.detach();
         return *this;
     }
     template <typename U>
-    Out& operator=(ComPtr<U> value) noexcept
-        requires std::is_convertible_v<U*, T>
-    {
+    Out& operator=(ComPtr<U> value) noexcept requires std::is_convertible_v<U*, T> {
         *address_ = value.detach();
         return *this;
     }

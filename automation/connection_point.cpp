@@ -91,7 +91,8 @@ STDMETHODIMP ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie) noexcept {
     }
     return ComMethod([&] {
         auto changed = std::make_shared<Listeners>(*listeners_);
-        changed->push_back(std::make_shared<Listener>(Listener{std::move(listener), lastCookie_ + 1}));
+        changed->push_back(
+            std::make_shared<Listener>(Listener{std::move(listener), lastCookie_ + 1}));
         listeners_ = std::move(changed);
         *cookie = ++lastCookie_;
     });
@@ -106,15 +107,14 @@ STDMETHODIMP ConnectionPoint::Unadvise(DWORD cookie) noexcept {
         return CONNECT_E_NOCONNECTION;
     }
     return ComMethod([&] {
-        // Held until the list is whole again: letting go of the sink may run its code.
-        const std::shared_ptr<Listener> leaving = *found;
+        const std::shared_ptr<Listener>& leaving = *found;
         auto changed = std::make_shared<Listeners>();
         changed->reserve(listeners_->size() - 1);
         std::remove_copy(
             listeners_->begin(), listeners_->end(), std::back_inserter(*changed), leaving);
         leaving->connected = false;
-        const std::shared_ptr<const Listeners> old =
-            std::exchange(listeners_, std::move(changed));
+        // Held until the list is whole again: letting go of the sink may run its code.
+        const std::shared_ptr<const Listeners> old = std::exchange(listeners_, std::move(changed));
     });
 }
 
@@ -137,7 +137,7 @@ void ConnectionPoint::call(DISPID event, VARIANTARG* arguments, UINT count) noex
     const ComPtr<IConnectionPointContainer> keep(&owner_);
     for (const auto& listener : *listeners) {
         if (listener->connected) {
-            Notify(*listener->sink.get(), event, {arguments, nullptr, count, 0});
+            Notify(*listener->sink, event, {arguments, nullptr, count, 0});
         }
     }
 }

@@ -58,7 +58,8 @@ public:
     STDMETHODIMP_(ULONG) Release() noexcept override { return owner_.Release(); }
 
     STDMETHODIMP GetConnectionInterface(IID* iid) noexcept override;
-    STDMETHODIMP GetConnectionPointContainer(IConnectionPointContainer** container) noexcept override;
+    STDMETHODIMP GetConnectionPointContainer(
+        IConnectionPointContainer** container) noexcept override;
     STDMETHODIMP Advise(IUnknown* sink, DWORD* cookie) noexcept override;
     STDMETHODIMP Unadvise(DWORD cookie) noexcept override;
     STDMETHODIMP EnumConnections(IEnumConnections** enumerator) noexcept override;

@@ -5,8 +5,7 @@
 
 namespace kel::automation {
 
-HRESULT DispatchNames(
-    REFIID dual, REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept {
+HRESULT DispatchNames(REFIID dual, REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept {
     if (!IsEqualIID(riid, IID_NULL)) {
         return DISP_E_UNKNOWNINTERFACE;
     }
@@ -44,7 +43,8 @@ HRESULT DispatchInvoke(REFIID dual,
     try {
         // Held for the call: it may release the last other reference to the object.
         const ComPtr<IDispatch> keep(object);
-        return TypeInfoOf(dual)->Invoke(object, id, flags, params, result, exception, argumentIndex);
+        return TypeInfoOf(dual)->Invoke(
+            object, id, flags, params, result, exception, argumentIndex);
     } catch (...) {
         return FailureFromCurrentException();
     }

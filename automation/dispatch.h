@@ -9,8 +9,7 @@
 namespace kel::automation {
 
 // IDispatch::GetIDsOfNames for a dual interface of the module's type libraries.
-HRESULT DispatchNames(
-    REFIID dual, REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept;
+HRESULT DispatchNames(REFIID dual, REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept;
 
 // IDispatch::Invoke for a dual interface of the module's type libraries. `object` is the object
 // seen as that interface.

@@ -12,7 +12,9 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, void** object) {
     return kel::automation::ServerGetClassObject(clsid, iid, object);
 }
 
-STDAPI DllCanUnloadNow() { return kel::automation::ServerCanUnloadNow(); }
+STDAPI DllCanUnloadNow() {
+    return kel::automation::ServerCanUnloadNow();
+}
 
 STDAPI DllRegisterServer() {
     return kel::automation::ServerRegister(RegistrationScope::kMachine);

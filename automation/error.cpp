@@ -36,8 +36,7 @@ constexpr auto kStandardTexts = std::to_array<NumberText>({
     {kSetNotPermitted, L"Set not permitted"},
     {424, L"Object required"},
     {kCannotCreateObject, L"ActiveX component can't create object"},
-    {kNoInterface,
-     L"Class does not support Automation or does not support expected interface"},
+    {kNoInterface, L"Class does not support Automation or does not support expected interface"},
     {kMemberNotFound, L"Object doesn't support this property or method"},
     {445, L"Object doesn't support this action"},
     {448, L"Named argument not found"},
@@ -93,7 +92,9 @@ Error::Error(long number, TextView source, TextView description)
       source_(source),
       description_(description.empty() ? StandardText(number) : Text(description)) {}
 
-Error Error::FromCode(HRESULT code) { return Error(NumberOfCode(code)); }
+Error Error::FromCode(HRESULT code) {
+    return Error(NumberOfCode(code));
+}
 
 Error Error::FromCall(HRESULT code) {
     ComPtr<IErrorInfo> info;

@@ -7,7 +7,8 @@
 namespace kel::automation {
 
 // Handles the thread's pending window messages, as many as there are now. Client code may run. A
-// quit message ends the pumping and is put back for the client's own loop; the answer then is false.
+// quit message ends the pumping and is put back for the client's own loop; the answer then is
+// false.
 bool PumpMessages() noexcept;
 
 // Shows the hourglass from construction to destruction and puts the former pointer back.

@@ -28,6 +28,8 @@ Number GetNumber(Interface& object, HRESULT (STDMETHODCALLTYPE Interface::*gette
     return value;
 }
 
-inline VARIANT_BOOL Flag(bool value) noexcept { return value ? VARIANT_TRUE : VARIANT_FALSE; }
+inline VARIANT_BOOL Flag(bool value) noexcept {
+    return value ? VARIANT_TRUE : VARIANT_FALSE;
+}
 
 }  // namespace kel::automation

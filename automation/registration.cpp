@@ -9,7 +9,8 @@
 // The platform has these since version 6; the cross compiler's headers do not declare them.
 extern "C" {
 WINOLEAUTAPI RegisterTypeLibForUser(ITypeLib* library, OLECHAR* path, OLECHAR* helpFolder);
-WINOLEAUTAPI UnRegisterTypeLibForUser(REFGUID guid, WORD major, WORD minor, LCID lcid, SYSKIND kind);
+WINOLEAUTAPI UnRegisterTypeLibForUser(
+    REFGUID guid, WORD major, WORD minor, LCID lcid, SYSKIND kind);
 }
 
 namespace kel::automation {
@@ -82,10 +83,8 @@ struct LibraryIdentity {
 LibraryIdentity IdentityOf(ITypeLib& library) {
     TLIBATTR* attributes = nullptr;
     Check(library.GetLibAttr(&attributes));
-    const LibraryIdentity identity{attributes->guid,
-                                   attributes->wMajorVerNum,
-                                   attributes->wMinorVerNum,
-                                   attributes->syskind};
+    const LibraryIdentity identity{
+        attributes->guid, attributes->wMajorVerNum, attributes->wMinorVerNum, attributes->syskind};
     library.ReleaseTLibAttr(attributes);
     return identity;
 }

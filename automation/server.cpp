@@ -62,9 +62,13 @@ private:
 
 }  // namespace
 
-void ServerAttach(HMODULE module) noexcept { moduleHandle = module; }
+void ServerAttach(HMODULE module) noexcept {
+    moduleHandle = module;
+}
 
-HMODULE ModuleHandle() noexcept { return moduleHandle; }
+HMODULE ModuleHandle() noexcept {
+    return moduleHandle;
+}
 
 std::wstring ModulePath() {
     std::wstring path(MAX_PATH, L'\0');

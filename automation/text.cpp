@@ -54,13 +54,16 @@ bool LowerEquals(TextView text, TextView lowered) {
     return Lower(text) == lowered;
 }
 
-Text DecimalText(long number) { return std::to_wstring(number); }
+Text DecimalText(long number) {
+    return std::to_wstring(number);
+}
 
 short ToShort(TextView text) {
     const Bstr copy(text);
     SHORT number = 0;
-    const HRESULT hr = copy.get() == nullptr ? DISP_E_TYPEMISMATCH
-                                             : VarI2FromStr(copy.get(), LOCALE_USER_DEFAULT, 0, &number);
+    const HRESULT hr = copy.get() == nullptr
+                           ? DISP_E_TYPEMISMATCH
+                           : VarI2FromStr(copy.get(), LOCALE_USER_DEFAULT, 0, &number);
     if (hr == DISP_E_OVERFLOW) {
         throw Error(kOverflow);
     }

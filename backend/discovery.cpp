@@ -9,7 +9,9 @@ using automation::ComPtr;
 using automation::Text;
 using automation::TextView;
 
-Text ProgIdOf(short osType) { return L"kelos" + automation::DecimalText(osType) + L".IHostDLL"; }
+Text ProgIdOf(short osType) {
+    return L"kelos" + automation::DecimalText(osType) + L".IHostDLL";
+}
 
 ComPtr<_mviHostDLL> Create(short osType) {
     CLSID clsid;
@@ -33,8 +35,8 @@ bool IsAcceptedVersion(TextView version) {
     const std::size_t dot = version.find(L'.');
     bool accepted = false;
     automation::Ignoring([&] {
-        accepted = dot != TextView::npos &&
-                   automation::ToShort(version.substr(0, dot)) >= kLowestMajor;
+        accepted =
+            dot != TextView::npos && automation::ToShort(version.substr(0, dot)) >= kLowestMajor;
     });
     return accepted;
 }

@@ -81,7 +81,9 @@ public:
     STDMETHODIMP OpenFile(BSTR, IDispatch** result) noexcept override { return empty(result); }
     STDMETHODIMP CloseFile(IDispatch**) noexcept override { return S_OK; }
     STDMETHODIMP ProcessSelect(BSTR, IDispatch** result) noexcept override { return empty(result); }
-    STDMETHODIMP CloseSelect(IDispatch*, VARIANT* result) noexcept override { return empty(result); }
+    STDMETHODIMP CloseSelect(IDispatch*, VARIANT* result) noexcept override {
+        return empty(result);
+    }
     STDMETHODIMP ReadNext(IDispatch**, BSTR*, VARIANT_BOOL* result) noexcept override {
         return empty(result);
     }
@@ -95,8 +97,8 @@ public:
         return S_OK;
     }
     STDMETHODIMP
-    ProcessCorrelative(IDispatch**, BSTR, BSTR, BSTR, short, BSTR, BSTR*, BSTR* result) noexcept
-        override {
+    ProcessCorrelative(
+        IDispatch**, BSTR, BSTR, BSTR, short, BSTR, BSTR*, BSTR* result) noexcept override {
         return empty(result);
     }
     STDMETHODIMP ValidCorrelative(BSTR, VARIANT_BOOL* result) noexcept override {

@@ -59,15 +59,21 @@ HRESULT TakeNumber(Number value, Number& number) noexcept {
 STDMETHODIMP DictItem::get_AMC(long* result) noexcept {
     return GiveNumber(effectiveAmc(), result);
 }
-STDMETHODIMP DictItem::put_AMC(long value) noexcept { return TakeNumber(value, definition.amc); }
+STDMETHODIMP DictItem::put_AMC(long value) noexcept {
+    return TakeNumber(value, definition.amc);
+}
 STDMETHODIMP DictItem::get_VMC(long* result) noexcept {
     return GiveNumber(effective(RowLevel::kValue, definition.vmc), result);
 }
-STDMETHODIMP DictItem::put_VMC(long value) noexcept { return TakeNumber(value, definition.vmc); }
+STDMETHODIMP DictItem::put_VMC(long value) noexcept {
+    return TakeNumber(value, definition.vmc);
+}
 STDMETHODIMP DictItem::get_SMC(long* result) noexcept {
     return GiveNumber(effective(RowLevel::kSubvalue, definition.smc), result);
 }
-STDMETHODIMP DictItem::put_SMC(long value) noexcept { return TakeNumber(value, definition.smc); }
+STDMETHODIMP DictItem::put_SMC(long value) noexcept {
+    return TakeNumber(value, definition.smc);
+}
 
 STDMETHODIMP DictItem::get_DictName(BSTR* result) noexcept {
     return GiveText(definition.dictName, result);
@@ -216,7 +222,6 @@ STDMETHODIMP DictItem::put_UpdateOnly(VARIANT_BOOL value) noexcept {
     return TakeFlag(value, definition.updateOnly);
 }
 
-
 STDMETHODIMP DictItem::get_DictRead(enumDictRead* result) noexcept {
     return ComMethod([&] {
         Out out{result};
@@ -296,9 +301,8 @@ STDMETHODIMP DictItem::InitalizeDictItem() noexcept {
         const Bstr amc(DecimalText(effectiveAmc()));
         const Bstr vmc(DecimalText(effective(RowLevel::kValue, definition.vmc)));
         const Bstr smc(DecimalText(effective(RowLevel::kSubvalue, definition.smc)));
-        CallOut([&] {
-            return callback->FldRefresh(control.get(), amc.get(), vmc.get(), smc.get());
-        });
+        CallOut(
+            [&] { return callback->FldRefresh(control.get(), amc.get(), vmc.get(), smc.get()); });
     });
 }
 

@@ -41,9 +41,8 @@ STDMETHODIMP DictItem::WriteRecord(short* result) noexcept {
         const auto engine = engineOf(session);
         const Bstr recNo(recNoOf(*engine, readKeyId()));
         short code = 0;
-        CallOut([&] {
-            return engine->mvWrite(Flag(definition.writeU), recNo.get(), self(), &code);
-        });
+        CallOut(
+            [&] { return engine->mvWrite(Flag(definition.writeU), recNo.get(), self(), &code); });
         const auto record = recordState(*engine, readKeyId());
         CallOut([&] { return record->put_IsRead(VARIANT_TRUE); });
         out = code;

@@ -151,9 +151,8 @@ HRESULT Tools::readRecord(
         field->definition.fileName = View(fileName);
         field->definition.readU = readU;
         short ignored = 0;
-        callEngine([&](_kelDBMS& engine) {
-            return engine.mvRead(recordNumber, field.get(), &ignored);
-        });
+        callEngine(
+            [&](_kelDBMS& engine) { return engine.mvRead(recordNumber, field.get(), &ignored); });
     });
 }
 
@@ -221,9 +220,8 @@ Tools::Count(BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* resul
 STDMETHODIMP Tools::ExecuteSelect(BSTR selectListName, BSTR sentence) noexcept {
     return translated(L"ExecuteSelect", [&] {
         const auto field = FieldOf(selectListName);
-        callEngine([&](_kelDBMS& engine) {
-            return engine.ExecuteSelectList(sentence, field.get());
-        });
+        callEngine(
+            [&](_kelDBMS& engine) { return engine.ExecuteSelectList(sentence, field.get()); });
     });
 }
 

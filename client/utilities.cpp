@@ -102,9 +102,13 @@ long InternalDate() {
     return static_cast<long>(std::floor(date) - kDayZero);
 }
 
-long InternalTime() { return std::lrint(SecondsSinceMidnight()); }
+long InternalTime() {
+    return std::lrint(SecondsSinceMidnight());
+}
 
-const WaitEnvironment& SystemWait() noexcept { return kSystemWait; }
+const WaitEnvironment& SystemWait() noexcept {
+    return kSystemWait;
+}
 
 void Wait(short seconds, const WaitEnvironment& environment) {
     const float start = environment.clock();

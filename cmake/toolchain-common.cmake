@@ -17,8 +17,9 @@ set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/driver/wine-run ${KE
 # Level 1 gives backtraces with function names at a fraction of the size of full information; version
 # 4 is the newest that Wine's debugger reads.
 # Cached, since CMake would append its own -g to mere initial flags.
-set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -g1 -gdwarf-4 -DNDEBUG" CACHE STRING "")
-set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1 -gdwarf-4 -DNDEBUG" CACHE STRING "")
+# The level comes last: the choice of a version alone raises it.
+set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -gdwarf-4 -g1 -DNDEBUG" CACHE STRING "")
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -gdwarf-4 -g1 -DNDEBUG" CACHE STRING "")
 
 # Nothing but the system's own DLLs is needed beside ours. Without a time stamp the same source
 # gives the same DLL, which then need not be registered again.

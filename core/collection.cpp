@@ -74,7 +74,7 @@ public:
     STDMETHODIMP Clone(IEnumVARIANT** clone) noexcept override {
         return ComMethod([&] {
             Out result{clone};
-            result = ComPtr<IEnumVARIANT>::Adopt(new CollectionEnumerator(*collection_.get(), next_));
+            result = ComPtr<IEnumVARIANT>::Adopt(new CollectionEnumerator(*collection_, next_));
         });
     }
 
@@ -115,7 +115,9 @@ const Variant* Collection::find(TextView key) const {
     return found != items_.end() ? &found->value : nullptr;
 }
 
-void Collection::add(Variant item, TextView key) { insert(items_.size(), std::move(item), Lower(key)); }
+void Collection::add(Variant item, TextView key) {
+    insert(items_.size(), std::move(item), Lower(key));
+}
 
 void Collection::insert(std::size_t at, Variant item, Text key) {
     if (!key.empty() && std::any_of(items_.begin(), items_.end(), [&](const Entry& entry) {
@@ -143,8 +145,7 @@ std::size_t Collection::position(const VARIANT& index) const {
         throw Error(kTypeMismatch);
     }
     Variant number;
-    if (FAILED(VariantChangeType(
-            number.put(), const_cast<VARIANT*>(&target.get()), 0, VT_I4)) ||
+    if (FAILED(VariantChangeType(number.put(), const_cast<VARIANT*>(&target.get()), 0, VT_I4)) ||
         V_I4(&number.get()) < 1 || V_I4(&number.get()) > count()) {
         throw Error(kSubscriptOutOfRange);
     }

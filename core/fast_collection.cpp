@@ -15,7 +15,8 @@ namespace {
 
 constexpr long kBucketCount = 2048;
 constexpr long kEntryBytes = 4;  // of the index, as counted
-constexpr SIZE_T kWidth = sizeof(void*) / kEntryBytes;
+constexpr SIZE_T kPointerBytes = sizeof(void*);
+constexpr SIZE_T kWidth = kPointerBytes / kEntryBytes;
 constexpr SIZE_T kKeyLengthBytes = sizeof(DWORD);
 constexpr SIZE_T kKeyOverhead = kKeyLengthBytes + sizeof(wchar_t);
 constexpr long kTextCompare = 1;
@@ -27,8 +28,7 @@ constexpr long kTextCompare = 1;
 // A numeric index as a 32-bit integer, rounded by the platform. What does not fit is no index.
 long IndexNumber(const VARIANT& index) {
     Variant converted;
-    const HRESULT code =
-        VariantChangeType(converted.put(), const_cast<VARIANT*>(&index), 0, VT_I4);
+    const HRESULT code = VariantChangeType(converted.put(), const_cast<VARIANT*>(&index), 0, VT_I4);
     return SUCCEEDED(code) ? V_I4(&converted.get()) : -1;
 }
 
@@ -46,7 +46,9 @@ TextView TextOf(const VARIANT& index) noexcept {
     return automation::View((V_VT(&index) & VT_BYREF) != 0 ? *V_BSTRREF(&index) : V_BSTR(&index));
 }
 
-bool IsGiven(const VARIANT* argument) noexcept { return !automation::IsMissing(argument); }
+bool IsGiven(const VARIANT* argument) noexcept {
+    return !automation::IsMissing(argument);
+}
 
 }  // namespace
 
@@ -65,7 +67,9 @@ bool IsIndexNumber(const VARIANT& index) noexcept {
 
 FastCollection::FastCollection() : storage_(CreateStorage()) {}
 
-FastCollection::~FastCollection() { ReleaseAll(storage_); }
+FastCollection::~FastCollection() {
+    ReleaseAll(storage_);
+}
 
 FastCollection::Storage FastCollection::CreateStorage() {
     static_assert(sizeof(void*) != 4 || (sizeof(ItemRecord) == 20 && sizeof(KeyNode) == 12));
@@ -75,7 +79,7 @@ FastCollection::Storage FastCollection::CreateStorage() {
         storage.items = static_cast<ItemRecord**>(
             HeapAlloc(storage.heap, 0, static_cast<SIZE_T>(kInitialCapacity) * kWidth));
         storage.buckets = static_cast<KeyNode**>(
-            HeapAlloc(storage.heap, HEAP_ZERO_MEMORY, kBucketCount * sizeof(KeyNode*)));
+            HeapAlloc(storage.heap, HEAP_ZERO_MEMORY, kBucketCount * kPointerBytes));
     }
     if (storage.items == nullptr || storage.buckets == nullptr) {
         if (storage.heap != nullptr) {
@@ -120,9 +124,8 @@ void FastCollection::Add(const VARIANT& item,
     }
     record->Value = value.detach();
     ItemRecord** const slot = storage_.items + (position - 1);
-    std::memmove(slot + 1,
-                 slot,
-                 static_cast<SIZE_T>(storage_.count - (position - 1)) * sizeof(ItemRecord*));
+    std::memmove(
+        slot + 1, slot, static_cast<SIZE_T>(storage_.count - (position - 1)) * kPointerBytes);
     *slot = record;
     ++storage_.count;
 }
@@ -243,7 +246,9 @@ void FastCollection::Replace(const VARIANT& index, Variant value, const wchar_t*
     }
 }
 
-bool FastCollection::KeyExists(TextView key) const { return FindKey(key) != nullptr; }
+bool FastCollection::KeyExists(TextView key) const {
+    return FindKey(key) != nullptr;
+}
 
 void FastCollection::ChangeKey(TextView oldKey, TextView newKey) {
     const long index = IndexFromKey(oldKey);
@@ -314,8 +319,7 @@ void FastCollection::RemoveByIndex(long index) {
     UnlinkKey(record.Key);
     Free(&record);
     ItemRecord** const slot = storage_.items + (index - 1);
-    std::memmove(
-        slot, slot + 1, static_cast<SIZE_T>(storage_.count - index) * sizeof(ItemRecord*));
+    std::memmove(slot, slot + 1, static_cast<SIZE_T>(storage_.count - index) * kPointerBytes);
     --storage_.count;
     storage_.lastRemoved = index;
     // Half a step of slack keeps a collection that hovers at a boundary from resizing every time.
@@ -411,8 +415,8 @@ void FastCollection::Free(void* block) const noexcept {
 }
 
 bool FastCollection::ResizeItems(long capacity) noexcept {
-    void* const block = HeapReAlloc(
-        storage_.heap, 0, storage_.items, static_cast<SIZE_T>(capacity) * kWidth);
+    void* const block =
+        HeapReAlloc(storage_.heap, 0, storage_.items, static_cast<SIZE_T>(capacity) * kWidth);
     if (block == nullptr) {
         return false;
     }

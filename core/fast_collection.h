@@ -57,8 +57,8 @@ public:
 
     long Count() const noexcept { return storage_.count; }
 
-    // Step by which the index grows and shrinks. Setting n stores n/16, at least 4; getting does not
-    // multiply back.
+    // Step by which the index grows and shrinks. Setting n stores n/16, at least 4; getting does
+    // not multiply back.
     long Increment() const noexcept { return storage_.increment; }
     void SetIncrement(long bytes) noexcept;
 
@@ -95,10 +95,10 @@ public:
     // An array of the keys in index order; items without a key are left out. Lower bound 0.
     Variant Keys() const;
 
-    // Walks the items as they are at each step: what is added behind the walk is visited, and a loop
-    // may remove the item it was just given without missing the next one (one removal between two
-    // steps is made up for). The enumerator lives on this collection's heap and holds no reference
-    // to it: it must not be touched once the collection is cleared or gone. Throws 7.
+    // Walks the items as they are at each step: what is added behind the walk is visited, and a
+    // loop may remove the item it was just given without missing the next one (one removal between
+    // two steps is made up for). The enumerator lives on this collection's heap and holds no
+    // reference to it: it must not be touched once the collection is cleared or gone. Throws 7.
     automation::ComPtr<IEnumVARIANT> NewEnum() const;
 
     // Throws 5 for an unknown key or another kind of index, 381 for an index out of range.
@@ -114,8 +114,8 @@ private:
     // Everything that lives and dies together.
     struct Storage {
         HANDLE heap = nullptr;
-        ItemRecord** items = nullptr;    // index 1 stands at items[0]
-        KeyNode** buckets = nullptr;     // heads of the hash chains
+        ItemRecord** items = nullptr;  // index 1 stands at items[0]
+        KeyNode** buckets = nullptr;   // heads of the hash chains
         long count = 0;
         long capacity = kInitialCapacity;  // counted bytes, see kInitialCapacity
         long increment = kInitialCapacity;

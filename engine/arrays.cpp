@@ -87,9 +87,7 @@ STDMETHODIMP Dbms::Replace(BSTR value, IDispatch* item) noexcept {
             ComPtr<IDispatch> array = record->state.dynamicArray;
             const auto at = element.at;
             const auto editor = host();
-            CallOut([&] {
-                return editor->Replace(array.inOut(), value, at.amc, at.vmc, at.smc);
-            });
+            CallOut([&] { return editor->Replace(array.inOut(), value, at.amc, at.vmc, at.smc); });
         }
         changed(element);
     });

@@ -150,7 +150,7 @@ private:
     ComPtr<RecordInfo> info(TextView key);
     ComPtr<IDispatch> newDynamicArray();
     // First non-empty of the item's, the buffer's and the key field's file name.
-    Text resolveFileName(const FieldItem& item, const RecordInfo& info, TextView key) const;
+    static Text resolveFileName(const FieldItem& item, const RecordInfo& info, TextView key);
 
     // Calls `call` with the callback of a key field. A missing or failing callback is ignored.
     template <typename Call>
@@ -176,11 +176,8 @@ private:
     short write(bool writeU, TextView recordNumber, const FieldItem& item, TextView key);
 
     // ---- host_calls.cpp
-    void callHost(IDispatch* item,
-                  BSTR progName,
-                  VARIANT* extra,
-                  BSTR* value,
-                  bool fourArguments) noexcept;
+    void callHost(
+        IDispatch* item, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept;
     void storeHostRecord(RecordInfo& info, const VARIANT& recNo, const VARIANT& record);
 
     // ---- selections.cpp
@@ -198,7 +195,7 @@ private:
     ComPtr<core::Collection> dictNameCache_;  // lists of names by file name
     ComPtr<core::Collection> fileNameCache_;
     Text sessionName_;
-    Text sessionKey_;        // lower case
+    Text sessionKey_;         // lower case
     short storedOsType_ = 0;  // last accepted; the client or the back-end is asked instead
     ComPtr<_mviHostDLL> host_;
     List infoList_;

@@ -35,9 +35,8 @@ Text Dbms::dictionaryFileName(const FieldItem& item) {
 void Dbms::readDefinition(const FieldItem& item, TextView dictName) {
     const Text fileName = dictionaryFileName(item);
     if (fileName.empty()) {
-        SetReadState(item,
-                     DictReadFailed,
-                     L"Unable to find a filename associated with " + item.keyId());
+        SetReadState(
+            item, DictReadFailed, L"Unable to find a filename associated with " + item.keyId());
         return;
     }
     const Bstr file(fileName);
@@ -187,7 +186,8 @@ STDMETHODIMP Dbms::GetDictNameList(BSTR fileName, IDispatch** result) noexcept {
         }
         ComPtr<IDispatch> selectList;
         const auto selector = host();
-        CallOut([&] { return selector->SelectDictName(fileName, VARIANT_FALSE, selectList.put()); });
+        CallOut(
+            [&] { return selector->SelectDictName(fileName, VARIANT_FALSE, selectList.put()); });
         const ComPtr<IDispatch> names(ComPtr<_Collection>(readNames(std::move(selectList))));
         Ignoring([&] { dictNameCache_->add(Variant(names.get()), name); });
         out = names;

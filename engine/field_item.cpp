@@ -9,7 +9,8 @@ using automation::Error;
 namespace {
 
 short Narrow(long position) {
-    if (position < std::numeric_limits<short>::min() || position > std::numeric_limits<short>::max()) {
+    if (position < std::numeric_limits<short>::min() ||
+        position > std::numeric_limits<short>::max()) {
         throw Error(automation::kOverflow);
     }
     return static_cast<short>(position);
@@ -27,7 +28,8 @@ Position Position::Of(const FieldItem& item) {
     const auto read = [&](HRESULT (STDMETHODCALLTYPE _kelDictItem::*getter)(long*)) {
         return Narrow(automation::GetNumber(item.object(), getter));
     };
-    return {read(&_kelDictItem::get_AMC), read(&_kelDictItem::get_VMC), read(&_kelDictItem::get_SMC)};
+    return {
+        read(&_kelDictItem::get_AMC), read(&_kelDictItem::get_VMC), read(&_kelDictItem::get_SMC)};
 }
 
 Text RequireKey(TextView keyId, const wchar_t* source) {

@@ -39,8 +39,8 @@ void Call(_mviHostDLL& host, BSTR progName, std::initializer_list<VARIANT*> give
     for (std::size_t i = 0; i < kMostArguments; ++i) {
         args[i] = i < given.size() ? given.begin()[i] : missing[i];
     }
-    std::apply(
-        [&](auto*... arg) { CallOut([&] { return host.CallHost(progName, arg...); }); }, args);
+    std::apply([&](auto*... arg) { CallOut([&] { return host.CallHost(progName, arg...); }); },
+               args);
 }
 
 Text Joined(std::initializer_list<TextView> parts, wchar_t mark) {
@@ -67,9 +67,8 @@ TextView AnswerOf(TextView parameters) {
 }
 
 void ShowFailure(TextView progName, const Error& error) {
-    const Text text = Text(L"Calling Host Program: ").append(progName) +
-                      L"\r\nSource: " + error.source() +
-                      L"\r\nError Number: " + DecimalText(error.number()) +
+    const Text text = Text(L"Calling Host Program: ").append(progName) + L"\r\nSource: " +
+                      error.source() + L"\r\nError Number: " + DecimalText(error.number()) +
                       L"\r\nDescription: " + error.description();
     MessageBoxW(GetActiveWindow(), text.c_str(), L"Calling Host Program", MB_OK | MB_TASKMODAL);
 }
@@ -137,11 +136,8 @@ STDMETHODIMP Dbms::CallHost(IDispatch* item,
 }
 
 // A failure is shown to the user; none reaches the caller.
-void Dbms::callHost(IDispatch* item,
-                    BSTR progName,
-                    VARIANT* extra,
-                    BSTR* value,
-                    bool fourArguments) noexcept {
+void Dbms::callHost(
+    IDispatch* item, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept {
     try {
         const Text key = RequireKey(FieldItem(item).keyId(), L"mvDBMS::CallHost");
         if (View(progName).empty()) {
@@ -204,23 +200,15 @@ STDMETHODIMP Dbms::CallCommonHost(
         Bstr recordText;
         CallOut([&] { return called->Extract(array.inOut(), 0, 0, 0, recordText.put()); });
 
-        const Text place = Joined(
-            {DecimalText(at.amc), DecimalText(at.vmc), DecimalText(at.smc)}, kValueMark);
+        const Text place =
+            Joined({DecimalText(at.amc), DecimalText(at.vmc), DecimalText(at.smc)}, kValueMark);
         const Text fileName = resolveFileName(item, *record, key);
         const Text message = item.text(&_kelDictItem::get_ErrMsg);
         Variant recNo{TextView(record->state.recNo)};
         Variant whole{std::move(recordText)};
-        Variant parameters{TextView(Joined({View(progType),
-                                            place,
-                                            key,
-                                            fileName,
-                                            View(sessionName),
-                                            L"",
-                                            L"",
-                                            L"",
-                                            L"",
-                                            message},
-                                           kAttributeMark))};
+        Variant parameters{TextView(Joined(
+            {View(progType), place, key, fileName, View(sessionName), L"", L"", L"", L"", message},
+            kAttributeMark))};
         Variant answer{View(*value)};
         Call(*called,
              progName.get(),

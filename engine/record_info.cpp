@@ -59,8 +59,12 @@ void RecordInfo::terminate() noexcept {
     state.mandatoryList.reset();
 }
 
-STDMETHODIMP RecordInfo::get_KeyId(BSTR* result) noexcept { return GiveText(state.keyId, result); }
-STDMETHODIMP RecordInfo::put_KeyId(BSTR value) noexcept { return TakeText(value, state.keyId); }
+STDMETHODIMP RecordInfo::get_KeyId(BSTR* result) noexcept {
+    return GiveText(state.keyId, result);
+}
+STDMETHODIMP RecordInfo::put_KeyId(BSTR value) noexcept {
+    return TakeText(value, state.keyId);
+}
 STDMETHODIMP RecordInfo::get_DynamicArray(IDispatch** result) noexcept {
     return GiveObject(state.dynamicArray, result);
 }
@@ -73,8 +77,12 @@ STDMETHODIMP RecordInfo::get_FileName(BSTR* result) noexcept {
 STDMETHODIMP RecordInfo::put_FileName(BSTR value) noexcept {
     return TakeText(value, state.fileName);
 }
-STDMETHODIMP RecordInfo::get_RecNo(BSTR* result) noexcept { return GiveText(state.recNo, result); }
-STDMETHODIMP RecordInfo::put_RecNo(BSTR value) noexcept { return TakeText(value, state.recNo); }
+STDMETHODIMP RecordInfo::get_RecNo(BSTR* result) noexcept {
+    return GiveText(state.recNo, result);
+}
+STDMETHODIMP RecordInfo::put_RecNo(BSTR value) noexcept {
+    return TakeText(value, state.recNo);
+}
 STDMETHODIMP RecordInfo::get_IsRead(VARIANT_BOOL* result) noexcept {
     return GiveFlag(state.isRead, result);
 }
@@ -141,8 +149,7 @@ STDMETHODIMP RecordInfo::get_FileVar(IDispatch** result) noexcept {
         Out out{result};
         Ignoring([&] {
             ThreadRegistry& registry = ThreadRegistry::Current();
-            const auto engine =
-                registry.engine(Lower(registry.GetKeyFieldSession(state.keyId)));
+            const auto engine = registry.engine(Lower(registry.GetKeyFieldSession(state.keyId)));
             const Bstr fileName(state.fileName);
             ComPtr<IDispatch> fileVar;
             CallOut([&] { return engine->OpenFileVar(fileName.get(), fileVar.put()); });

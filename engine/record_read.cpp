@@ -18,8 +18,12 @@ constexpr short kLockedByOther = 2;
 constexpr short kRefused = 3;
 
 // Kinds of read: 0 and 1 take any record, 2 none, every other value new records only.
-constexpr bool TakesExisting(short readType) noexcept { return readType == 0 || readType == 1; }
-constexpr bool TakesNew(short readType) noexcept { return readType != 2; }
+constexpr bool TakesExisting(short readType) noexcept {
+    return readType == 0 || readType == 1;
+}
+constexpr bool TakesNew(short readType) noexcept {
+    return readType != 2;
+}
 
 // How a read ends for the buffer and for the caller.
 struct Outcome {
@@ -28,7 +32,9 @@ struct Outcome {
     short errorFlag;
 };
 
-bool IsBlank(TextView text) noexcept { return text.find_first_not_of(L' ') == TextView::npos; }
+bool IsBlank(TextView text) noexcept {
+    return text.find_first_not_of(L' ') == TextView::npos;
+}
 
 }  // namespace
 
@@ -62,8 +68,7 @@ short Dbms::read(TextView recordNumber, const FieldItem& item, TextView key) {
         status = 0;
         const auto reader = host();
         CallOut([&] {
-            return reader->mvRead(
-                Flag(readU), number.get(), fileVar.inOut(), &status, array.put());
+            return reader->mvRead(Flag(readU), number.get(), fileVar.inOut(), &status, array.put());
         });
     }
 

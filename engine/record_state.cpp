@@ -35,14 +35,13 @@ ComPtr<RecordInfo> Dbms::EnsureKeyFieldInfo(TextView keyId) {
         result = Make<RecordInfo>(keyId);
         InfoList().Add(Variant(static_cast<_kelInfo*>(result.get())).get(), key);
     }
-    if (!result->state.dynamicArray && host_ &&
-        GetFlag(*host(), &_mviHostDLL::get_IsConnected)) {
+    if (!result->state.dynamicArray && host_ && GetFlag(*host(), &_mviHostDLL::get_IsConnected)) {
         result->state.dynamicArray = newDynamicArray();
     }
     return result;
 }
 
-Text Dbms::resolveFileName(const FieldItem& item, const RecordInfo& info, TextView key) const {
+Text Dbms::resolveFileName(const FieldItem& item, const RecordInfo& info, TextView key) {
     Text fileName = item.text(&_kelDictItem::get_FileName);
     if (fileName.empty()) {
         fileName = info.state.fileName;

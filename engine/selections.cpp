@@ -61,9 +61,7 @@ void Dbms::destroySelectList(TextView key) noexcept {
 }
 
 STDMETHODIMP Dbms::DestorySelectList(IDispatch* item) noexcept {
-    return ComMethod([&] {
-        Ignoring([&] { destroySelectList(Lower(FieldItem(item).keyId())); });
-    });
+    return ComMethod([&] { Ignoring([&] { destroySelectList(Lower(FieldItem(item).keyId())); }); });
 }
 
 STDMETHODIMP Dbms::TCLExecute(BSTR sentence, BSTR* capture, BSTR* returning) noexcept {

@@ -29,7 +29,8 @@ public:
         if (object == nullptr) {
             return E_POINTER;
         }
-        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, __uuidof(IInitializeSpy));
+        const bool known =
+            IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, __uuidof(IInitializeSpy));
         *object = known ? static_cast<IInitializeSpy*>(this) : nullptr;
         if (!known) {
             return E_NOINTERFACE;

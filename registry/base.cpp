@@ -79,7 +79,10 @@ STDMETHODIMP Base::GetFieldCallBack(BSTR keyField, _kelFieldCallBack** result) n
             const Text key = Lower(name);
             ThreadRegistry& registry = ThreadRegistry::Current();
             if (registry.FieldCallbackList().KeyExists(key)) {
-                Log(L"kelBase::GetFieldCallback - Key Field ", name, L" Already exists", kNoticeLevel);
+                Log(L"kelBase::GetFieldCallback - Key Field ",
+                    name,
+                    L" Already exists",
+                    kNoticeLevel);
                 out = registry.fieldCallback(key);
                 return;
             }
@@ -150,17 +153,15 @@ STDMETHODIMP Base::RefreshFieldCallback(BSTR keyField) noexcept {
 
 STDMETHODIMP Base::SetKeyFieldSession(BSTR keyField, BSTR session) noexcept {
     return ComMethod([&] {
-        Ignoring([&] {
-            ThreadRegistry::Current().xref().setSession(View(keyField), View(session));
-        });
+        Ignoring(
+            [&] { ThreadRegistry::Current().xref().setSession(View(keyField), View(session)); });
     });
 }
 
 STDMETHODIMP Base::SetKeyFieldFileName(BSTR keyField, BSTR sFileName) noexcept {
     return ComMethod([&] {
-        Ignoring([&] {
-            ThreadRegistry::Current().xref().setFileName(View(keyField), View(sFileName));
-        });
+        Ignoring(
+            [&] { ThreadRegistry::Current().xref().setFileName(View(keyField), View(sFileName)); });
     });
 }
 
@@ -172,7 +173,10 @@ STDMETHODIMP Base::GetSessionCallBack(BSTR session, _kelSessionCallBack** result
             const Text key = Lower(name);
             ThreadRegistry& registry = ThreadRegistry::Current();
             if (registry.SessionCallbackList().KeyExists(key)) {
-                Log(L"kelBase::GetSessionCallback - Session ", name, L" Already exists", kNoticeLevel);
+                Log(L"kelBase::GetSessionCallback - Session ",
+                    name,
+                    L" Already exists",
+                    kNoticeLevel);
                 out = registry.sessionCallback(key);
                 return;
             }
@@ -278,8 +282,8 @@ STDMETHODIMP Base::ClassId(BSTR* result) noexcept {
 STDMETHODIMP Base::Version(BSTR* result) noexcept {
     return ComMethod([&] {
         Out out{result};
-        out = TextView(DecimalText(KEL_VERSION_MAJOR) + L"." + DecimalText(KEL_VERSION_MINOR) + L"." +
-                       DecimalText(KEL_VERSION_REVISION));
+        out = TextView(DecimalText(KEL_VERSION_MAJOR) + L"." + DecimalText(KEL_VERSION_MINOR) +
+                       L"." + DecimalText(KEL_VERSION_REVISION));
     });
 }
 

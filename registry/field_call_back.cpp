@@ -13,7 +13,9 @@ constexpr short kTraceLevel = 9;
 
 }  // namespace
 
-FieldCallBack::FieldCallBack() { core::WriteLog(L"kelFieldCallback Initalize", kTraceLevel); }
+FieldCallBack::FieldCallBack() {
+    core::WriteLog(L"kelFieldCallback Initalize", kTraceLevel);
+}
 
 void FieldCallBack::terminate() noexcept {
     Ignoring([&] { core::WriteLog(L"kelFieldCallback Terminate " + keyId_, kTraceLevel); });
@@ -79,7 +81,9 @@ STDMETHODIMP FieldCallBack::FldDelete(BSTR recNo) noexcept {
     return raiseTexts(Event::kDeleted, recNo);
 }
 
-STDMETHODIMP FieldCallBack::FldClear() noexcept { return raiseTexts(Event::kClear); }
+STDMETHODIMP FieldCallBack::FldClear() noexcept {
+    return raiseTexts(Event::kClear);
+}
 
 STDMETHODIMP
 FieldCallBack::FldReadValid(BSTR recNo, VARIANT_BOOL isValid, short errorFlag) noexcept {
@@ -91,7 +95,9 @@ FieldCallBack::FldReadValid(BSTR recNo, VARIANT_BOOL isValid, short errorFlag) n
     });
 }
 
-STDMETHODIMP FieldCallBack::FldConnected() noexcept { return raiseTexts(Event::kConnected); }
+STDMETHODIMP FieldCallBack::FldConnected() noexcept {
+    return raiseTexts(Event::kConnected);
+}
 
 STDMETHODIMP FieldCallBack::FldDisconnected() noexcept {
     return raiseTexts(Event::kDisconnected);

@@ -16,7 +16,9 @@ constexpr short kUnstatedLevel = 0;  // written as the lowest
 
 }  // namespace
 
-SessionCallBack::SessionCallBack() { core::WriteLog(L"SessionCallback Initalize", kTraceLevel); }
+SessionCallBack::SessionCallBack() {
+    core::WriteLog(L"SessionCallback Initalize", kTraceLevel);
+}
 
 void SessionCallBack::Init() {
     constexpr const wchar_t* kSource = L"kelSessionCallback::Init";
@@ -98,9 +100,8 @@ STDMETHODIMP SessionCallBack::Connect(VARIANT_BOOL* result) noexcept {
 }
 
 STDMETHODIMP SessionCallBack::Disconnect() noexcept {
-    return ComMethod([&] {
-        Ignoring([&] { forward([](_kelDBMS& engine) { return engine.Disconnect(); }); });
-    });
+    return ComMethod(
+        [&] { Ignoring([&] { forward([](_kelDBMS& engine) { return engine.Disconnect(); }); }); });
 }
 
 STDMETHODIMP SessionCallBack::get_CommonValue(BSTR commonName, VARIANT* result) noexcept {
@@ -122,7 +123,8 @@ STDMETHODIMP SessionCallBack::get_CommonObject(BSTR commonName, IDispatch** resu
     return ComMethod([&] {
         Out out{result};
         ComPtr<IDispatch> object;
-        forward([&](_kelDBMS& engine) { return engine.get_CommonObject(commonName, object.put()); });
+        forward(
+            [&](_kelDBMS& engine) { return engine.get_CommonObject(commonName, object.put()); });
         out = std::move(object);
     });
 }

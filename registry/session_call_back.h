@@ -11,8 +11,9 @@ namespace kel::registry {
 // by name at every call. The engine lives as long as the callback object, not as long as its
 // registration. A missing engine is error 381; so is a session that was renamed, until an engine
 // exists under the new name.
-class SessionCallBack final
-    : public automation::EventSource<kelSessionCallBack, _kelSessionCallBack, __kelSessionCallBack> {
+class SessionCallBack final : public automation::EventSource<kelSessionCallBack,
+                                                             _kelSessionCallBack,
+                                                             __kelSessionCallBack> {
 public:
     SessionCallBack();
 

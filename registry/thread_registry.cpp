@@ -36,8 +36,12 @@ ComPtr<Interface> ItemAs(core::FastCollection& list, TextView key) {
 
 }  // namespace
 
-void SetFactories(const Factories& factories) noexcept { installed = factories; }
-const Factories& TheFactories() noexcept { return installed; }
+void SetFactories(const Factories& factories) noexcept {
+    installed = factories;
+}
+const Factories& TheFactories() noexcept {
+    return installed;
+}
 
 bool ThreadRegistry::AttachProcess() noexcept {
     slot = TlsAlloc();

@@ -49,7 +49,9 @@ ComPtr<_kelTools> MakeTools(TextView sessionName) {
 
 }  // namespace
 
-const automation::ModuleDescription& automation::ThisModule() noexcept { return kModule; }
+const automation::ModuleDescription& automation::ThisModule() noexcept {
+    return kModule;
+}
 
 }  // namespace kel
 

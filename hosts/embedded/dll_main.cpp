@@ -20,7 +20,9 @@ constexpr automation::ModuleDescription kModule{L"kelos1", kClasses, 1, false};
 
 }  // namespace
 
-const automation::ModuleDescription& automation::ThisModule() noexcept { return kModule; }
+const automation::ModuleDescription& automation::ThisModule() noexcept {
+    return kModule;
+}
 
 }  // namespace kel
 

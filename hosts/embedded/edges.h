@@ -14,7 +14,9 @@ static_assert(sizeof(wchar_t) == sizeof(char16_t));
 inline multivalue::TextView Units(automation::TextView text) noexcept {
     return {reinterpret_cast<const char16_t*>(text.data()), text.size()};
 }
-inline multivalue::TextView Units(BSTR text) noexcept { return Units(automation::View(text)); }
+inline multivalue::TextView Units(BSTR text) noexcept {
+    return Units(automation::View(text));
+}
 
 inline automation::TextView Wide(multivalue::TextView text) noexcept {
     return {reinterpret_cast<const wchar_t*>(text.data()), text.size()};
@@ -34,9 +36,8 @@ HRESULT HostMember(const wchar_t* member, Body&& body) noexcept {
         try {
             body();
         } catch (const multivalue::Error& error) {
-            throw automation::Error(NumberOf(error.kind()),
-                                    automation::Text(L"kelos1::") + member,
-                                    Wide(error.text()));
+            throw automation::Error(
+                NumberOf(error.kind()), automation::Text(L"kelos1::") + member, Wide(error.text()));
         }
     });
 }

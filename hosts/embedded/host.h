@@ -9,8 +9,9 @@
 namespace kel::embedded {
 
 // One session with one account. Record buffers work without a connection; everything else raises
-// 10102 (NotConnected) without one. File variables end with the connection that opened them (10302).
-// Errors name the member ("kelos1::" and its name) and say what the object in question was.
+// 10102 (NotConnected) without one. File variables end with the connection that opened them
+// (10302). Errors name the member ("kelos1::" and its name) and say what the object in question
+// was.
 class Host final : public automation::Object<mviHostDLL, _mviHostDLL> {
 public:
     Host() = default;
@@ -118,8 +119,9 @@ public:
                                     BSTR* result) noexcept override;
     STDMETHODIMP ValidCorrelative(BSTR correlative, VARIANT_BOOL* result) noexcept override;
     STDMETHODIMP
-    SelectDictName(BSTR fileName, VARIANT_BOOL withCorrelatives, IDispatch** result) noexcept
-        override;
+    SelectDictName(BSTR fileName,
+                   VARIANT_BOOL withCorrelatives,
+                   IDispatch** result) noexcept override;
     STDMETHODIMP SelectFileName(IDispatch** result) noexcept override;
 
 private:

@@ -25,7 +25,9 @@ multivalue::Position At(long amc, long vmc, long smc) noexcept {
             static_cast<std::int32_t>(smc)};
 }
 
-Bstr ToBstr(multivalue::TextView text) { return Bstr(Wide(text)); }
+Bstr ToBstr(multivalue::TextView text) {
+    return Bstr(Wide(text));
+}
 
 }  // namespace
 
@@ -61,9 +63,8 @@ Host::Insert(IDispatch** array, BSTR value, long amc, long vmc, long smc) noexce
 }
 
 STDMETHODIMP Host::Delete(IDispatch** array, long amc, long vmc, long smc) noexcept {
-    return HostMember(L"Delete", [&] {
-        BufferOf(array, L"Delete")->content.array.Delete(At(amc, vmc, smc));
-    });
+    return HostMember(L"Delete",
+                      [&] { BufferOf(array, L"Delete")->content.array.Delete(At(amc, vmc, smc)); });
 }
 
 STDMETHODIMP Host::Locate(IDispatch** array,

@@ -96,8 +96,12 @@ STDMETHODIMP Host::Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexce
     });
 }
 
-STDMETHODIMP Host::Oconv(BSTR, BSTR, VARIANT*) noexcept { return NotImplemented(L"Oconv"); }
-STDMETHODIMP Host::Iconv(BSTR, BSTR, VARIANT*) noexcept { return NotImplemented(L"Iconv"); }
+STDMETHODIMP Host::Oconv(BSTR, BSTR, VARIANT*) noexcept {
+    return NotImplemented(L"Oconv");
+}
+STDMETHODIMP Host::Iconv(BSTR, BSTR, VARIANT*) noexcept {
+    return NotImplemented(L"Iconv");
+}
 STDMETHODIMP Host::CallHost(BSTR,
                             VARIANT*,
                             VARIANT*,
@@ -143,6 +147,8 @@ STDMETHODIMP Host::ValidCorrelative(BSTR, VARIANT_BOOL*) noexcept {
 STDMETHODIMP Host::SelectDictName(BSTR, VARIANT_BOOL, IDispatch**) noexcept {
     return NotImplemented(L"SelectDictName");
 }
-STDMETHODIMP Host::SelectFileName(IDispatch**) noexcept { return NotImplemented(L"SelectFileName"); }
+STDMETHODIMP Host::SelectFileName(IDispatch**) noexcept {
+    return NotImplemented(L"SelectFileName");
+}
 
 }  // namespace kel::embedded

@@ -78,9 +78,7 @@ STDMETHODIMP Host::mvDelete(BSTR recordNumber, IDispatch** fileVar) noexcept {
 }
 
 STDMETHODIMP Host::mvRelease(IDispatch** fileVar, BSTR recordNumber) noexcept {
-    return HostMember(L"mvRelease", [&] {
-        store().Unlock(fileOf(fileVar), Units(recordNumber));
-    });
+    return HostMember(L"mvRelease", [&] { store().Unlock(fileOf(fileVar), Units(recordNumber)); });
 }
 
 STDMETHODIMP Host::OpenFile(BSTR fileName, IDispatch** result) noexcept {
@@ -88,9 +86,10 @@ STDMETHODIMP Host::OpenFile(BSTR fileName, IDispatch** result) noexcept {
         Out out{result};
         const auto number = store().FindFile(Units(fileName));
         if (!number) {
-            throw Error(mvOpenNotFound,
-                        L"kelos1::OpenFile",
-                        Text(L"There is no file \"").append(View(fileName)).append(L"\" in this account."));
+            throw Error(
+                mvOpenNotFound,
+                L"kelos1::OpenFile",
+                Text(L"There is no file \"").append(View(fileName)).append(L"\" in this account."));
         }
         out = Make<FileVariableObject>(FileVariable{*number, connection_, true});
     });

@@ -41,7 +41,9 @@ constexpr std::array<Word, 8> kTruthWords{{{L"true", true},
                                            {L"0", false},
                                            {L"", false}}};
 
-[[noreturn]] void Refuse(const Text& text) { throw Error(automation::kInvalidCall, kSource, text); }
+[[noreturn]] void Refuse(const Text& text) {
+    throw Error(automation::kInvalidCall, kSource, text);
+}
 
 [[noreturn]] void RefuseValue(std::size_t index, const Text& value, const wchar_t* expected) {
     Refuse(Text(L"The property ") + kTable[index].name + L" takes " + expected + L", not \"" +
@@ -79,7 +81,9 @@ std::size_t ConnectionProperties::indexOf(TextView name, bool isObject) {
     return static_cast<std::size_t>(&row - kTable.data());
 }
 
-const Text& ConnectionProperties::text(TextView name) const { return texts_[indexOf(name, false)]; }
+const Text& ConnectionProperties::text(TextView name) const {
+    return texts_[indexOf(name, false)];
+}
 
 void ConnectionProperties::setText(TextView name, TextView value) {
     texts_[indexOf(name, false)] = value;
@@ -128,7 +132,8 @@ std::uint32_t ConnectionProperties::lockWaitMs() const {
     const automation::Bstr copy(text);
     double seconds = 0;
     // Written with a point whatever the user's language is: it is a setting, not an entry.
-    constexpr LCID kNeutralEnglish = MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT);
+    constexpr LCID kNeutralEnglish =
+        MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT);
     if (FAILED(VarR8FromStr(copy.get(), kNeutralEnglish, 0, &seconds)) || seconds < 0 ||
         seconds > kLongestSeconds) {
         RefuseValue(kLockWait, text, L"a number of seconds from 0 to 86400");
