@@ -45,8 +45,8 @@ TEST(HostCallMessageBox, NamesProgramSourceNumberAndDescription) {
     Variant extra;
     Bstr value(L"kept");
     const Bstr program(L"CHECK.CUST");
-    const HRESULT code = engine->CallHost(
-        item.get(), program.get(), extra.inOut(), value.inOut(), VARIANT_TRUE);
+    const HRESULT code =
+        engine->CallHost(item.get(), program.get(), extra.inOut(), value.inOut(), VARIANT_TRUE);
     user.join();
     EXPECT_EQ(code, S_OK);
     EXPECT_EQ(value.view(), L"kept");
