@@ -49,9 +49,9 @@ void AppendLine(const Text& path, const std::string& line) noexcept {
                                     FILE_ATTRIBUTE_NORMAL,
                                     nullptr);
     if (file != INVALID_HANDLE_VALUE) {
-        // Appending is one step on Windows. Where it is not, as in Wine, writers at the same time would
-        // overwrite one another; so they take turns. The lock lies behind everything that is ever
-        // written, hinders no reader, and goes with the handle.
+        // Appending is one step on Windows. Where it is not, as in Wine, writers at the same time
+        // would overwrite one another; so they take turns. The lock lies behind everything that is
+        // ever written, hinders no reader, and goes with the handle.
         OVERLAPPED farBehind{};
         farBehind.OffsetHigh = MAXLONG;
         LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &farBehind);

@@ -19,7 +19,9 @@ bool AllDigits(TextView text) {
     for (std::size_t i = 0; i < text.size(); i += kScanBlock) {
         const std::size_t block = std::min(kScanBlock, text.size() - i);
         const std::uint64_t digits = RangeMask(text.data() + i, block, {u'0', u'9'});
-        if (digits != ~std::uint64_t{0} >> (kScanBlock - block)) {
+        const std::uint64_t all =
+            block == kScanBlock ? ~std::uint64_t{0} : (std::uint64_t{1} << block) - 1;
+        if (digits != all) {
             return false;
         }
     }

@@ -103,7 +103,7 @@ Database OpenTable(ByteLockFile& sessions,
 
 }  // namespace
 
-LockTable::LockTable(const Text& accountPath, Text user, std::uint32_t busyWaitMs)
+LockTable::LockTable(const Text& accountPath, const Text& user, std::uint32_t busyWaitMs)
     : sessions_(accountPath + u"-sessions"),
       database_(OpenTable(sessions_, slot_, accountPath, busyWaitMs)),
       user_(EncodeKey(user)),
