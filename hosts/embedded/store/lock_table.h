@@ -19,7 +19,9 @@ namespace kel::embedded {
 class LockTable {
 public:
     // Joins the sessions of the account whose full path is given. Throws multivalue::Error.
-    LockTable(const multivalue::Text& accountPath, multivalue::const Text& user, std::uint32_t busyWaitMs);
+    LockTable(const multivalue::Text& accountPath,
+              const multivalue::Text& user,
+              std::uint32_t busyWaitMs);
     LockTable(const LockTable&) = delete;
     LockTable& operator=(const LockTable&) = delete;
     ~LockTable();
