@@ -19,7 +19,7 @@ class OpaqueObject final : public IDispatch {
 public:
     template <typename... Arguments>
     explicit OpaqueObject(Arguments&&... arguments)
-        : content(std::forward<Arguments>(arguments)...) {
+        : content{std::forward<Arguments>(arguments)...} {
         ModuleLocks::add();
     }
     OpaqueObject(const OpaqueObject&) = delete;

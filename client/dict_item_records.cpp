@@ -91,7 +91,7 @@ STDMETHODIMP DictItem::Count(short* result) noexcept {
             const Bstr delimiter(TextView(&mark, 1));
             long count = 0;
             CallOut([&] { return engine->Dcount(delimiter.get(), self(), &count); });
-            if (count > SHRT_MAX) {
+            if (count < SHRT_MIN || count > SHRT_MAX) {
                 throw Error(kOverflow);
             }
             out = static_cast<short>(count);

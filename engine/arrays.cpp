@@ -9,7 +9,6 @@
 namespace kel::engine {
 
 using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
-using registry::ThreadRegistry;
 
 namespace {
 

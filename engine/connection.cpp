@@ -178,7 +178,7 @@ bool Dbms::connect() {
         session = ThreadRegistry::Current().sessionCallback(sessionKey_);
         prepareHost(attempt);
         if (!attempt.ended) {
-            passProperties(*session.get());
+            passProperties(*session);
             attempt.connected = GetFlag(*host(), &_mviHostDLL::get_IsConnected);
             if (!attempt.connected) {
                 callHostConnect(attempt);

@@ -160,7 +160,7 @@ private:
     void forEachKeyField(Visit&& visit) noexcept;
 
     // ---- arrays.cpp
-    Element openElement(IDispatch* item, const wchar_t* source);
+    static Element openElement(IDispatch* object, const wchar_t* source);
     void changed(const Element& element) noexcept;
     Text processCorrelative(const Element& element, BSTR value, TextView key, short cnt);
 

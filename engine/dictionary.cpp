@@ -151,7 +151,7 @@ STDMETHODIMP Dbms::Iconv(BSTR value, BSTR conversion, VARIANT* result) noexcept 
 
 // The ids of a select list of the back-end, in the order received; the list is closed.
 ComPtr<core::Collection> Dbms::readNames(ComPtr<IDispatch> selectList) {
-    const auto names = Make<core::Collection>();
+    auto names = Make<core::Collection>();
     const auto reader = host();
     for (;;) {
         Bstr id;
@@ -188,9 +188,9 @@ STDMETHODIMP Dbms::GetDictNameList(BSTR fileName, IDispatch** result) noexcept {
         const auto selector = host();
         CallOut(
             [&] { return selector->SelectDictName(fileName, VARIANT_FALSE, selectList.put()); });
-        const ComPtr<IDispatch> names(ComPtr<_Collection>(readNames(std::move(selectList))));
+        ComPtr<IDispatch> names(ComPtr<_Collection>(readNames(std::move(selectList))));
         Ignoring([&] { dictNameCache_->add(Variant(names.get()), name); });
-        out = names;
+        out = std::move(names);
     });
 }
 
