@@ -1,0 +1,239 @@
+#include "tests/backend/script.h"
+
+#include <algorithm>
+#include <array>
+
+#include "tests/backend/opaque.h"
+
+namespace kel::tests {
+namespace {
+
+// In the order of Member. A name that ends in "=" has the new value as its last parameter.
+constexpr std::array<TextView, 43> kMemberNames = {
+    L"Create",
+    L"PropertyCount",
+    L"GetPropertyName",
+    L"PropertyValue",
+    L"PropertyValue=",
+    L"PropertyObject",
+    L"PropertyObject=",
+    L"PropertyDescription",
+    L"PropertyDefault",
+    L"OsType",
+    L"OsDescription",
+    L"DatabaseType",
+    L"Version",
+    L"IsConnected",
+    L"ConnectFailed",
+    L"Connect",
+    L"Disconnect",
+    L"CreateDynamicArray",
+    L"Extract",
+    L"Replace",
+    L"Insert",
+    L"Delete",
+    L"Locate",
+    L"Dcount",
+    L"Oconv",
+    L"Iconv",
+    L"mvRead",
+    L"mvWrite",
+    L"mvDelete",
+    L"mvRelease",
+    L"CallHost",
+    L"OpenFile",
+    L"CloseFile",
+    L"ProcessSelect",
+    L"CloseSelect",
+    L"ReadNext",
+    L"Execute",
+    L"ReadDictItem",
+    L"WriteDictItem",
+    L"ProcessCorrelative",
+    L"ValidCorrelative",
+    L"SelectDictName",
+    L"SelectFileName",
+};
+static_assert(kMemberNames.size() == static_cast<std::size_t>(Member::kSelectFileName) + 1);
+
+Text ShownParameter(const VARIANT& place) {
+    if (automation::IsMissing(&place)) {
+        return Shown(place);
+    }
+    const Variant target = Variant::Through(place);
+    return target.isObject() ? Opaque::NameOf(V_UNKNOWN(&target.get())) : Shown(target.get());
+}
+
+Text CallText(Member member, Parameters parameters) {
+    Text name(kMemberNames[static_cast<std::size_t>(member)]);
+    std::vector<Text> shown;
+    for (const Parameter& parameter : parameters) {
+        if (!parameter.name.empty()) {
+            shown.push_back(ShownParameter(parameter.place));
+        }
+    }
+    while (!shown.empty() && shown.back() == L"Missing") {
+        shown.pop_back();
+    }
+    Text assigned;
+    if (name.ends_with(L'=')) {
+        name.pop_back();
+        assigned = L"=" + shown.back();
+        shown.pop_back();
+    }
+    if (shown.empty()) {
+        return name + assigned;
+    }
+    Text list;
+    for (const Text& one : shown) {
+        list += (&one == shown.data() ? L"" : L",") + one;
+    }
+    return name + L"(" + list + L")" + assigned;
+}
+
+// Puts a value into the caller's variable, converted to its type.
+void Assign(const VARIANT& place, const Variant& value) {
+    const auto kind = static_cast<VARTYPE>(V_VT(&place) & ~VT_BYREF);
+    if ((V_VT(&place) & VT_BYREF) == 0) {
+        throw automation::Error(E_INVALIDARG, L"tests", L"Not a by-reference parameter");
+    }
+    Variant converted;
+    if (kind == VT_VARIANT) {
+        Variant copy(value);
+        VariantClear(V_VARIANTREF(&place));
+        *V_VARIANTREF(&place) = copy.detach();
+        return;
+    }
+    if (kind == VT_DISPATCH) {
+        ComPtr<IDispatch> object = value.object<IDispatch>();
+        if (IDispatch* const former = std::exchange(*V_DISPATCHREF(&place), object.detach())) {
+            former->Release();
+        }
+        return;
+    }
+    automation::Check(
+        VariantChangeType(converted.put(), const_cast<VARIANT*>(&value.get()), 0, kind));
+    const VARIANT plain = converted.detach();
+    switch (kind) {
+        case VT_BSTR:
+            SysFreeString(std::exchange(*V_BSTRREF(&place), V_BSTR(&plain)));
+            break;
+        case VT_I4:
+            *V_I4REF(&place) = V_I4(&plain);
+            break;
+        default:  // VT_I2 and VT_BOOL
+            *V_I2REF(&place) = V_I2(&plain);
+    }
+}
+
+class Call final : public CallInProgress {
+public:
+    Call(long host, Member member, Parameters parameters)
+        : host_(host),
+          member_(member),
+          parameters_(parameters),
+          text_(CallText(member, parameters)) {}
+
+    Member member() const override { return member_; }
+    long host() const override { return host_; }
+    Text text() const override { return text_; }
+    Variant argument(TextView name) const override { return Variant::Through(find(name)); }
+    void set(TextView name, const Variant& value) override { Assign(find(name), value); }
+    void fail(const Failure& failure) override { failure_ = failure; }
+
+    const std::optional<Failure>& failure() const { return failure_; }
+
+private:
+    const VARIANT& find(TextView name) const {
+        const auto found = std::find_if(parameters_.begin(),
+                                        parameters_.end(),
+                                        [&](const Parameter& one) { return one.name == name; });
+        if (found == parameters_.end()) {
+            throw automation::Error(E_INVALIDARG, L"tests", L"No such parameter: " + Text(name));
+        }
+        return found->place;
+    }
+
+    long host_;
+    Member member_;
+    Parameters parameters_;
+    Text text_;
+    std::optional<Failure> failure_;
+};
+
+}  // namespace
+
+std::optional<Failure> Script::run(long host,
+                                   Member member,
+                                   Parameters parameters,
+                                   const std::function<void()>& body) {
+    Call call(host, member, parameters);
+    calls_.push_back({member, host, call.text()});
+    ++number_;
+    // Taken before anything runs: a handler may call again, add rules or reset everything.
+    const Due rules = due(member);
+    for (const Phase phase : {Phase::kBefore, Phase::kInstead, Phase::kAfter}) {
+        bool ran = false;
+        for (const auto& rule : rules) {
+            if (rule->phase == phase) {
+                rule->handler(call);
+                ran = true;
+            }
+            if (call.failure()) {
+                return call.failure();
+            }
+        }
+        if (phase == Phase::kInstead && !ran) {
+            body();
+        }
+    }
+    return {};
+}
+
+Script::Due Script::due(Member member) {
+    Due result;
+    bool hasInstead = false;
+    const auto take = [&](const std::shared_ptr<Rule>& rule) {
+        const bool isInstead = rule->phase == Phase::kInstead;
+        if (rule->when.times == 0 || (isInstead && hasInstead)) {
+            return;
+        }
+        if (rule->when.skip > 0) {
+            --rule->when.skip;
+            return;
+        }
+        if (rule->when.times > 0) {
+            --rule->when.times;
+        }
+        hasInstead = hasInstead || isInstead;
+        result.push_back(rule);
+    };
+    for (const auto& rule : rules_) {
+        if (!rule->member && rule->number == number_) {
+            take(rule);
+        }
+    }
+    for (const auto& rule : rules_) {
+        if (rule->member == member) {
+            take(rule);
+        }
+    }
+    return result;
+}
+
+void Script::addRule(
+    std::optional<Member> member, long number, When when, Phase phase, Handler handler) {
+    rules_.push_back(std::make_shared<Rule>(Rule{member, number, when, phase, std::move(handler)}));
+}
+
+void Script::clearCalls() {
+    calls_.clear();
+    number_ = 0;
+}
+
+void Script::reset() {
+    clearCalls();
+    rules_.clear();
+}
+
+}  // namespace kel::tests

@@ -1,0 +1,51 @@
+// What the component holds on to, counted: whatever a group of tests leaves behind is a failure.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kel::tests {
+
+struct ResourceCounts {
+    long blocks = 0;         // automation strings, arrays and task memory
+    long objects = 0;        // objects and locks of this module
+    long lockedModules = 0;  // DLLs of the product that refuse to be unloaded
+    long heaps = 0;          // private heaps
+    long handles = 0;        // kernel handles; 0 when not counted
+
+    friend bool operator==(const ResourceCounts&, const ResourceCounts&) = default;
+};
+
+// Starts counting memory blocks for the whole process. Before anything is allocated through the
+// platform's task allocator, and once.
+void StartResourceCounting();
+
+// Lets go of what the component and COM keep only for speed.
+void SettleResources();
+
+// Some routines of the platform keep handles for ever, as registering a type library does in Wine.
+// What is opened and not closed between construction and destruction is not held against the tests.
+class ForgivenHandles {
+public:
+    ForgivenHandles();
+    ForgivenHandles(const ForgivenHandles&) = delete;
+    ForgivenHandles& operator=(const ForgivenHandles&) = delete;
+    ~ForgivenHandles();
+
+private:
+    long before_;
+};
+
+// Counts. Counting handles takes some tens of milliseconds.
+ResourceCounts CountResources(bool withHandles);
+
+// Memory blocks now, without settling.
+long LiveBlocks();
+
+// "2 memory blocks more: 16 bytes "Cust", 24 bytes"; empty when nothing grew.
+std::string Growth(const ResourceCounts& before, const ResourceCounts& after);
+
+// The first units of the `count` blocks allocated last that are still alive.
+std::string NewestBlocks(long count);
+
+}  // namespace kel::tests
