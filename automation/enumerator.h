@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "automation/com_method.h"
-#include "automation/module.h"
+#include "automation/plain_object.h"
 
 namespace kel::automation {
 
@@ -16,37 +16,10 @@ namespace kel::automation {
 //   Held     an owner of one item
 //   Give     fills an Item for the caller from a Held, with a reference of its own
 template <typename Enum, typename Item, typename Held, Item (*Give)(const Held&)>
-class SnapshotEnumerator final : public Enum {
+class SnapshotEnumerator final : public PlainObject<Enum> {
 public:
     explicit SnapshotEnumerator(std::vector<Held> items, std::size_t next = 0)
-        : items_(std::move(items)), next_(next) {
-        ModuleLocks::add();
-    }
-    SnapshotEnumerator(const SnapshotEnumerator&) = delete;
-    SnapshotEnumerator& operator=(const SnapshotEnumerator&) = delete;
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, __uuidof(Enum));
-        *object = known ? static_cast<Enum*>(this) : nullptr;
-        if (!known) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override {
-        return static_cast<ULONG>(InterlockedIncrement(&references_));
-    }
-    STDMETHODIMP_(ULONG) Release() noexcept override {
-        const LONG left = InterlockedDecrement(&references_);
-        if (left == 0) {
-            delete this;
-        }
-        return static_cast<ULONG>(left);
-    }
+        : items_(std::move(items)), next_(next) {}
 
     STDMETHODIMP Next(ULONG wanted, Item* items, ULONG* fetched) noexcept override {
         if (items == nullptr || (fetched == nullptr && wanted != 1)) {
@@ -78,9 +51,8 @@ public:
     }
 
 private:
-    ~SnapshotEnumerator() { ModuleLocks::remove(); }
+    ~SnapshotEnumerator() override = default;
 
-    LONG references_ = 1;
     const std::vector<Held> items_;
     std::size_t next_;
 };

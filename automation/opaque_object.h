@@ -8,22 +8,18 @@
 #include <utility>
 
 #include "automation/com_ptr.h"
-#include "automation/module.h"
+#include "automation/plain_object.h"
 
 namespace kel::automation {
 
 // An object that carries a Content for the module that made it and nothing for anybody else.
 //   Content::kIid  an identifier of the module's own, by which it knows its objects again
 template <typename Content>
-class OpaqueObject final : public IDispatch {
+class OpaqueObject final : public PlainObject<IDispatch> {
 public:
     template <typename... Arguments>
     explicit OpaqueObject(Arguments&&... arguments)
-        : content{std::forward<Arguments>(arguments)...} {
-        ModuleLocks::add();
-    }
-    OpaqueObject(const OpaqueObject&) = delete;
-    OpaqueObject& operator=(const OpaqueObject&) = delete;
+        : content{std::forward<Arguments>(arguments)...} {}
 
     // The object behind a reference when it is one of these, with a reference; else empty.
     static ComPtr<OpaqueObject> From(IUnknown* object) noexcept {
@@ -31,34 +27,12 @@ public:
         if (object == nullptr || FAILED(object->QueryInterface(Content::kIid, &found))) {
             return {};
         }
-        return ComPtr<OpaqueObject>::Adopt(static_cast<OpaqueObject*>(found));
+        return ComPtr<OpaqueObject>::Adopt(
+            static_cast<OpaqueObject*>(static_cast<IDispatch*>(found)));
     }
 
     Content content;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IDispatch) ||
-                           IsEqualIID(iid, Content::kIid);
-        *object = known ? this : nullptr;
-        if (!known) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override {
-        return static_cast<ULONG>(InterlockedIncrement(&references_));
-    }
-    STDMETHODIMP_(ULONG) Release() noexcept override {
-        const LONG left = InterlockedDecrement(&references_);
-        if (left == 0) {
-            delete this;
-        }
-        return static_cast<ULONG>(left);
-    }
     STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override {
         if (count == nullptr) {
             return E_POINTER;
@@ -82,9 +56,11 @@ public:
     }
 
 private:
-    ~OpaqueObject() { ModuleLocks::remove(); }
+    ~OpaqueObject() override = default;
 
-    LONG references_ = 1;
+    bool answers(REFIID iid) const noexcept override {
+        return IsEqualIID(iid, IID_IDispatch) || IsEqualIID(iid, Content::kIid);
+    }
 };
 
 }  // namespace kel::automation

@@ -4,6 +4,7 @@
 
 #include "automation/com_method.h"
 #include "automation/module.h"
+#include "automation/plain_object.h"
 #include "automation/type_library.h"
 
 namespace kel::automation {
@@ -11,36 +12,11 @@ namespace {
 
 HMODULE moduleHandle = nullptr;
 
-// One factory serves one class. It answers only the interfaces it has: an object that claims more
-// (IMarshal above all) cannot be created from another apartment.
-class ClassFactory final : public IClassFactory {
+// One factory serves one class.
+class ClassFactory final : public PlainObject<IClassFactory> {
 public:
-    explicit ClassFactory(const ClassEntry& entry) noexcept : entry_(entry) { ModuleLocks::add(); }
-    ClassFactory(const ClassFactory&) = delete;
-    ClassFactory& operator=(const ClassFactory&) = delete;
+    explicit ClassFactory(const ClassEntry& entry) noexcept : entry_(entry) {}
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IClassFactory);
-        *object = known ? static_cast<IClassFactory*>(this) : nullptr;
-        if (!known) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override {
-        return static_cast<ULONG>(InterlockedIncrement(&references_));
-    }
-    STDMETHODIMP_(ULONG) Release() noexcept override {
-        const LONG left = InterlockedDecrement(&references_);
-        if (left == 0) {
-            delete this;
-        }
-        return static_cast<ULONG>(left);
-    }
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID iid, void** object) noexcept override {
         if (object == nullptr) {
             return E_POINTER;
@@ -54,9 +30,8 @@ public:
     }
 
 private:
-    ~ClassFactory() { ModuleLocks::remove(); }
+    ~ClassFactory() override = default;
 
-    LONG references_ = 1;
     const ClassEntry& entry_;
 };
 

@@ -1,6 +1,7 @@
 #include "client/dict_item.h"
 
 #include "automation/property.h"
+#include "automation/stored_property.h"
 #include "client/tools.h"
 #include "core/log.h"
 #include "registry/thread_registry.h"
@@ -16,41 +17,6 @@ constexpr short kTraceLevel = 9;
 constexpr const wchar_t* kSessionLost =
     L"Reference to Session information can not be found.  Database Session has been closed and "
     L"distroyed.";
-
-HRESULT GiveText(TextView text, BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = text;
-    });
-}
-
-HRESULT TakeText(BSTR value, Text& text) noexcept {
-    return ComMethod([&] { text = View(value); });
-}
-
-HRESULT GiveFlag(bool flag, VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = flag;
-    });
-}
-
-HRESULT TakeFlag(VARIANT_BOOL value, bool& flag) noexcept {
-    return ComMethod([&] { flag = value != VARIANT_FALSE; });
-}
-
-template <typename Number>
-HRESULT GiveNumber(Number number, Number* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = number;
-    });
-}
-
-template <typename Number>
-HRESULT TakeNumber(Number value, Number& number) noexcept {
-    return ComMethod([&] { number = value; });
-}
 
 }  // namespace
 
@@ -223,10 +189,7 @@ STDMETHODIMP DictItem::put_UpdateOnly(VARIANT_BOOL value) noexcept {
 }
 
 STDMETHODIMP DictItem::get_DictRead(enumDictRead* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = dictRead_;
-    });
+    return GiveNumber(dictRead_, result);
 }
 STDMETHODIMP DictItem::get_DictErrMsg(BSTR* result) noexcept {
     return GiveText(dictErrMsg_, result);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "automation/plain_object.h"
 #include "core/fast_collection.h"
 
 namespace kel::core {
@@ -11,37 +12,10 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 namespace {
 
 // Walks a collection by index, so that it sees what is there now.
-class CollectionEnumerator final : public IEnumVARIANT {
+class CollectionEnumerator final : public PlainObject<IEnumVARIANT> {
 public:
     explicit CollectionEnumerator(Collection& collection, long next = 1)
-        : collection_(&collection), next_(next) {
-        ModuleLocks::add();
-    }
-    CollectionEnumerator(const CollectionEnumerator&) = delete;
-    CollectionEnumerator& operator=(const CollectionEnumerator&) = delete;
-
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
-        if (object == nullptr) {
-            return E_POINTER;
-        }
-        const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IEnumVARIANT);
-        *object = known ? static_cast<IEnumVARIANT*>(this) : nullptr;
-        if (!known) {
-            return E_NOINTERFACE;
-        }
-        AddRef();
-        return S_OK;
-    }
-    STDMETHODIMP_(ULONG) AddRef() noexcept override {
-        return static_cast<ULONG>(InterlockedIncrement(&references_));
-    }
-    STDMETHODIMP_(ULONG) Release() noexcept override {
-        const LONG left = InterlockedDecrement(&references_);
-        if (left == 0) {
-            delete this;
-        }
-        return static_cast<ULONG>(left);
-    }
+        : collection_(&collection), next_(next) {}
 
     STDMETHODIMP Next(ULONG wanted, VARIANT* items, ULONG* fetched) noexcept override {
         if (fetched != nullptr) {
@@ -79,9 +53,8 @@ public:
     }
 
 private:
-    ~CollectionEnumerator() { ModuleLocks::remove(); }
+    ~CollectionEnumerator() override = default;
 
-    LONG references_ = 1;
     const ComPtr<Collection> collection_;
     long next_;
 };

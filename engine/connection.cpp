@@ -1,6 +1,7 @@
 // Connection lifecycle of the engine: what its states are, Connect, Disconnect, the back-end's
 // number.
 #include "automation/message_pump.h"
+#include "automation/stored_property.h"
 #include "backend/discovery.h"
 #include "core/log.h"
 #include "engine/dbms.h"
@@ -57,10 +58,7 @@ ComPtr<_mviHostDLL> Dbms::host() const {
 }
 
 STDMETHODIMP Dbms::get_SessionName(BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = TextView(sessionName_);
-    });
+    return GiveText(sessionName_, result);
 }
 
 STDMETHODIMP Dbms::put_SessionName(BSTR value) noexcept {
@@ -72,14 +70,11 @@ STDMETHODIMP Dbms::put_SessionName(BSTR value) noexcept {
 }
 
 STDMETHODIMP Dbms::get_AutoUpdateOk(VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = autoUpdateOk_;
-    });
+    return GiveFlag(autoUpdateOk_, result);
 }
 
 STDMETHODIMP Dbms::put_AutoUpdateOk(VARIANT_BOOL value) noexcept {
-    return ComMethod([&] { autoUpdateOk_ = value != VARIANT_FALSE; });
+    return TakeFlag(value, autoUpdateOk_);
 }
 
 bool Dbms::isConnected() noexcept {
@@ -96,10 +91,7 @@ STDMETHODIMP Dbms::get_IsConnected(VARIANT_BOOL* result) noexcept {
 }
 
 STDMETHODIMP Dbms::get_IsConnecting(VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = isConnecting_;
-    });
+    return GiveFlag(isConnecting_, result);
 }
 
 STDMETHODIMP Dbms::get_ConnectionFailed(VARIANT_BOOL* result) noexcept {
@@ -110,10 +102,7 @@ STDMETHODIMP Dbms::get_ConnectionFailed(VARIANT_BOOL* result) noexcept {
 }
 
 STDMETHODIMP Dbms::get_ConnectionErrMsg(BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = TextView(connectionErrMsg_);
-    });
+    return GiveText(connectionErrMsg_, result);
 }
 
 // The client says which back-end it wants until there is one; afterwards the back-end says.

@@ -45,7 +45,7 @@ void Call(_mviHostDLL& host, BSTR progName, std::initializer_list<VARIANT*> give
 
 Text Joined(std::initializer_list<TextView> parts, wchar_t mark) {
     Text result;
-    for (const TextView part : parts) {
+    for (const TextView& part : parts) {
         if (&part != parts.begin()) {
             result += mark;
         }

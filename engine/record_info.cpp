@@ -1,6 +1,7 @@
 #include "engine/record_info.h"
 
 #include "automation/property.h"
+#include "automation/stored_property.h"
 #include "core/collection.h"
 #include "registry/thread_registry.h"
 
@@ -10,28 +11,6 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 using registry::ThreadRegistry;
 
 namespace {
-
-HRESULT GiveText(const Text& text, BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = TextView(text);
-    });
-}
-
-HRESULT TakeText(BSTR value, Text& text) noexcept {
-    return ComMethod([&] { text = View(value); });
-}
-
-HRESULT GiveFlag(bool flag, VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = flag;
-    });
-}
-
-HRESULT TakeFlag(VARIANT_BOOL value, bool& flag) noexcept {
-    return ComMethod([&] { flag = value != VARIANT_FALSE; });
-}
 
 HRESULT GiveObject(const ComPtr<IDispatch>& object, IDispatch** result) noexcept {
     return ComMethod([&] {
@@ -102,13 +81,10 @@ STDMETHODIMP RecordInfo::put_IsChanged(VARIANT_BOOL value) noexcept {
     return TakeFlag(value, state.isChanged);
 }
 STDMETHODIMP RecordInfo::get_ReadType(short* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = state.readType;
-    });
+    return GiveNumber(state.readType, result);
 }
 STDMETHODIMP RecordInfo::put_ReadType(short value) noexcept {
-    return ComMethod([&] { state.readType = value; });
+    return TakeNumber(value, state.readType);
 }
 STDMETHODIMP RecordInfo::get_SelectList(IDispatch** result) noexcept {
     return GiveObject(state.selectList, result);

@@ -1,6 +1,7 @@
 #include "registry/base.h"
 
 #include "automation/message_pump.h"
+#include "automation/stored_property.h"
 #include "core/collection.h"
 #include "core/log.h"
 #include "core/version.h"
@@ -273,10 +274,7 @@ STDMETHODIMP Base::FileNameList(BSTR sSessionName, _Collection** result) noexcep
 }
 
 STDMETHODIMP Base::ClassId(BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = TextView(classId_);
-    });
+    return GiveText(classId_, result);
 }
 
 STDMETHODIMP Base::Version(BSTR* result) noexcept {

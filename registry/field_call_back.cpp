@@ -1,5 +1,6 @@
 #include "registry/field_call_back.h"
 
+#include "automation/stored_property.h"
 #include "core/log.h"
 #include "registry/thread_registry.h"
 
@@ -42,21 +43,15 @@ STDMETHODIMP FieldCallBack::get_IsInitalized(fcbInitalized* result) noexcept {
 }
 
 STDMETHODIMP FieldCallBack::get_KeyId(BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = TextView(keyId_);
-    });
+    return GiveText(keyId_, result);
 }
 
 STDMETHODIMP FieldCallBack::SetKeyId(BSTR keyId) noexcept {
-    return ComMethod([&] { keyId_ = View(keyId); });
+    return TakeText(keyId, keyId_);
 }
 
 STDMETHODIMP FieldCallBack::get_RefreshControlName(BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = TextView(refreshControlName_);
-    });
+    return GiveText(refreshControlName_, result);
 }
 
 template <typename... Texts>

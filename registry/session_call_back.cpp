@@ -1,5 +1,6 @@
 #include "registry/session_call_back.h"
 
+#include "automation/stored_property.h"
 #include "core/log.h"
 #include "registry/factories.h"
 #include "registry/thread_registry.h"
@@ -143,10 +144,7 @@ STDMETHODIMP SessionCallBack::get_Tools(_kelTools** result) noexcept {
 }
 
 STDMETHODIMP SessionCallBack::get_SessionName(BSTR* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = TextView(sessionName_);
-    });
+    return GiveText(sessionName_, result);
 }
 
 STDMETHODIMP SessionCallBack::get_AutoUpdateOk(VARIANT_BOOL* result) noexcept {
