@@ -28,13 +28,21 @@ inline constexpr long kOwnErrors = automation::kObjectError + 0x200;
 // The number that clients compare against.
 long NumberOf(multivalue::ErrorKind kind) noexcept;
 
+// The source of errors that are raised on the way to a member's work; the member's name is added.
+inline constexpr const wchar_t* kHostSource = L"kelos1";
+
 // Runs the body of a published member: what the library throws comes out under "kelos1::" and the
-// member's name.
+// member's name, as do errors raised under the back-end's own.
 template <typename Body>
 HRESULT HostMember(const wchar_t* member, Body&& body) noexcept {
     return automation::ComMethod([&] {
         try {
             body();
+        } catch (const automation::Error& error) {
+            if (error.source() == kHostSource) {
+                throw error.withSource(automation::Text(L"kelos1::") + member);
+            }
+            throw;
         } catch (const multivalue::Error& error) {
             throw automation::Error(
                 NumberOf(error.kind()), automation::Text(L"kelos1::") + member, Wide(error.text()));

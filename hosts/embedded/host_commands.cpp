@@ -12,8 +12,11 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 
 namespace {
 
-HRESULT NotImplemented(const wchar_t* member) noexcept {
+// The results are emptied, as by any member that fails.
+template <typename... Results>
+HRESULT NotImplemented(const wchar_t* member, Results*... results) noexcept {
     return HostMember(member, [&] {
+        (static_cast<void>(Out<Results>(results)), ...);
         throw Error(E_NOTIMPL,
                     Text(L"kelos1::") + member,
                     Text(member) + L" is not implemented by the embedded back-end.");
@@ -96,11 +99,11 @@ STDMETHODIMP Host::Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexce
     });
 }
 
-STDMETHODIMP Host::Oconv(BSTR, BSTR, VARIANT*) noexcept {
-    return NotImplemented(L"Oconv");
+STDMETHODIMP Host::Oconv(BSTR, BSTR, VARIANT* result) noexcept {
+    return NotImplemented(L"Oconv", result);
 }
-STDMETHODIMP Host::Iconv(BSTR, BSTR, VARIANT*) noexcept {
-    return NotImplemented(L"Iconv");
+STDMETHODIMP Host::Iconv(BSTR, BSTR, VARIANT* result) noexcept {
+    return NotImplemented(L"Iconv", result);
 }
 STDMETHODIMP Host::CallHost(BSTR,
                             VARIANT*,
@@ -117,18 +120,18 @@ STDMETHODIMP Host::CallHost(BSTR,
                             VARIANT*) noexcept {
     return NotImplemented(L"CallHost");
 }
-STDMETHODIMP Host::ProcessSelect(BSTR, IDispatch**) noexcept {
-    return NotImplemented(L"ProcessSelect");
+STDMETHODIMP Host::ProcessSelect(BSTR, IDispatch** result) noexcept {
+    return NotImplemented(L"ProcessSelect", result);
 }
 // There is no list to close: the engine closes "no list" of every key field when it disconnects.
 STDMETHODIMP Host::CloseSelect(IDispatch* selectList, VARIANT* result) noexcept {
     if (selectList != nullptr) {
-        return NotImplemented(L"CloseSelect");
+        return NotImplemented(L"CloseSelect", result);
     }
     return HostMember(L"CloseSelect", [&] { const Out out{result}; });
 }
-STDMETHODIMP Host::ReadNext(IDispatch**, BSTR*, VARIANT_BOOL*) noexcept {
-    return NotImplemented(L"ReadNext");
+STDMETHODIMP Host::ReadNext(IDispatch**, BSTR*, VARIANT_BOOL* result) noexcept {
+    return NotImplemented(L"ReadNext", result);
 }
 STDMETHODIMP
 Host::ReadDictItem(BSTR, BSTR, long*, BSTR*, BSTR*, BSTR*, BSTR*, short*) noexcept {
@@ -138,17 +141,17 @@ STDMETHODIMP Host::WriteDictItem(BSTR, BSTR, long, BSTR, BSTR, BSTR, BSTR, short
     return NotImplemented(L"WriteDictItem");
 }
 STDMETHODIMP
-Host::ProcessCorrelative(IDispatch**, BSTR, BSTR, BSTR, short, BSTR, BSTR*, BSTR*) noexcept {
-    return NotImplemented(L"ProcessCorrelative");
+Host::ProcessCorrelative(IDispatch**, BSTR, BSTR, BSTR, short, BSTR, BSTR*, BSTR* result) noexcept {
+    return NotImplemented(L"ProcessCorrelative", result);
 }
-STDMETHODIMP Host::ValidCorrelative(BSTR, VARIANT_BOOL*) noexcept {
-    return NotImplemented(L"ValidCorrelative");
+STDMETHODIMP Host::ValidCorrelative(BSTR, VARIANT_BOOL* result) noexcept {
+    return NotImplemented(L"ValidCorrelative", result);
 }
-STDMETHODIMP Host::SelectDictName(BSTR, VARIANT_BOOL, IDispatch**) noexcept {
-    return NotImplemented(L"SelectDictName");
+STDMETHODIMP Host::SelectDictName(BSTR, VARIANT_BOOL, IDispatch** result) noexcept {
+    return NotImplemented(L"SelectDictName", result);
 }
-STDMETHODIMP Host::SelectFileName(IDispatch**) noexcept {
-    return NotImplemented(L"SelectFileName");
+STDMETHODIMP Host::SelectFileName(IDispatch** result) noexcept {
+    return NotImplemented(L"SelectFileName", result);
 }
 
 }  // namespace kel::embedded

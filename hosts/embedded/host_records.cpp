@@ -17,7 +17,8 @@ constexpr short kLocked = 2;
 multivalue::FileNumber Host::fileOf(IDispatch** fileVar) const {
     const auto file = FileVariableObject::From(Require(fileVar));
     if (!file || !file->content.isOpen || file->content.connection != connection_) {
-        throw Error(mvOpenNotOpen, L"kelos1", L"The file variable is not open in this connection.");
+        throw Error(
+            mvOpenNotOpen, kHostSource, L"The file variable is not open in this connection.");
     }
     return file->content.number;
 }

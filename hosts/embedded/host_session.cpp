@@ -143,7 +143,7 @@ STDMETHODIMP Host::Disconnect() noexcept {
 
 multivalue::Store& Host::store() const {
     if (store_ == nullptr) {
-        throw Error(NotConnected, L"kelos1", L"Not connected");
+        throw Error(NotConnected, kHostSource, L"Not connected");
     }
     return *store_;
 }
