@@ -1,0 +1,336 @@
+// A dictionary item's value in stored and displayed form, and the rows of a multivalued field.
+#include <gtest/gtest.h>
+
+#include "tests/client/client_fixture.h"
+
+namespace kel::tests {
+namespace {
+
+using client::DictItem;
+
+constexpr IndexedGetter kInternal = &_kelDictItem::get_InternalValue;
+constexpr IndexedGetter kExternal = &_kelDictItem::get_ExternalValue;
+
+// A failure as the value members raise it again.
+ErrorFields Prefixed(ErrorFields error) {
+    error.description = L"kelDictItem:Get ExternalValue:" + error.description;
+    return error;
+}
+
+class DictItemValues : public ClientTest {
+protected:
+    DictItemValues() {
+        connect();
+        readRecord();
+    }
+
+    bool isNew() const {
+        VARIANT_BOOL value = VARIANT_FALSE;
+        EXPECT_EQ(recordState()->get_IsNew(&value), S_OK);
+        return value != VARIANT_FALSE;
+    }
+    void setProgram(const wchar_t* name, const wchar_t* answer) {
+        const Text text = answer;
+        backend.putProgram(name, [this, text](VARIANT* const* arguments) {
+            programKinds += Shown(*arguments[2]).substr(0, 1);
+            programValues += Shown(*arguments[3]) + L";";
+            VariantClear(arguments[3]);
+            *arguments[3] = Value(text).detach();
+        });
+    }
+
+    Text programKinds;
+    Text programValues;
+};
+
+TEST_F(DictItemValues, AddressTheRowAtTheFirstOpenPosition) {
+    struct Case {
+        long amc, vmc, smc;
+        short index;
+        Text call;
+        Text value;
+    };
+    const Case cases[] = {
+        {0, 0, 0, 2, L"Extract(array#2,2,0,0)", L"London\xFDParis\xFDRome"},
+        {2, 0, 0, 3, L"Extract(array#2,2,3,0)", L"Rome"},
+        {3, 1, 0, 2, L"Extract(array#2,3,1,2)", L"b"},
+        {2, 1, 1, 3, L"Extract(array#2,2,1,1)", L"London"},  // no open position: no row
+        {2, 0, 0, 0, L"Extract(array#2,2,0,0)", L"London\xFDParis\xFDRome"},
+        {2, 0, 0, -1, L"Extract(array#2,2,0,0)", L"London\xFDParis\xFDRome"},
+        {0, 2, 0, 2, L"Extract(array#2,2,2,0)", L"Paris"},
+        {2, 0, 0, 32767, L"Extract(array#2,2,32767,0)", L""},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(&one - cases);
+        const auto item = makeItem(one.amc, one.vmc, one.smc);
+        const Text position = PositionOf(*item);
+        EXPECT_EQ(ValueOf(*item, kInternal, one.index), one.value);
+        EXPECT_EQ(backend.takeCalls(), (Lines{one.call}));
+        EXPECT_EQ(PositionOf(*item), position) << "the row is no longer addressed";
+    }
+}
+
+TEST_F(DictItemValues, ShowTheRowToTheEngineWhileItWorks) {
+    const auto item = makeItem(2);
+    Text during;
+    backend.before(Member::kExtract, [&] { during = PositionOf(*item); });
+    ValueOf(*item, kInternal, 3);
+    EXPECT_EQ(during, L"2.3.0");
+    backend.before(Member::kExtract, [&] { item->put_VMC(9); });
+    ValueOf(*item, kInternal, 3);
+    EXPECT_EQ(PositionOf(*item), L"2.9.0") << "what is written is the stored position";
+}
+
+TEST_F(DictItemValues, KeepTheOuterRowInNestedMembers) {
+    const auto item = makeItem(2);
+    item->definition.conversion = L"MCU";
+    item->definition.defaultProg = L"C:DEFAULT";
+    Text during;
+    backend.putProgram(L"DEFAULT", [&](VARIANT* const*) { during = PositionOf(*item); });
+    EXPECT_EQ(ValueOf(*item, kExternal, 2), L"PARIS");
+    EXPECT_EQ(during, L"2.2.0") << "the inner value was read with index 0";
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    // An inner member with a row of its own ends the outer one.
+    backend.putProgram(L"DEFAULT", [&](VARIANT* const*) {
+        ValueOf(*item, kInternal, 1);
+        during = PositionOf(*item);
+    });
+    EXPECT_EQ(ValueOf(*item, kExternal, 2), L"PARIS");
+    EXPECT_EQ(during, L"2.0.0");
+}
+
+TEST_F(DictItemValues, AreTheRecordNumberAtAttributeZero) {
+    const auto item = makeItem();
+    EXPECT_EQ(ValueOf(*item, kInternal), L"") << "asked of the item's own session";
+    item->definition.session = L"MAIN";
+    EXPECT_EQ(ValueOf(*item, kInternal), L"17");
+    EXPECT_EQ(backend.takeCalls(), Lines());
+    item->definition.conversion = L"MD2";
+    EXPECT_EQ(ValueOf(*item, kExternal), L"0.17");
+    item->definition.session = L"Gone";
+    EXPECT_EQ(ValueOf(*item, kInternal), L"") << "failures are ignored";
+}
+
+TEST_F(DictItemValues, StartANewRecordByAnotherNumber) {
+    struct Case {
+        const wchar_t* entered;
+        const wchar_t* session;
+        Lines events;
+        Text recNo;
+        bool updateOnly;
+        bool isNew;
+    };
+    const Case cases[] = {
+        {L"17", kSession, {}, L"17", false, false},
+        {L"", kSession, {}, L"17", false, false},
+        {L"18", L"", {}, L"17", false, false},
+        {L"18", kSession, {}, L"18", true, false},
+        {L"19", kSession, {L"Clear()"}, L"", false, true},
+        {L"20", kSession, {}, L"20", false, true},  // new already
+    };
+    const auto item = makeItem();
+    for (const Case& one : cases) {
+        SCOPED_TRACE(&one - cases);
+        item->definition.updateOnly = one.updateOnly;
+        item->definition.session = one.session;
+        EXPECT_EQ(item->put_InternalValue(0, Str(one.entered)), S_OK);
+        EXPECT_EQ(fieldEvents->take(), one.events);
+        EXPECT_EQ(recNo(), one.recNo);
+        EXPECT_EQ(isNew(), one.isNew);
+    }
+    EXPECT_EQ(buffer(), L"");
+}
+
+TEST_F(DictItemValues, AreComputedByACorrelative) {
+    struct Case {
+        long amc;
+        Lines calls;
+        Text value;
+    };
+    const Case cases[] = {
+        {1,
+         {L"Extract(array#2,1,0,0)", L"ProcessCorrelative(array#2,Smith,17,CUST,5,F;1,)"},
+         L"F;1(Smith)"},
+        {0, {L"ProcessCorrelative(array#2,17,17,CUST,5,F;1,)"}, L"F;1(17)"},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(&one - cases);
+        const auto item = makeItem(one.amc, one.amc == 0 ? 5 : 0);
+        item->definition.correlative = L"F;1";
+        item->definition.session = kSession;
+        if (one.amc != 0) {
+            item->definition.vmc = 5;
+        }
+        backend.clearCalls();
+        const Text value = ValueOf(*item, kInternal);
+        Lines calls = backend.takeCalls();
+        if (one.amc != 0) {
+            EXPECT_EQ(calls.front(), L"Extract(array#2,1,5,0)");
+            EXPECT_EQ(calls.back(), L"ProcessCorrelative(array#2,,17,CUST,5,F;1,)");
+        } else {
+            EXPECT_EQ(calls, one.calls);
+            EXPECT_EQ(value, one.value);
+        }
+        backend.clearCalls();
+        EXPECT_EQ(item->put_InternalValue(0, Str(L"typed")), S_OK);
+        EXPECT_EQ(backend.count(Member::kReplace), 0) << "a computed field is never written";
+    }
+}
+
+TEST_F(DictItemValues, RememberTheInternalFormOfACorrelative) {
+    const auto item = makeItem(1);
+    item->definition.correlative = L"F;1";
+    backend.answer(
+        Member::kProcessCorrelative, Value(L"42"), {{L"InternalCorrelative", Value(L"#1")}});
+    EXPECT_EQ(ValueOf(*item, kInternal), L"42");
+    EXPECT_EQ(TextOf(*item, &_kelDictItem::get_InternalCorrelative), L"#1");
+    EXPECT_EQ(ValueOf(*item, kInternal), L"#1(Smith)");
+}
+
+TEST_F(DictItemValues, IgnoreFailuresOfGettingTheStoredForm) {
+    const auto item = makeItem(2);
+    for (const Member member : {Member::kExtract, Member::kProcessCorrelative}) {
+        item->definition.correlative = member == Member::kExtract ? L"" : L"F;1";
+        backend.fail(member, SampleFailure(), kOnce);
+        EXPECT_EQ(ValueOf(*item, kInternal, 2), member == Member::kExtract ? L"" : L"Paris");
+        EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    }
+}
+
+TEST_F(DictItemValues, AreStoredInTheirRow) {
+    const auto item = makeItem(2);
+    EXPECT_EQ(item->put_InternalValue(2, Str(L"Oslo")), S_OK);
+    EXPECT_EQ(backend.takeCalls(), (Lines{L"Replace(array#2,Oslo,2,2,0)"}));
+    EXPECT_EQ(fieldEvents->take(), (Lines{L"Refresh(2,2,0)"}));
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    item->definition.conversion = L"MD2";
+    EXPECT_EQ(item->put_ExternalValue(1, Str(L"1.25")), S_OK);
+    EXPECT_EQ(backend.takeCalls(), (Lines{L"Iconv(1.25,MD2)", L"Replace(array#2,125,2,1,0)"}));
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    EXPECT_EQ(buffer(),
+              L"Smith\xFE"
+              L"125\xFDOslo\xFDRome\xFE"
+              L"a\xFC"
+              L"b");
+}
+
+TEST_F(DictItemValues, NameTheMemberInTheTextOfFailures) {
+    const auto item = makeItem(2);
+    backend.fail(Member::kReplace, SampleFailure());
+    EXPECT_EQ(ErrorOf(item->put_InternalValue(2, Str(L"x"))), Prefixed(SampleFailure()));
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    EXPECT_EQ(ErrorOf(item->put_ExternalValue(2, Str(L"x"))), Prefixed(SampleFailure()))
+        << "by the inner member";
+    item->definition.conversion = L"MD2";
+    EXPECT_EQ(ErrorOf(item->put_ExternalValue(2, Str(L"x"))),
+              (ErrorFields{automation::kTypeMismatch, L"kelos99", L"Type mismatch"}))
+        << "its own failures come out as they are";
+    item->definition.defaultProg = L"C:NONE";
+    Bstr value(L"stale");
+    EXPECT_EQ(ErrorOf(item->get_ExternalValue(2, value.put())),
+              Prefixed({53, L"kelos99", L"No program NONE"}));
+    EXPECT_EQ(value.get(), nullptr);
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    // A session of which only the name is left.
+    item->definition.keyId = L"Unknown";
+    item->definition.session = L"Gone";
+    for (const HRESULT code :
+         {item->put_InternalValue(0, Str(L"x")), item->get_ExternalValue(0, value.put())}) {
+        EXPECT_EQ(automation::NumberOfCode(code), automation::kInvalidArrayIndex);
+    }
+    EXPECT_TRUE(ErrorOf(item->put_InternalValue(0, Str(L"x")))
+                    .description.starts_with(Prefixed({}).description));
+}
+
+TEST_F(DictItemValues, PassThroughDefaultProgramAndConversion) {
+    const auto item = makeItem(4);
+    item->definition.defaultProg = L"C:DEFAULT";
+    item->definition.conversion = L"MD2";
+    setProgram(L"DEFAULT", L"12345");
+    EXPECT_EQ(ValueOf(*item, kExternal), L"123.45");
+    EXPECT_EQ(programKinds, L"D");
+    EXPECT_EQ(programValues, L";");
+    // A conversion that fails must not stop a display.
+    backend.fail(Member::kOconv, SampleFailure());
+    EXPECT_EQ(ValueOf(*item, kExternal), L"");
+}
+
+TEST_F(DictItemValues, AreDroppedByAValidationProgramWithoutAMessage) {
+    const auto item = makeItem(2);
+    item->definition.validationProg = L"C:CHECK";
+    item->definition.conversion = L"MCU";
+    setProgram(L"CHECK", L"checked");
+    EXPECT_EQ(item->put_ExternalValue(3, Str(L"entered")), S_OK);
+    EXPECT_EQ(programKinds, L"V");
+    EXPECT_EQ(programValues, L"ENTERED;");
+    EXPECT_EQ(buffer(),
+              L"Smith\xFELondon\xFDParis\xFDRome\xFE"
+              L"a\xFC"
+              L"b");
+    EXPECT_EQ(PositionOf(*item), L"2.3.0") << "the row stays in force";
+    // Members without a row of their own work on it, one with a row ends it.
+    EXPECT_EQ(ValueOf(*item, kInternal), L"Rome");
+    EXPECT_EQ(ValueOf(*item, kInternal, 1), L"Rome") << "a row in force is not replaced";
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    EXPECT_EQ(ValueOf(*item, kInternal, 1), L"London");
+}
+
+TEST_F(DictItemValues, AreStoredByAValidationProgramWithAMessage) {
+    const auto item = makeItem(2);
+    item->definition.validationProg = L"C:CHECK";
+    item->definition.errMsg = L"message";
+    setProgram(L"CHECK", L"checked");
+    EXPECT_EQ(item->put_ExternalValue(3, Str(L"entered")), S_OK);
+    EXPECT_EQ(buffer(),
+              L"Smith\xFELondon\xFDParis\xFD"
+              L"checked\xFE"
+              L"a\xFC"
+              L"b");
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+}
+
+TEST_F(DictItemValues, InsertAndRemoveRows) {
+    const auto item = makeItem(2);
+    EXPECT_EQ(item->InsertRow(Str(L"Oslo"), 2), S_OK);
+    EXPECT_EQ(item->RemoveRow(1), S_OK);
+    EXPECT_EQ(backend.takeCalls(),
+              (Lines{L"Insert(array#2,Oslo,2,2,0)", L"Delete(array#2,2,1,0)"}));
+    EXPECT_EQ(fieldEvents->take(), (Lines{L"Refresh(2,2,0)", L"Refresh(2,1,0)"}));
+    EXPECT_EQ(ValueOf(*item, kInternal), L"Oslo\xFDParis\xFDRome");
+    for (const Member member : {Member::kInsert, Member::kDelete}) {
+        backend.fail(member, SampleFailure());
+    }
+    EXPECT_EQ(item->InsertRow(Str(L"x"), 1), S_OK);
+    EXPECT_EQ(item->RemoveRow(1), S_OK);
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    item->definition.keyId = L"Unknown";
+    EXPECT_EQ(item->InsertRow(Str(L"x"), 1), S_OK);
+    EXPECT_EQ(item->RemoveRow(1), S_OK);
+}
+
+TEST_F(DictItemValues, AreNothingWithoutASession) {
+    const auto item = makeItem(2);
+    item->definition.keyId = L"Unknown";
+    item->definition.conversion = L"MD2";
+    for (const IndexedGetter getter : {kInternal, kExternal}) {
+        EXPECT_EQ(ValueOf(*item, getter, 2), L"");
+    }
+    EXPECT_EQ(item->put_InternalValue(2, Str(L"x")), S_OK);
+    EXPECT_EQ(item->put_ExternalValue(2, Str(L"x")), S_OK);
+    EXPECT_EQ(PositionOf(*item), L"2.0.0");
+    EXPECT_EQ(backend.takeCalls(), Lines());
+}
+
+TEST_F(DictItemValues, SurviveTheEndOfTheirItemAndSession) {
+    auto item = makeItem(2);
+    DictItem* const raw = item.get();
+    backend.before(Member::kExtract, [&] {
+        item.reset();
+        endSession();
+    });
+    EXPECT_EQ(ValueOf(*raw, kInternal, 2), L"Paris");
+    EXPECT_EQ(backend.live(), LiveObjects());
+}
+
+}  // namespace
+}  // namespace kel::tests

@@ -1,0 +1,148 @@
+// The event source of a key field.
+#include <gtest/gtest.h>
+
+#include "automation/type_library.h"
+#include "registry/field_call_back.h"
+#include "tests/registry/component.h"
+
+namespace kel::tests {
+namespace {
+
+using automation::GetText;
+
+class FieldEvents : public ComponentTest {
+protected:
+    void TearDown() override {
+        callback.reset();
+        base.reset();
+        ComponentTest::TearDown();
+    }
+    void SetUp() override { base->GetFieldCallBack(Str(L"Cust"), callback.put()); }
+    Text refreshing() const {
+        return GetText(*callback, &_kelFieldCallBack::get_RefreshControlName);
+    }
+
+    ComPtr<_kelBase> base = newBase();
+    ComPtr<_kelFieldCallBack> callback;
+};
+
+TEST_F(FieldEvents, CarryTheArgumentsOfTheirMembers) {
+    struct Case {
+        const wchar_t* member;
+        Arguments arguments;
+        const wchar_t* event;
+        DISPID id;  // published
+        std::vector<VARTYPE> types;
+    };
+    const Case cases[] = {
+        {L"FldRefresh",
+         {L"Name", L"1", L"002", L""},
+         L"Refresh(1,002,)",
+         1,
+         {VT_BSTR, VT_BSTR, VT_BSTR}},
+        {L"FldClear", {}, L"Clear()", 2, {}},
+        {L"FldDelete", {L"17"}, L"Deleted(17)", 3, {VT_BSTR}},
+        {L"FldReadValid", {L"17", true, 2}, L"ReadValid(17,True,2)", 4, {VT_BSTR, VT_BOOL, VT_I2}},
+        {L"FldReadValid", {L"", false, 0}, L"ReadValid(,False,0)", 4, {VT_BSTR, VT_BOOL, VT_I2}},
+        {L"FldConnected", {}, L"Connected()", 5, {}},
+        {L"FldDisconnected", {}, L"Disconnected()", 6, {}},
+        {L"FldCommonValueChanged", {L"Date"}, L"CommonValueChanged(Date)", 7, {VT_BSTR}},
+        {L"FldSessionChanged", {L"S2"}, L"SessionChanged(S2)", 8, {VT_BSTR}},
+        {L"FldKeyFieldChanged", {L"Client"}, L"KeyFieldChanged(Client)", 9, {VT_BSTR}},
+    };
+    const auto listening = ListenTo(*callback);
+    const auto info = automation::TypeInfoOf(__uuidof(__kelFieldCallBack));
+    std::vector<VARTYPE> types;
+    Text name;
+    listening.sink->onEvent([&](Event& event) {
+        name = event.name();
+        for (std::size_t i = 0; i < event.count(); ++i) {
+            types.push_back(V_VT(&event.argument(i).get()));
+        }
+    });
+    for (const Case& one : cases) {
+        SCOPED_TRACE(Narrow(one.member));
+        EXPECT_TRUE(Dispatch(callback.get()).call(one.member, one.arguments).ok());
+        EXPECT_EQ(listening.sink->take(), Lines{one.event});
+        EXPECT_EQ(std::exchange(types, {}), one.types);
+        LPOLESTR names[] = {name.data()};
+        DISPID id = 0;
+        EXPECT_EQ(info->GetIDsOfNames(names, 1, &id), S_OK);
+        EXPECT_EQ(id, one.id);
+    }
+    EXPECT_EQ(GetText(*callback, &_kelFieldCallBack::get_KeyId), L"Cust");
+}
+
+TEST_F(FieldEvents, NameTheRefreshingControlOnlyWhileItRefreshes) {
+    const auto first = ListenTo(*callback);
+    const auto second = ListenTo(*callback);
+    Lines during;
+    for (const Listening* one : {&first, &second}) {
+        one->sink->onEvent([&](Event&) { during.push_back(refreshing()); });
+        one->sink->failWith(E_FAIL);
+    }
+    EXPECT_EQ(refreshing(), L"");
+    EXPECT_EQ(callback->FldRefresh(Str(L"NameBox"), Str(L"1"), Str(L"0"), Str(L"0")), S_OK);
+    EXPECT_EQ(during, (Lines{L"NameBox", L"NameBox"}));
+    EXPECT_EQ(refreshing(), L"");
+    during.clear();
+    callback->FldClear();
+    EXPECT_EQ(during, (Lines{L"", L""}));
+}
+
+TEST_F(FieldEvents, AreRaisedBySomethingThatTheListenerMayLetGoOf) {
+    auto listening = ListenTo(*callback);
+    _kelFieldCallBack* const inHand = callback.get();
+    listening.sink->onEvent([&](Event&) {
+        listening.subscription.reset();
+        base->RemoveFieldCallBack(Str(L"Cust"));
+        callback.reset();
+    });
+    EXPECT_EQ(inHand->FldRefresh(Str(L"x"), Str(L"1"), Str(L"1"), Str(L"1")), S_OK);
+    EXPECT_EQ(listening.sink->take(), Lines{L"Refresh(1,1,1)"});
+    EXPECT_TRUE(registry().hasNoCallbacks());
+}
+
+TEST_F(FieldEvents, TellWhetherTheirKeyFieldIsRegistered) {
+    const auto state = [&](_kelFieldCallBack& one) {
+        return automation::GetNumber(one, &_kelFieldCallBack::get_IsInitalized);
+    };
+    const auto session = [&] { return GetText(*callback, &_kelFieldCallBack::get_SessionName); };
+    EXPECT_EQ(state(*callback), fcbInvalid);
+    EXPECT_EQ(session(), L"");
+    base->SetKeyFieldFileName(Str(L"CUST"), Str(L"FILE"));
+    EXPECT_EQ(state(*callback), fcbInvalid);
+    base->SetKeyFieldSession(Str(L"CUST"), Str(L"Main"));
+    EXPECT_EQ(state(*callback), fcbValid);
+    EXPECT_EQ(session(), L"Main");
+    base->SetKeyFieldSession(Str(L"CUST"), Str(L""));
+    EXPECT_EQ(state(*callback), fcbInvalid);
+    base->SetKeyFieldSession(Str(L"CUST"), Str(L"Main"));
+    base->RemoveFieldCallBack(Str(L"CUST"));
+    EXPECT_EQ(state(*callback), fcbDestoried);
+    EXPECT_EQ(session(), L"");
+
+    // The name counts, not the object.
+    ComPtr<_kelFieldCallBack> successor;
+    base->GetFieldCallBack(Str(L"cust"), successor.put());
+    EXPECT_NE(successor.get(), callback.get());
+    EXPECT_EQ(state(*callback), fcbInvalid);
+    callback->SetKeyId(Str(L"elsewhere"));
+    EXPECT_EQ(state(*callback), fcbDestoried);
+    EXPECT_EQ(state(*successor), fcbInvalid);
+
+    const auto nameless = automation::Make<registry::FieldCallBack>();
+    EXPECT_EQ(state(*nameless), fcbDestoried);
+    EXPECT_EQ(GetText<_kelFieldCallBack>(*nameless, &_kelFieldCallBack::get_KeyId), L"");
+}
+
+TEST_F(FieldEvents, GoOnForAListenerOfARemovedKeyField) {
+    const auto listening = ListenTo(*callback);
+    base->RemoveFieldCallBack(Str(L"Cust"));
+    callback->FldConnected();
+    EXPECT_EQ(base->RefreshFieldCallback(Str(L"Cust")), S_OK);
+    EXPECT_EQ(listening.sink->take(), Lines{L"Connected()"});
+}
+
+}  // namespace
+}  // namespace kel::tests
