@@ -149,21 +149,30 @@ STDMETHODIMP Dbms::Iconv(BSTR value, BSTR conversion, VARIANT* result) noexcept 
     });
 }
 
-// The ids of a select list of the back-end, in the order received; the list is closed.
+// The ids of a select list of the back-end, in the order received; the list is closed, also when
+// reading it fails.
 ComPtr<core::Collection> Dbms::readNames(ComPtr<IDispatch> selectList) {
     auto names = Make<core::Collection>();
     const auto reader = host();
-    for (;;) {
-        Bstr id;
-        VARIANT_BOOL more = VARIANT_FALSE;
-        CallOut([&] { return reader->ReadNext(selectList.inOut(), id.inOut(), &more); });
-        if (more == VARIANT_FALSE) {
-            break;
+    const auto close = [&] {
+        Variant ignored;
+        CallOut([&] { return reader->CloseSelect(selectList.get(), ignored.put()); });
+    };
+    try {
+        for (;;) {
+            Bstr id;
+            VARIANT_BOOL more = VARIANT_FALSE;
+            CallOut([&] { return reader->ReadNext(selectList.inOut(), id.inOut(), &more); });
+            if (more == VARIANT_FALSE) {
+                break;
+            }
+            names->add(Variant(std::move(id)));
         }
-        names->add(Variant(std::move(id)));
+    } catch (...) {
+        Ignoring(close);
+        throw;
     }
-    Variant ignored;
-    CallOut([&] { return reader->CloseSelect(selectList.get(), ignored.put()); });
+    close();
     return names;
 }
 

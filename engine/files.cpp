@@ -23,6 +23,14 @@ short Dbms::open(TextView fileName) {
     const Bstr name(fileName);
     ComPtr<IDispatch> fileVar;
     CallOut([&] { return opener->OpenFile(name.get(), fileVar.put()); });
+    // The back-end may have run client code meanwhile.
+    if (opener.get() != host_.get()) {
+        throw Error(kObjectNotSet);  // a handle of an ended connection is of no use
+    }
+    if (FileVarList().KeyExists(fileName)) {
+        Ignoring([&] { CallOut([&] { return opener->CloseFile(fileVar.inOut()); }); });
+        return kOpen;
+    }
     FileVarList().Add(Variant(fileVar.get()).get(), fileName);
     return kOpen;
 }

@@ -13,4 +13,8 @@ fi
 # The process that holds Wine's desktop outlives the last program without a screen by a second; a
 # program started meanwhile would get that desktop and show nothing.
 sleep 3
-DISPLAY=:$number "$KEL_WINE_RUN" "$KEL_WIDTH" "$1"
+# Ending the screen makes Wine's desktop process complain after the program's last line.
+status=0
+DISPLAY=:$number "$KEL_WINE_RUN" "$KEL_WIDTH" "$1" 2> >(grep -v '^X connection' >&2) || status=$?
+exec 2>/dev/null
+exit "$status"

@@ -71,7 +71,8 @@ TEST(ProductDlls, CarryTheirVersion) {
         EXPECT_EQ(fixed.dwFileVersionLS, 134U);
         EXPECT_EQ(fixed.dwProductVersionMS, 0x00010000U);
         EXPECT_EQ(fixed.dwProductVersionLS, 134U);
-        EXPECT_EQ(fixed.dwFileType, static_cast<DWORD>(VFT_DLL));
+        constexpr DWORD kDynamicLibrary = 2;
+        EXPECT_EQ(fixed.dwFileType, kDynamicLibrary);
         EXPECT_EQ(VersionText(block, L"FileVersion"), L"1.0.0.134");
         EXPECT_EQ(VersionText(block, L"ProductVersion"), L"1.0.0.134");
         EXPECT_EQ(VersionText(block, L"ProductName"), L"kelSDK");
