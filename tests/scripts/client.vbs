@@ -282,6 +282,19 @@ Sub TestEmbedded()
     files.DeleteFile path & "*"
 End Sub
 
+' Optional by-reference texts that are left out: the platform's dispatcher knows no stand-in.
+Sub TestLeftOutTexts
+    Dim item
+    Set item = CreateObject("kelSDK.kelDictItem")
+    CheckEqual "no description", item.DisplayValue(1), ""
+    CheckEqual "no description, a value", item.DisplayValue(1, , "A"), "A"
+    CheckEqual "no description, a value and a row", item.DisplayValue(1, , "A", 2), "A"
+    On Error Resume Next
+    item.Tools.Execute "WHO", ""
+    CheckError "no codes", 10102, "kelTools::Execute", "Currently not connected"
+    On Error GoTo 0
+End Sub
+
 ' An error that nobody expected ends one group; the script host would pass over it in silence.
 Sub CheckCompleted(what)
     Check what & " ended: " & Err.Number & " " & Err.Source & " " & Err.Description, Err.Number = 0
@@ -297,6 +310,8 @@ TestSession
 CheckCompleted "session"
 TestDictItem
 CheckCompleted "dictionary item"
+TestLeftOutTexts
+CheckCompleted "texts left out"
 TestEmbedded
 CheckCompleted "embedded back-end"
 On Error GoTo 0
