@@ -26,6 +26,7 @@ enum class ErrorKind {
     kDamaged,       // the stored data contradicts itself
     kInputOutput,   // the system failed to read or write
     kMisuse,        // calls in an order the contract rules out
+    kNoSuchProgram  // no stored program of the name
 };
 
 class Error : public std::exception {
