@@ -1,108 +1,175 @@
 #include "automation/dispatch.h"
 
-#include <iterator>
-#include <vector>
+#include <algorithm>
 
 #include "automation/com_method.h"
+#include "automation/dispatch_call.h"
 #include "automation/type_library.h"
 
 namespace kel::automation {
 namespace {
 
-bool IsReferenceToText(const ELEMDESC& parameter) noexcept {
-    return parameter.tdesc.vt == VT_PTR && parameter.tdesc.lptdesc->vt == VT_BSTR;
+constexpr WORD kPuts = DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
+
+const DispatchMember* OfKind(std::span<const DispatchMember> members, WORD kinds) noexcept {
+    for (const DispatchMember& member : members) {
+        if ((member.kind & kinds) != 0) {
+            return &member;
+        }
+    }
+    return nullptr;
 }
 
-// Stands in for by-reference texts that a caller leaves out: the platform's dispatcher has nothing
-// for them and hands the member a wild address.
-class LeftOutTexts {
-public:
-    LeftOutTexts(ITypeInfo& type, DISPID id, WORD flags, const DISPPARAMS& given) : params_(given) {
-        const auto functions = ComPtr<ITypeInfo>(&type).as<ITypeInfo2>();
-        UINT index = 0;
-        const auto find = [&](WORD flag, INVOKEKIND kind) {
-            return (flags & flag) != 0 &&
-                   SUCCEEDED(functions->GetFuncIndexOfMemId(id, kind, &index));
-        };
-        if (!functions || given.cNamedArgs != 0 ||
-            (!find(DISPATCH_METHOD, INVOKE_FUNC) &&
-             !find(DISPATCH_PROPERTYGET, INVOKE_PROPERTYGET))) {
-            return;
-        }
-        // Some platforms count the members of IDispatch in one of the two calls and not in the
-        // other.
-        constexpr UINT kDispatchMembers = 7;
-        for (const UINT candidate : {index, index + kDispatchMembers}) {
-            FUNCDESC* function = nullptr;
-            if (SUCCEEDED(type.GetFuncDesc(candidate, &function))) {
-                const bool isIt = function->memid == id;
-                if (isIt) {
-                    fill(*function);
-                }
-                type.ReleaseFuncDesc(function);
-                if (isIt) {
-                    return;
-                }
-            }
-        }
+bool IsObject(const VARIANTARG& given) noexcept {
+    const VARIANT* value = V_VT(&given) == (VT_BYREF | VT_VARIANT) ? V_VARIANTREF(&given) : &given;
+    return value != nullptr &&
+           ((V_VT(value) & ~VT_BYREF) == VT_DISPATCH || (V_VT(value) & ~VT_BYREF) == VT_UNKNOWN);
+}
+
+// Which accessor of a property, or the method, a call is for; null when it has no such use.
+const DispatchMember* Choose(std::span<const DispatchMember> members,
+                             WORD flags,
+                             const DISPPARAMS& params) noexcept {
+    if ((flags & kPuts) == 0) {
+        // Script engines ask for properties, and for the enumerator, as methods.
+        const bool asMethod = (flags & DISPATCH_METHOD) != 0;
+        return OfKind(members,
+                      asMethod ? DISPATCH_METHOD | DISPATCH_PROPERTYGET
+                               : static_cast<WORD>(flags & DISPATCH_PROPERTYGET));
     }
-
-    DISPPARAMS* params() noexcept { return &params_; }
-
-private:
-    // Arguments stand last first.
-    void fill(const FUNCDESC& function) {
-        std::vector<VARIANT> declared(std::reverse_iterator(params_.rgvarg + params_.cArgs),
-                                      std::reverse_iterator(params_.rgvarg));
-        bool changed = false;
-        for (std::size_t i = 0; i < static_cast<std::size_t>(function.cParams); ++i) {
-            const ELEMDESC& parameter = function.lprgelemdescParam[i];
-            const bool isOptional = (parameter.paramdesc.wParamFlags & PARAMFLAG_FOPT) != 0;
-            const bool isNext = i == declared.size();
-            if (isOptional && IsReferenceToText(parameter) &&
-                (isNext || (i < declared.size() && IsMissing(&declared[i])))) {
-                const VARIANT standIn = Variant::Reference(text_.inOut()).get();
-                isNext ? declared.push_back(standIn) : static_cast<void>(declared[i] = standIn);
-                changed = true;
-            }
-        }
-        if (changed) {
-            args_.assign(declared.rbegin(), declared.rend());
-            params_.rgvarg = args_.data();
-            params_.cArgs = static_cast<UINT>(args_.size());
-        }
+    const DispatchMember* put = OfKind(members, DISPATCH_PROPERTYPUT);
+    const DispatchMember* set = OfKind(members, DISPATCH_PROPERTYPUTREF);
+    if ((flags & DISPATCH_PROPERTYPUT) == 0) {
+        return set;
     }
+    // The new value is the first of what is given. Scripts put objects by value as well.
+    const bool wantsSet = put == nullptr || ((flags & DISPATCH_PROPERTYPUTREF) != 0 &&
+                                             params.cArgs > 0 && IsObject(params.rgvarg[0]));
+    return wantsSet && set != nullptr ? set : put;
+}
 
-    DISPPARAMS params_;
-    std::vector<VARIANTARG> args_;  // borrowed values
-    Bstr text_;
-};
+// Arguments after a member that takes none are meant for the default property of what it gives:
+// list(1) where list is a property.
+HRESULT InvokeDefault(Variant& result, LCID lcid, DISPPARAMS& params, EXCEPINFO* exception) {
+    const ComPtr<IDispatch> object = result.object<IDispatch>();
+    if (!object) {
+        return DISP_E_BADPARAMCOUNT;
+    }
+    Variant answer;
+    const HRESULT code = object->Invoke(DISPID_VALUE,
+                                        IID_NULL,
+                                        lcid,
+                                        DISPATCH_METHOD | DISPATCH_PROPERTYGET,
+                                        &params,
+                                        answer.inOut(),
+                                        exception,
+                                        nullptr);
+    result = std::move(answer);
+    return code;
+}
+
+HRESULT Invoke(const DispatchMember& member,
+               IDispatch* object,
+               LCID lcid,
+               DISPPARAMS& params,
+               VARIANT* result,
+               EXCEPINFO* exception,
+               UINT* argumentIndex) {
+    DispatchCall call(member, lcid);
+    const bool isForDefault = member.parameters.empty() && params.cArgs > 0;
+    DISPPARAMS none{};
+    DISPPARAMS& own = isForDefault ? none : params;
+    HRESULT code = call.arrange(own);
+    if (SUCCEEDED(code)) {
+        code = member.call(object, call);
+    }
+    code = call.finish(code, own, exception, argumentIndex);
+    if (SUCCEEDED(code) && isForDefault) {
+        code = InvokeDefault(call.result, lcid, params, exception);
+    }
+    if (SUCCEEDED(code) && result != nullptr) {
+        *result = call.result.detach();
+    }
+    return code;
+}
 
 }  // namespace
 
-HRESULT DispatchNames(REFIID dual, REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept {
+std::span<const DispatchMember> DispatchTable::from(std::size_t first) const noexcept {
+    std::size_t end = first;
+    while (end < members_.size() && members_[end].id == members_[first].id) {
+        ++end;
+    }
+    return members_.subspan(first, end - first);
+}
+
+std::span<const DispatchMember> DispatchTable::find(DISPID id) const noexcept {
+    const auto first = std::lower_bound(
+        members_.begin(), members_.end(), id, [](const DispatchMember& member, DISPID wanted) {
+            return member.id < wanted;
+        });
+    return from(first != members_.end() && first->id == id
+                    ? static_cast<std::size_t>(first - members_.begin())
+                    : members_.size());
+}
+
+std::span<const DispatchMember> DispatchTable::find(const wchar_t* name) const noexcept {
+    std::size_t at = NameHash(name) % slots_.size();
+    for (; slots_[at] < members_.size(); at = (at + 1) % slots_.size()) {
+        if (SameName(members_[slots_[at]].name, name)) {
+            return from(slots_[at]);
+        }
+    }
+    return {};
+}
+
+HRESULT DispatchNames(
+    const DispatchTable& table, REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept {
     if (!IsEqualIID(riid, IID_NULL)) {
         return DISP_E_UNKNOWNINTERFACE;
     }
     if (names == nullptr || ids == nullptr || count == 0) {
         return E_INVALIDARG;
     }
-    try {
-        return TypeInfoOf(dual)->GetIDsOfNames(names, count, ids);
-    } catch (...) {
-        return FailureFromCurrentException();
+    std::fill_n(ids, count, DISPID_UNKNOWN);
+    if (std::find(names, names + count, nullptr) != names + count) {
+        return E_INVALIDARG;
     }
+    const auto members = table.find(names[0]);
+    if (members.empty()) {
+        return DISP_E_UNKNOWNNAME;
+    }
+    ids[0] = members.front().id;
+    HRESULT code = S_OK;
+    for (UINT i = 1; i < count; ++i) {
+        for (const DispatchMember& member : members) {
+            const auto named = std::find_if(
+                member.parameters.begin(), member.parameters.end(), [&](const auto& parameter) {
+                    return SameName(parameter.name, names[i]);
+                });
+            if (named != member.parameters.end()) {
+                ids[i] = static_cast<DISPID>(named - member.parameters.begin());
+                break;
+            }
+        }
+        code = ids[i] == DISPID_UNKNOWN ? DISP_E_UNKNOWNNAME : code;
+    }
+    return code;
 }
 
-HRESULT DispatchInvoke(REFIID dual,
+HRESULT DispatchInvoke(const DispatchTable& table,
                        IDispatch* object,
                        DISPID id,
                        REFIID riid,
+                       LCID lcid,
                        WORD flags,
                        DISPPARAMS* params,
                        VARIANT* result,
                        EXCEPINFO* exception,
                        UINT* argumentIndex) noexcept {
+    if (result != nullptr) {
+        VariantInit(result);
+    }
     if (!IsEqualIID(riid, IID_NULL)) {
         return DISP_E_UNKNOWNINTERFACE;
     }
@@ -111,22 +178,21 @@ HRESULT DispatchInvoke(REFIID dual,
         params->cNamedArgs > params->cArgs) {
         return E_INVALIDARG;
     }
-    // Some script engines ask for the enumerator as a method.
-    if (id == DISPID_NEWENUM) {
-        flags = DISPATCH_PROPERTYGET;
+    const DispatchMember* member = Choose(table.find(id), flags, *params);
+    if (member == nullptr) {
+        return DISP_E_MEMBERNOTFOUND;
     }
+    const ComPtr<IDispatch> keep(object);
     try {
-        // Held for the call: it may release the last other reference to the object.
-        const ComPtr<IDispatch> keep(object);
-        const ComPtr<ITypeInfo> type = TypeInfoOf(dual);
-        LeftOutTexts complete(*type, id, flags, *params);
-        return type->Invoke(object, id, flags, complete.params(), result, exception, argumentIndex);
+        return Invoke(*member, object, lcid, *params, result, exception, argumentIndex);
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
     } catch (...) {
         return FailureFromCurrentException();
     }
 }
 
-HRESULT DispatchTypeInfo(REFIID dual, UINT index, ITypeInfo** info) noexcept {
+HRESULT DispatchTypeInfo(REFIID type, UINT index, ITypeInfo** info) noexcept {
     if (info == nullptr) {
         return E_POINTER;
     }
@@ -135,7 +201,7 @@ HRESULT DispatchTypeInfo(REFIID dual, UINT index, ITypeInfo** info) noexcept {
         return DISP_E_BADINDEX;
     }
     try {
-        *info = TypeInfoOf(dual).detach();
+        *info = TypeInfoOf(type).detach();
         return S_OK;
     } catch (...) {
         return FailureFromCurrentException();

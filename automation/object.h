@@ -58,20 +58,21 @@ public:
     }
     STDMETHODIMP
     GetIDsOfNames(REFIID riid, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept override {
-        return DispatchNames(__uuidof(Dual), riid, names, count, ids);
+        return DispatchNames(TableOf<Dual>(), riid, names, count, ids);
     }
     STDMETHODIMP Invoke(DISPID id,
                         REFIID riid,
-                        LCID,
+                        LCID lcid,
                         WORD flags,
                         DISPPARAMS* params,
                         VARIANT* result,
                         EXCEPINFO* exception,
                         UINT* argumentIndex) noexcept override {
-        return DispatchInvoke(__uuidof(Dual),
-                              static_cast<Dual*>(this),
+        return DispatchInvoke(TableOf<Dual>(),
+                              self(),
                               id,
                               riid,
+                              lcid,
                               flags,
                               params,
                               result,

@@ -1,10 +1,14 @@
 # kel_type_library(NAME <name> IDL <file>)
 #
 # Compiles an IDL into <build>/generated/<name>.tlb and <name>.h. The INTERFACE target <name>_idl
-# carries the folder of both and makes sure that they exist before its users are compiled. The type
-# library differs between 32 and 64 bit.
+# carries the folder of both, makes sure that they exist before its users are compiled, and brings
+# the tables by which objects of these interfaces answer calls by name. The type library differs
+# between 32 and 64 bit.
 
 find_program(KEL_WIDL x86_64-w64-mingw32-widl NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+
+# Reads the IDL for what is made from it besides the type library.
+find_program(KEL_PYTHON python3 NO_CMAKE_FIND_ROOT_PATH REQUIRED)
 
 # oaidl.idl and the other standard definitions: Wine's, since mingw-w64 does not install its own.
 find_path(KEL_IDL_DIR oaidl.idl
@@ -44,8 +48,22 @@ function(kel_type_library)
         DEPENDS ${neighbours} ${PROJECT_SOURCE_DIR}/cmake/RunWidl.cmake
         COMMENT "Type library ${arg_NAME}"
         VERBATIM)
+    set(tools ${PROJECT_SOURCE_DIR}/idl/tools)
+    set(tables ${KEL_GENERATED_DIR}/${arg_NAME}_dispatch.cpp)
+    add_custom_command(
+        OUTPUT ${tables}
+        COMMAND ${KEL_PYTHON} -B ${tools}/dispatch_tables.py ${idl} ${tables}
+        DEPENDS ${idl} ${tools}/dispatch_tables.py ${tools}/idl.py
+        COMMENT "Dispatch tables ${arg_NAME}"
+        VERBATIM)
     add_custom_target(${arg_NAME}_idl_files DEPENDS ${outputs})
+    add_library(${arg_NAME}_dispatch STATIC ${tables})
+    target_include_directories(${arg_NAME}_dispatch SYSTEM PRIVATE ${KEL_GENERATED_DIR})
+    target_link_libraries(${arg_NAME}_dispatch PRIVATE kel_warnings PUBLIC kel_automation)
+    add_dependencies(${arg_NAME}_dispatch ${arg_NAME}_idl_files)
+    kel_precompile(${arg_NAME}_dispatch)
     add_library(${arg_NAME}_idl INTERFACE)
     target_include_directories(${arg_NAME}_idl SYSTEM INTERFACE ${KEL_GENERATED_DIR})
+    target_link_libraries(${arg_NAME}_idl INTERFACE ${arg_NAME}_dispatch)
     add_dependencies(${arg_NAME}_idl ${arg_NAME}_idl_files)
 endfunction()
