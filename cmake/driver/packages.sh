@@ -5,7 +5,7 @@
 readonly KEL_PACKAGES=(
     g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools
     wine wine64 libwine-dev
-    cmake ninja-build g++ python3-minimal git googletest catch2 nlohmann-json3-dev iso-codes
+    cmake ninja-build g++ python3 git googletest catch2 nlohmann-json3-dev iso-codes
     xvfb xauth
 )
 # Only a 32-bit tree of our own needs debootstrap; only `check` needs the clang tools.
