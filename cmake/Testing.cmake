@@ -5,7 +5,8 @@
 #       (gtest_main otherwise).
 #   kel_script_test(NAME <name> SCRIPT <file> [ARGS <argument>...] [TIMEOUT <s>])
 #       a script: .vbs, .js, .wsf for the script host; .sh for the shell, which finds the width in
-#       KEL_WIDTH and in KEL_WINE_RUN the command that runs a Windows program: $KEL_WINE_RUN $KEL_WIDTH x.exe
+#       KEL_WIDTH and in KEL_WINE_RUN the command that runs a Windows program: $KEL_WINE_RUN $KEL_WIDTH x.exe;
+#       .py for Python.
 #
 # One CTest test is one program or script. Its last line says "N passed, N failed[, N skipped]".
 
