@@ -1,6 +1,7 @@
 // The test back-end as a DLL: its classes and its control function.
 #include "automation/server.h"
 #include "tests/backend/host.h"
+#include "tests/backend/setup.h"
 
 namespace kel::tests {
 namespace {
@@ -50,6 +51,10 @@ const automation::ClassEntry kClasses[] = {
      L"kelos95.IHostDLL",
      kDescription,
      CreateHost<kOtherOsType>},
+    {{0x0b7c3d8e, 0x94a5, 0x4e7a, {0x8f, 0x19, 0x6d, 0x02, 0xc4, 0x5b, 0xa3, 0x90}},
+     L"kelTests.Setup",
+     L"What scripts need for tests",
+     automation::CreateInstance<Setup>},
 };
 
 }  // namespace

@@ -6,8 +6,6 @@
 namespace kel::tests {
 namespace {
 
-using automation::GetText;
-
 class Disconnect : public SessionTest {
 protected:
     void disconnect() const { EXPECT_EQ(call(L"Disconnect").error, ErrorFields{}); }

@@ -247,7 +247,8 @@ TEST_F(SessionCallback, EndsItsEngineInOrder) {
         base.reset();
     });
     const Lines connecting = {L"9 Main Connecting...", L"9 Main Connection Made"};
-    EXPECT_EQ(std::ranges::search(all, connecting).begin() - all.begin(), 6);
+    EXPECT_EQ(
+        std::search(all.begin(), all.end(), connecting.begin(), connecting.end()) - all.begin(), 6);
     const Lines ending = {L"1 RemoveSessionCallback Main",
                           L"1 SessionCallback Terminated Begin Main",
                           L"1 DBMS Terminated Begin Main",
