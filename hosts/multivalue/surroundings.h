@@ -30,6 +30,10 @@ public:
     // not there raises kNoSuchFile.
     virtual std::optional<Text> ReadRecord(TextView file, bool dictionary, TextView id) = 0;
 
+    // A field of the record being worked on, 0 being its id, for the codes that name fields (S, C).
+    // Empty where no record is worked on.
+    virtual Text FieldOfRecord(std::int32_t /*number*/) { return {}; }
+
     // Calls a stored program, which may change the arguments. Raises what the program raises, and
     // kNoSuchProgram when there is none of the name.
     virtual void CallProgram(TextView name, std::vector<Text>& arguments) = 0;

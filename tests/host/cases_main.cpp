@@ -3,29 +3,13 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iostream>
-#include <map>
-#include <optional>
-#include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
-#include "hosts/multivalue/dynamic_array.h"
+#include "tests/host/cases.h"
 #include "tests/host/text_support.h"
 
-namespace {
-
-using kel::multivalue::Drawn;
-using kel::multivalue::DynamicArray;
-using kel::multivalue::LocateResult;
-using kel::multivalue::Position;
-using kel::multivalue::SortOrder;
-using kel::multivalue::Text;
-using Json = nlohmann::json;
-
-constexpr int kShown = 10;
+namespace kel::multivalue::cases {
 
 Text FromUtf8(const std::string& utf8) {
     Text text;
@@ -48,17 +32,9 @@ Text FromUtf8(const std::string& utf8) {
 }
 
 Text TextOf(const Json& object, const char* field) {
-    return FromUtf8(object.at(field).get<std::string>());
+    const Json& value = object.at(field);
+    return value.is_null() ? Text() : FromUtf8(value.get<std::string>());
 }
-
-Position PositionOf(const Json& object) {
-    return {object.at("amc").get<std::int32_t>(),
-            object.at("vmc").get<std::int32_t>(),
-            object.at("smc").get<std::int32_t>()};
-}
-
-// Answers nothing when the case agrees, otherwise what came out instead.
-using Check = std::function<std::optional<std::string>(const Json&)>;
 
 std::optional<std::string> Compare(const Text& got, const Text& wanted) {
     if (got == wanted) {
@@ -67,107 +43,73 @@ std::optional<std::string> Compare(const Text& got, const Text& wanted) {
     return Drawn(got);
 }
 
-std::optional<std::string> CheckLocate(const Json& c) {
-    const LocateResult result = DynamicArray(TextOf(c, "rec"))
-                                    .Locate(TextOf(c, "str"),
-                                            c.at("amc").get<std::int32_t>(),
-                                            c.at("vmc").get<std::int32_t>(),
-                                            SortOrder::Parse(TextOf(c, "order")));
-    if (result.found == (c.at("found").get<int>() != 0) &&
-        result.position == c.at("pos").get<std::size_t>()) {
-        return std::nullopt;
-    }
-    return std::string(result.found ? "found at " : "not found, ") +
-           std::to_string(result.position);
-}
+namespace {
 
-std::optional<std::string> CheckDcount(const Json& c) {
-    const std::size_t parts = DynamicArray(TextOf(c, "str")).Dcount(TextOf(c, "delim"), {});
-    if (parts == c.at("dcount").get<std::size_t>()) {
-        return std::nullopt;
-    }
-    return std::to_string(parts);
-}
+constexpr int kShown = 10;
 
-const std::map<std::string, Check>& Checks() {
-    static const std::map<std::string, Check> checks = {
-        {"extract",
-         [](const Json& c) {
-             return Compare(DynamicArray(TextOf(c, "rec")).Extract(PositionOf(c)),
-                            TextOf(c, "out"));
-         }},
-        {"replace",
-         [](const Json& c) {
-             DynamicArray array(TextOf(c, "rec"));
-             array.Replace(PositionOf(c), TextOf(c, "val"));
-             return Compare(array.ToText(), TextOf(c, "out"));
-         }},
-        {"insert",
-         [](const Json& c) {
-             DynamicArray array(TextOf(c, "rec"));
-             array.Insert(PositionOf(c), TextOf(c, "val"));
-             return Compare(array.ToText(), TextOf(c, "out"));
-         }},
-        {"delete",
-         [](const Json& c) {
-             DynamicArray array(TextOf(c, "rec"));
-             array.Delete(PositionOf(c));
-             return Compare(array.ToText(), TextOf(c, "out"));
-         }},
-        {"locate", CheckLocate},
-        {"dcount", CheckDcount},
-    };
-    return checks;
-}
-
-// Returns the number of cases that differ.
-int RunFile(const std::filesystem::path& path) {
-    const std::string name = path.stem().string();
-    const auto check = Checks().find(name);
-    if (check == Checks().end()) {
-        std::cout << name << ": NOT RUN YET\n";
-        return 0;
-    }
-    std::ifstream file(path);
-    std::string line;
+struct Tally {
     int cases = 0;
     int differing = 0;
+};
+
+Tally RunFile(const std::filesystem::path& path, const Check& check) {
+    std::ifstream file(path);
+    std::string line;
+    Tally tally;
     std::string shown;
     while (std::getline(file, line)) {
-        ++cases;
+        ++tally.cases;
         std::optional<std::string> other;
         try {
-            other = check->second(Json::parse(line));
+            other = check(Json::parse(line));
         } catch (const std::exception& error) {
             other = std::string("error: ") + error.what();
         }
-        if (other && ++differing <= kShown) {
+        if (other && ++tally.differing <= kShown) {
             shown += "    " + line + "\n        came out: " + *other + "\n";
         }
     }
-    std::cout << name << ": " << cases << " cases, " << cases - differing << " agree, " << differing
-              << " differ\n"
+    std::cout << path.stem().string() << ": " << tally.cases << " cases, "
+              << tally.cases - tally.differing << " agree, " << tally.differing << " differ\n"
               << shown;
-    return differing;
+    return tally;
+}
+
+int RunFolder(const std::filesystem::path& folder) {
+    Checks checks;
+    AddArrayChecks(checks);
+    AddConversionChecks(checks);
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() == ".jsonl") {
+            files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    Tally total;
+    for (const auto& file : files) {
+        const auto check = checks.find(file.stem().string());
+        if (check == checks.end()) {
+            std::cout << file.stem().string() << ": NOT RUN YET\n";
+            continue;
+        }
+        const Tally tally = RunFile(file, check->second);
+        total.cases += tally.cases;
+        total.differing += tally.differing;
+    }
+    std::cout << "total: " << total.cases << " cases, " << total.cases - total.differing
+              << " agree, " << total.differing << " differ\n";
+    return total.differing == 0 ? 0 : 1;
 }
 
 }  // namespace
+
+}  // namespace kel::multivalue::cases
 
 int main(int argc, char** argv) {
     if (argc != 2 || !std::filesystem::is_directory(argv[1])) {
         std::cerr << "usage: kel_cases FOLDER\n";
         return 2;
     }
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-        if (entry.path().extension() == ".jsonl") {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    int differing = 0;
-    for (const auto& file : files) {
-        differing += RunFile(file);
-    }
-    return differing == 0 ? 0 : 1;
+    return kel::multivalue::cases::RunFolder(argv[1]);
 }
