@@ -73,7 +73,7 @@ bool ParseNumberCode(TextView text, NumberCode& code) {
     code.kind = UpperAscii(reader.Next());
     code.decimals = reader.TakeDigit().value_or(0);
     code.scaling = reader.TakeDigit().value_or(code.decimals);
-    code.isBlankZero = reader.Take(u'Z');
+    code.isBlankZero = code.kind != u'D' && reader.Take(u'Z');
     while (reader.Peek() == u',' || reader.Peek() == u'$') {
         if (reader.Next() == u',') {
             code.style.thousands = u",";
@@ -224,18 +224,18 @@ Outcome ToStored(const Element& element, const NumberCode& code, Text& out) {
 
 }  // namespace
 
-Outcome ConvertNumber(const Element& element, TextView text, Text& out) {
-    NumberCode code;
-    if (!ParseNumberCode(text, code)) {
+Outcome ConvertNumber(const Element& element, TextView code, Text& out) {
+    NumberCode parsed;
+    if (!ParseNumberCode(code, parsed)) {
         return ConversionStatus::kBadCode;
     }
     if (element.direction == Direction::kIn) {
-        return ToStored(element, code, out);
+        return ToStored(element, parsed, out);
     }
-    if (element.value.empty() && code.kind == u'D') {
+    if (element.value.empty() && parsed.kind == u'D') {
         return ConversionStatus::kGood;
     }
-    return ToDisplay(element, code, out);
+    return ToDisplay(element, parsed, out);
 }
 
 }  // namespace kel::multivalue

@@ -64,31 +64,31 @@ void AppendWithBlanks(Text& out, TextView field) {
 
 }  // namespace
 
-Outcome ConvertTranslation(const Element& element, TextView text, Text& out) {
-    const std::optional<TranslationCode> code = ParseTranslation(text, element.direction);
-    if (!code) {
+Outcome ConvertTranslation(const Element& element, TextView code, Text& out) {
+    const std::optional<TranslationCode> parsed = ParseTranslation(code, element.direction);
+    if (!parsed) {
         return ConversionStatus::kBadCode;
     }
     if (element.value.empty()) {
         return ConversionStatus::kGood;
     }
-    if (!code->field) {
+    if (!parsed->field) {
         out.append(element.value);  // nothing to translate in this direction
         return ConversionStatus::kGood;
     }
     Text field;
     std::optional<Text> record =
-        element.around.ReadRecord(code->file, code->isDictionary, element.value);
+        element.around.ReadRecord(parsed->file, parsed->isDictionary, element.value);
     if (record) {
-        field = *code->field == 0
+        field = *parsed->field == 0
                     ? Text(element.value)
-                    : DynamicArray(std::move(*record)).Extract({*code->field, code->value, 0});
+                    : DynamicArray(std::move(*record)).Extract({*parsed->field, parsed->value, 0});
     }
     const bool isIn = element.direction == Direction::kIn;
-    const bool mustExist = code->control == u'V' || (code->control == u'I' && isIn) ||
-                           (code->control == u'O' && !isIn);
-    const bool isOriginal = code->control == u'C' || (code->control == u'I' && !isIn) ||
-                            (code->control == u'O' && isIn);
+    const bool mustExist = parsed->control == u'V' || (parsed->control == u'I' && isIn) ||
+                           (parsed->control == u'O' && !isIn);
+    const bool isOriginal = parsed->control == u'C' || (parsed->control == u'I' && !isIn) ||
+                            (parsed->control == u'O' && isIn);
     if (field.empty() && mustExist) {
         return ConversionStatus::kBadValue;
     }
