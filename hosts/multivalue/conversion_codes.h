@@ -1,7 +1,7 @@
 // What the dispatcher of conversions and the families of codes share. Not for users of the library.
 //
-// Each family converts one element, never empty-handed about marks: it appends what comes out to
-// `out`, which may hold earlier elements, and appends nothing when it fails (see Outcome).
+// Each family converts one element and appends what comes out to `out`, which may hold earlier
+// elements. What it has appended when it fails is taken off again.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +19,7 @@ enum class Direction { kOut, kIn };
 inline constexpr int kMaxFieldWidth = 32767;
 
 struct Outcome {
-    // NOLINTNEXTLINE(google-explicit-constructor): a status is an outcome without more to say
+    // Not explicit: mostly the status is all there is to say.
     constexpr Outcome(ConversionStatus own, bool emptied = false)
         : status(own), emptiesValue(emptied) {}
 

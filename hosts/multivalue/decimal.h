@@ -62,7 +62,7 @@ public:
         return (left <=> right) == std::strong_ordering::equal;
     }
 
-    // Towards zero; empty when the number does not fit.
+    // Towards zero; empty when there are more than 18 digits before the point.
     std::optional<std::int64_t> ToInteger() const;
     // "-0.05"; a zero has no sign. All digits behind the point are shown: Trim() first where
     // trailing zeros are not wanted.

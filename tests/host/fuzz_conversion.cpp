@@ -80,7 +80,7 @@ constexpr TextView kMarks = u"\u00fb\u00fc\u00fd\u00fe";
 
 bool IsWidthFirst(TextView code) {
     return !code.empty() && code[0] >= u'0' && code[0] <= u'9' &&
-           code.find_first_of(kMarks) == code.npos;
+           code.find_first_of(kMarks) == TextView::npos;
 }
 
 // Lines of a format with a width are all of that width.
