@@ -197,6 +197,7 @@ private:
 
 class Clients : public BackendTest {};
 
+
 void CallNamed(Client& client){
 #include "calls_named.inc"
 }
