@@ -185,7 +185,7 @@ TEST_F(Arguments, AreTextsOfWhateverConverts) {
     V_R8(&number) = 1.5;
     const auto good = Foreign::Make(S_OK, Value(L"default"));
     const auto bad = Foreign::Make(E_FAIL, {});
-    const auto throwing = Foreign::Make(Foreign::kThrows, {});
+    [[maybe_unused]] const auto throwing = Foreign::Make(Foreign::kThrows, {});
     const auto deep = Foreign::Make(S_OK, Value(static_cast<IDispatch*>(good.get())));
     Variant list;
     V_VT(list.inOut()) = VT_ARRAY | VT_BSTR;
@@ -223,10 +223,13 @@ TEST_F(Arguments, AreTextsOfWhateverConverts) {
          Value(static_cast<IDispatch*>(bad.get())).get(),
          DISP_E_TYPEMISMATCH,
          L"before"},
+#ifdef _WIN64
+        // In 32 bit a C++ exception cannot cross from one module to another; docs/building.md.
         {"throwing object",
          Value(static_cast<IDispatch*>(throwing.get())).get(),
          DISP_E_TYPEMISMATCH,
          L"before"},
+#endif
         {"object in object",
          Value(static_cast<IDispatch*>(deep.get())).get(),
          DISP_E_TYPEMISMATCH,
