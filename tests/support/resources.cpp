@@ -102,6 +102,7 @@ long CountHandles() {
 }
 
 long forgivenHandles = 0;
+long forgivenBlocks = 0;
 
 // Asking whether a module may go makes it drop what it keeps for speed.
 long CountLockedModules() {
@@ -142,6 +143,12 @@ ForgivenHandles::~ForgivenHandles() {
     forgivenHandles += CountHandles() - before_;
 }
 
+ForgivenBlocks::ForgivenBlocks() : before_(LiveBlocks()) {}
+
+ForgivenBlocks::~ForgivenBlocks() {
+    forgivenBlocks += LiveBlocks() - before_;
+}
+
 void SettleResources() {
     SetErrorInfo(0, nullptr);
     automation::ReleaseTypeInfos();
@@ -153,9 +160,11 @@ ResourceCounts CountResources(bool withHandles) {
     ResourceCounts counts;
     counts.lockedModules = CountLockedModules();
     counts.objects = automation::ModuleLocks::count();
-    counts.blocks = LiveBlocks();
+    counts.blocks = LiveBlocks() - forgivenBlocks;
     counts.heaps = static_cast<long>(GetProcessHeaps(0, nullptr));
     counts.handles = withHandles ? CountHandles() - forgivenHandles : 0;
+    counts.drawing = static_cast<long>(GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS) +
+                                       GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS));
     return counts;
 }
 
@@ -190,6 +199,7 @@ std::string Growth(const ResourceCounts& before, const ResourceCounts& after) {
     compare(before.objects, after.objects, "objects");
     compare(before.lockedModules, after.lockedModules, "DLLs that cannot be unloaded");
     compare(before.heaps, after.heaps, "private heaps");
+    compare(before.drawing, after.drawing, "GDI or USER objects");
     // The platform opens some of its own on first use and keeps them.
     constexpr long kPlatformHandles = 16;
     compare(before.handles + kPlatformHandles, after.handles, "kernel handles");

@@ -12,6 +12,7 @@ struct ResourceCounts {
     long lockedModules = 0;  // DLLs of the product that refuse to be unloaded
     long heaps = 0;          // private heaps
     long handles = 0;        // kernel handles; 0 when not counted
+    long drawing = 0;        // GDI and USER objects
 
     friend bool operator==(const ResourceCounts&, const ResourceCounts&) = default;
 };
@@ -31,6 +32,18 @@ public:
     ForgivenHandles(const ForgivenHandles&) = delete;
     ForgivenHandles& operator=(const ForgivenHandles&) = delete;
     ~ForgivenHandles();
+
+private:
+    long before_;
+};
+
+// The same for memory blocks, which Wine's marshaller loses for every text that a proxy gets back.
+class ForgivenBlocks {
+public:
+    ForgivenBlocks();
+    ForgivenBlocks(const ForgivenBlocks&) = delete;
+    ForgivenBlocks& operator=(const ForgivenBlocks&) = delete;
+    ~ForgivenBlocks();
 
 private:
     long before_;
