@@ -1,0 +1,105 @@
+// A client of the registered component, as the measurements need one, and their list.
+#pragma once
+
+#include <map>
+
+#include "apps/demo/client.h"
+#include "apps/demo/listener.h"
+#include "bench/timing.h"
+
+namespace kel::bench {
+
+using automation::Check;
+using demo::Bstr;
+using demo::ComPtr;
+using demo::Create;
+using demo::Text;
+using demo::TextView;
+using demo::Variant;
+using FieldListener = demo::Listener<__kelFieldCallBack>;
+using Properties = std::map<Text, Text>;
+
+inline constexpr const wchar_t* kSession = L"Atlas";
+inline constexpr const wchar_t* kKey = L"Country";
+inline constexpr const wchar_t* kFile = L"COUNTRIES";
+inline constexpr long kRecords = 1000;
+
+Text Numbered(long number);  // "Item 17"
+Text SampleRecord();         // ten attributes
+
+// A session with a key field tied to it. Connects when it is given properties, OsType among them.
+class Client {
+public:
+    explicit Client(const Properties& properties = {});
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+    ~Client();
+
+    // An item of the key field, showing one attribute.
+    ComPtr<_kelDictItem> item(long amc) const;
+
+    const Bstr key{kKey};
+    const Bstr file{kFile};
+    const ComPtr<_kelBase> base = Create<_kelBase>(L"kelSDK.kelBase");
+    ComPtr<_kelSessionCallBack> session;
+    ComPtr<_kelFieldCallBack> field;
+    ComPtr<_kelTools> tools;
+
+private:
+    std::unique_ptr<demo::Subscription> subscription_;
+};
+
+// An account file of the embedded back-end with one file of records; gone with this object.
+class TemporaryAccount {
+public:
+    TemporaryAccount();
+    TemporaryAccount(const TemporaryAccount&) = delete;
+    TemporaryAccount& operator=(const TemporaryAccount&) = delete;
+    ~TemporaryAccount();
+
+    Properties properties() const { return {{L"OsType", L"1"}, {L"Database", path}}; }
+    Text path;
+};
+
+// Calls a member that answers a text.
+template <typename Call>
+Batch Asking(Call call) {
+    return Repeating([call] {
+        Bstr answer;
+        Check(call(answer.put()));
+    });
+}
+
+VARIANT Borrowed(const Bstr& text);
+DISPID IdOf(IDispatch* object, const wchar_t* name);
+
+// A call by name, prepared once; arguments last first, as automation passes them.
+struct NamedCall {
+    ComPtr<IDispatch> object;
+    DISPID id;
+    WORD flags;
+    std::vector<VARIANT> arguments;
+
+    // `platforms` calls through the platform's dispatcher instead of the object's own.
+    void operator()(ITypeInfo* platforms = nullptr) {
+        DISPPARAMS params{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+        Variant result;
+        VARIANT* const to = result.inOut();
+        IDispatch* const on = object.get();
+        Check(platforms != nullptr
+                  ? platforms->Invoke(on, id, flags, &params, to, nullptr, nullptr)
+                  : on->Invoke(id, IID_NULL, 0, flags, &params, to, nullptr, nullptr));
+    }
+};
+
+void MeasureLateBound();
+void MeasureCollections();
+void MeasureEvents();
+void MeasureEmbedded();
+void MeasureStartUp();
+// Opens the account, unless the path is empty, reads a record and ends the process.
+void StartUpChild(TextView account);
+// Read, edit, write over and over with the memory after each tenth; whether nothing grew.
+bool Soak(long cycles);
+
+}  // namespace kel::bench

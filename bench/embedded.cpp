@@ -1,0 +1,134 @@
+// The embedded back-end: through the component and bare, against the same statements on the storage
+// engine, and from the start of a process.
+#include <process.h>
+
+#include "automation/server.h"
+#include "bench/client.h"
+#include "hosts/embedded/store/database.h"
+
+namespace kel::bench {
+namespace {
+
+constexpr double kTarget = 1.5;
+
+// Steps with the numbers of all records in turn.
+template <typename Step>
+Batch Cycling(Step step) {
+    return Repeating([step, at = std::size_t{0}]() mutable {
+        at = (at + 1) % kRecords;
+        step(at);
+    });
+}
+
+multivalue::Text Units(const Text& text) {
+    return {text.begin(), text.end()};
+}
+
+void RunChild(const Text& account) {
+    const Text program = automation::ModulePath();
+    const Text quoted = L"\"" + account + L"\"";
+    const wchar_t* const none = nullptr;
+    const auto status =
+        _wspawnl(_P_WAIT, program.c_str(), L"bench", L"--child", quoted.c_str(), none);
+    Check(status == 0 ? S_OK : E_FAIL);
+}
+
+}  // namespace
+
+void MeasureEmbedded() {
+    using embedded::Bytes;
+    using embedded::Run;
+    const TemporaryAccount account;
+    const Client client(account.properties());
+    const auto host = Create<_mviHostDLL>(L"kelos1.IHostDLL");
+    Check(host->put_PropertyValue(Bstr(L"Database").get(), Bstr(account.path).get()));
+    Check(host->Connect());
+    ComPtr<IDispatch> file;
+    ComPtr<IDispatch> array;
+    Check(host->OpenFile(client.file.get(), file.put()));
+    Check(host->CreateDynamicArray(Bstr(SampleRecord()).get(), array.put()));
+    Check(client.tools->Replace(client.key.get(), Bstr(SampleRecord()).get(), 0, 0, 0));
+
+    embedded::Database plain(Units(account.path + L".plain"), embedded::Database::Mode::kCreate, 0);
+    plain.Execute(
+        "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA cache_size = -16384;"
+        "PRAGMA journal_size_limit = 16777216;"
+        "CREATE TABLE f1(id BLOB PRIMARY KEY NOT NULL, rec BLOB NOT NULL)");
+    embedded::Statement select(plain, "SELECT rec FROM f1 WHERE id = ?1");
+    embedded::Statement insert(
+        plain, "INSERT INTO f1 VALUES(?1, ?2) ON CONFLICT DO UPDATE SET rec = excluded.rec");
+    std::vector<Bstr> ids;
+    std::vector<std::string> plainIds;
+    std::vector<std::uint8_t> record;
+    embedded::EncodeRecord(Units(SampleRecord()), record);
+    const auto plainWrite = [&](std::size_t i) {
+        const Run write(insert);
+        write->Bind(1, embedded::BytesOf(plainIds[i]));
+        write->Bind(2, Bytes(record));
+        write->Step();
+    };
+    const auto plainRead = [&](std::size_t i) {
+        const Run read(select);
+        read->Bind(1, embedded::BytesOf(plainIds[i]));
+        Check(read->Step() ? S_OK : E_FAIL);
+        const Bytes found = read->ColumnBytes(0);
+        return std::vector<std::uint8_t>(found.begin(), found.end());
+    };
+    for (std::size_t i = 0; i < kRecords; ++i) {
+        ids.emplace_back(Numbered(static_cast<long>(i)));
+        plainIds.push_back("Item " + std::to_string(i));
+        plainWrite(i);
+    }
+
+    PrintHead("through the component, kelos1");
+    const auto item = client.item(2);
+    const auto& tools = client.tools;
+    const BSTR key = client.key.get();
+    const Way bare{"the back-end's Extract",
+                   Asking([&](BSTR* to) { return host->Extract(array.inOut(), 2, 0, 0, to); })};
+    const auto extract = Asking([&](BSTR* to) { return tools->Extract(key, 2, 0, 0, to); });
+    const auto show = Asking([&](BSTR* to) { return item->get_ExternalValue(0, to); });
+    Compare({"kelTools.Extract", extract}, bare);
+    Compare({"kelDictItem.ExternalValue", show}, bare);
+
+    PrintHead("one record by key, kelos1");
+    const Way reading{"the statement alone", Cycling(plainRead)};
+    const Way writing{"the statement alone", Cycling(plainWrite)};
+    const auto read =
+        Cycling([&](std::size_t i) { Check(tools->mvRead(key, ids[i].get(), client.file.get())); });
+    const auto write = Cycling(
+        [&](std::size_t i) { Check(tools->mvWrite(key, ids[i].get(), client.file.get())); });
+    const auto bareRead = Cycling([&](std::size_t i) {
+        short status = 0;
+        ComPtr<IDispatch> buffer;
+        Check(host->mvRead(VARIANT_FALSE, ids[i].get(), file.inOut(), &status, buffer.put()));
+    });
+    const auto bareWrite = Cycling([&](std::size_t i) {
+        Check(host->mvWrite(VARIANT_FALSE, ids[i].get(), file.inOut(), array.inOut()));
+    });
+    Compare({"kelTools.mvRead", read}, reading, kTarget);
+    Compare({"the back-end's mvRead", bareRead}, reading);
+    Compare({"kelTools.mvWrite", write}, writing, kTarget);
+    Compare({"the back-end's mvWrite", bareWrite}, writing);
+    Check(host->Disconnect());
+}
+
+void StartUpChild(TextView account) {
+    if (!account.empty()) {
+        const Client client({{L"OsType", L"1"}, {L"Database", Text(account)}});
+        Check(client.tools->mvRead(client.key.get(), Bstr(Numbered(1)).get(), client.file.get()));
+        Bstr value;
+        Check(client.tools->Extract(client.key.get(), 1, 0, 0, value.put()));
+        Check(value.view().empty() ? E_FAIL : S_OK);
+    }
+    TerminateProcess(GetCurrentProcess(), 0);  // putting everything away is not start-up
+}
+
+void MeasureStartUp() {
+    PrintHead("start-up");
+    const TemporaryAccount account;
+    Compare({"process start to first record, kelos1", Repeating([&] { RunChild(account.path); })},
+            {"to its main function", Repeating([] { RunChild({}); })});
+}
+
+}  // namespace kel::bench

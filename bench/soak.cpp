@@ -1,0 +1,150 @@
+// Long runs of reading, editing and writing with events: nothing may grow.
+#include <windows.h>
+
+#include <psapi.h>
+
+#include <array>
+#include <cstdio>
+
+#include "bench/client.h"
+#include "tests/backend/test_backend.h"
+
+namespace kel::bench {
+namespace {
+
+constexpr long kIds = 100;
+
+// What a process holds, each with its name and what a run may need more for the platform's caches.
+// GDI and USER objects stay 0 where the platform does not count them, as Wine 8.
+struct Measure {
+    const char* name;
+    std::size_t allowed;
+};
+constexpr std::size_t kMega = 1 << 20;
+constexpr std::array kMeasures{Measure{"working set", kMega},
+                               Measure{"committed", kMega},
+                               Measure{"in heaps", 1 << 14},
+                               Measure{"heaps", 0},
+                               Measure{"handles", 0},
+                               Measure{"GDI", 0},
+                               Measure{"USER", 0}};
+using Usage = std::array<std::size_t, kMeasures.size()>;
+
+Usage UsageNow() {
+    PROCESS_MEMORY_COUNTERS memory{};
+    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
+    std::array<HANDLE, 256> heaps{};
+    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+    std::size_t used = 0;
+    for (DWORD i = 0; i < count && i < heaps.size(); ++i) {
+        PROCESS_HEAP_ENTRY entry{};
+        while (HeapWalk(heaps[i], &entry)) {
+            used += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+        }
+    }
+    // The platform's own counter is not implemented everywhere; handles are small multiples of 4.
+    std::size_t handles = 0;
+    for (ULONG_PTR value = 4; value < 1 << 14; value += 4) {
+        DWORD flags = 0;
+        handles += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1U : 0U;
+    }
+    return {memory.WorkingSetSize,
+            memory.PagefileUsage,
+            used,
+            count,
+            handles,
+            GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS),
+            GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS)};
+}
+
+// A control: shows its value again whenever it is told to.
+class Control final : public FieldListener {
+public:
+    explicit Control(ComPtr<_kelDictItem> item) : item_(std::move(item)) {}
+    long shown() const { return shown_; }
+
+private:
+    void Hear(DISPID, const demo::Arguments&) override {
+        Bstr value;
+        Check(item_->get_ExternalValue(0, value.put()));
+        shown_ += value.view().empty() ? 0 : 1;
+    }
+
+    const ComPtr<_kelDictItem> item_;
+    long shown_ = 0;
+};
+
+void Cycle(const Client& client, _kelDictItem& item, long number) {
+    const Bstr text(Numbered(number % kIds));
+    Check(client.tools->mvReadU(client.key.get(), text.get(), client.file.get()));
+    Check(item.put_ExternalValue(0, text.get()));
+    Check(client.tools->Replace(client.key.get(), text.get(), 3, 1, 0));
+    Check(client.tools->mvWrite(client.key.get(), nullptr, client.file.get()));
+}
+
+// `between` runs now and then, for what a back-end keeps that is not the component's.
+template <typename Between>
+bool Run(const char* name, const Client& client, long cycles, Between between) {
+    constexpr int kTenths = 10;
+    constexpr int kWarm = 2;  // tenths after which everything has its lasting size
+    constexpr long kBetween = 64;
+    constexpr long kEventsOfCycle = 3;
+    std::printf("\n%s: %ld times read, edit, write\n%12s", name, cycles, "cycles");
+    for (const Measure& one : kMeasures) {
+        std::printf("%12s", one.name);
+    }
+    const auto item = client.item(2);
+    const auto control = ComPtr<Control>::Adopt(new Control(client.item(2)));
+    const demo::Subscription subscription(*client.field, *control);
+    Usage warm{};
+    bool grown = false;
+    long done = 0;
+    for (int tenth = 1; tenth <= kTenths; ++tenth) {
+        for (; done < cycles / kTenths * tenth; ++done) {
+            Cycle(client, *item, done);
+            if (done % kBetween == 0) {
+                between();
+            }
+        }
+        between();
+        const Usage now = UsageNow();
+        warm = tenth <= kWarm ? now : warm;
+        std::printf("\n%12ld", done);
+        for (std::size_t i = 0; i < now.size(); ++i) {
+            std::printf("%12zu", now[i]);
+            grown = grown || (tenth == kTenths && now[i] > warm[i] + kMeasures[i].allowed);
+        }
+        std::fflush(stdout);
+    }
+    std::printf("\n%s\n", grown ? "IT GREW" : "nothing grew");
+    Check(control->shown() == done * kEventsOfCycle ? S_OK : E_FAIL);
+    return !grown;
+}
+
+bool RunScripted(long cycles) {
+    const auto loaded = Create<_mviHostDLL>(L"kelos99.IHostDLL");
+    const auto address = reinterpret_cast<void*>(
+        GetProcAddress(GetModuleHandleW(L"kelos99.dll"), tests::kTestBackendExport));
+    tests::TestBackend& backend = *reinterpret_cast<tests::TestBackendExport>(address)();
+    for (long i = 0; i < kIds; ++i) {
+        backend.putRecord(kFile, Numbered(i), SampleRecord());
+    }
+    const Client client(Properties{{L"OsType", L"99"}});
+    return Run("scripted back-end", client, cycles, [&] { backend.clearCalls(); });
+}
+
+bool RunEmbedded(long cycles) {
+    const TemporaryAccount account;
+    const Client client(account.properties());
+    return Run("kelos1", client, cycles, [] {});
+}
+
+}  // namespace
+
+bool Soak(long cycles) {
+    constexpr long kEmbeddedShare = 10;  // each write waits for the disk
+    const bool scripted = RunScripted(cycles);
+    return RunEmbedded(cycles / kEmbeddedShare) && scripted;
+}
+
+}  // namespace kel::bench
