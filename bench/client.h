@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 
 #include "apps/demo/client.h"
 #include "apps/demo/listener.h"

@@ -46,6 +46,7 @@ Usage UsageNow() {
     std::size_t handles = 0;
     for (ULONG_PTR value = 4; value < 1 << 14; value += 4) {
         DWORD flags = 0;
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is a number
         handles += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1U : 0U;
     }
     return {memory.WorkingSetSize,
