@@ -1,0 +1,45 @@
+// Works a compiled correlative out for one record after the other.
+//
+// Every operation has a text of its own to put its result into, kept from record to record, so that
+// a settled evaluator allocates little or nothing.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "hosts/multivalue/program.h"
+#include "hosts/multivalue/record_fields.h"
+#include "hosts/multivalue/surroundings.h"
+#include "hosts/multivalue/text.h"
+
+namespace kel::multivalue {
+
+// What a correlative sees. All of it is borrowed for the time of a call.
+struct EvaluationInput {
+    RecordFields* record;
+    TextView id;
+    TextView value;  // what the first correlative is applied to
+    std::int32_t position = 0;  // the value asked for, from 1; 0: all
+    std::int64_t itemCounter = 0;
+    std::int32_t breakLevel = 0;
+};
+
+class CorrelativeEvaluator {
+public:
+    // `around` must outlive this object.
+    CorrelativeEvaluator(Program program, Surroundings& around);
+    CorrelativeEvaluator(const CorrelativeEvaluator&) = delete;
+    CorrelativeEvaluator& operator=(const CorrelativeEvaluator&) = delete;
+    ~CorrelativeEvaluator();
+
+    const Program& Compiled() const { return program_; }
+
+    // The result for all values, or for the one at input.position: a result that is one by its
+    // nature (a sum, a converted `value`) whatever the position, otherwise the element there and ""
+    // past the end. The view holds until the next call or as long as `input`. Raises what the
+    // surroundings raise, and kTooLong for a result beyond any record.
+    TextView Evaluate(const EvaluationInput& input);
+};
+
+}  // namespace kel::multivalue

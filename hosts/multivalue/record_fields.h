@@ -1,0 +1,39 @@
+// A record whose attributes are read, not changed: plain text as it comes from a scan, or a record
+// somebody is working on. Finds as many attribute marks as were asked for and remembers them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "hosts/multivalue/dynamic_array.h"
+#include "hosts/multivalue/text.h"
+
+namespace kel::multivalue {
+
+class RecordFields {
+public:
+    // What is read is borrowed until the next call and must not change meanwhile.
+    void Read(TextView record);
+    void Read(const DynamicArray& record);
+
+    // An attribute, from 1; "" past the end. Holds until the next Read.
+    TextView Attribute(std::int32_t number);
+
+    // The whole record. For a DynamicArray a copy, made when first asked for.
+    TextView Whole();
+
+private:
+    const DynamicArray* array_ = nullptr;
+    TextView text_;
+    bool textKnown_ = true;  // false: array_ has it
+    std::vector<std::size_t> ends_;  // of the attributes of text_ passed so far
+    bool complete_ = false;          // ends_ has the last
+    std::vector<Text> storage_;      // of attributes that array_ could not lend; then the whole
+    Text whole_;
+};
+
+// The n-th element, from 1, of `text` at the level that `mark` parts; "" past the end.
+TextView ElementOf(TextView text, char16_t mark, std::int32_t number);
+
+}  // namespace kel::multivalue
