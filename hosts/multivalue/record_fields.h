@@ -15,22 +15,21 @@ class RecordFields {
 public:
     // What is read is borrowed until the next call and must not change meanwhile.
     void Read(TextView record);
+    // Takes a copy of the record when something of it is asked for.
     void Read(const DynamicArray& record);
 
     // An attribute, from 1; "" past the end. Holds until the next Read.
     TextView Attribute(std::int32_t number);
 
-    // The whole record. For a DynamicArray a copy, made when first asked for.
+    // The whole record. Holds until the next Read.
     TextView Whole();
 
 private:
-    const DynamicArray* array_ = nullptr;
-    TextView text_;
-    bool textKnown_ = true;  // false: array_ has it
-    std::vector<std::size_t> ends_;  // of the attributes of text_ passed so far
-    bool complete_ = false;          // ends_ has the last
-    std::vector<Text> storage_;      // of attributes that array_ could not lend; then the whole
+    const DynamicArray* array_ = nullptr;  // not yet copied to whole_
     Text whole_;
+    TextView text_;
+    std::vector<std::size_t> ends_;  // of the attributes passed so far
+    bool complete_ = false;          // ends_ has the last
 };
 
 // The n-th element, from 1, of `text` at the level that `mark` parts; "" past the end.

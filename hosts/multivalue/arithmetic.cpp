@@ -1,0 +1,200 @@
+#include "hosts/multivalue/arithmetic.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
+#include <utility>
+
+namespace kel::multivalue {
+
+namespace {
+
+constexpr std::size_t kSmallDigits = 18;
+
+// Decimals of a quotient before it is rounded for show. More than any exact use needs, so that
+// A / 3 * 3 comes back to A.
+constexpr std::size_t kQuotientScale = 20;
+
+Decimal CalculateDecimal(Operation operation, const Decimal& left, const Decimal& right) {
+    switch (operation) {
+        case Operation::kAdd:
+            return left + right;
+        case Operation::kSubtract:
+            return left - right;
+        case Operation::kMultiply:
+            return left * right;
+        case Operation::kDivide:
+            return Decimal::Divide(left, right, kQuotientScale, Rounding::kHalfUp);
+        default:
+            return Decimal::Remainder(left, right);
+    }
+}
+
+// Empty when the result is not a whole number in range.
+std::optional<std::int64_t> CalculateSmall(Operation operation,
+                                           std::int64_t left,
+                                           std::int64_t right) {
+    std::int64_t result = 0;
+    bool overflow = false;
+    switch (operation) {
+        case Operation::kAdd:
+            overflow = __builtin_add_overflow(left, right, &result);
+            break;
+        case Operation::kSubtract:
+            overflow = __builtin_sub_overflow(left, right, &result);
+            break;
+        case Operation::kMultiply:
+            overflow = __builtin_mul_overflow(left, right, &result);
+            break;
+        case Operation::kDivide:
+            // The smallest number over -1 would overflow, and parsed numbers never are that small.
+            if (left % right != 0) {
+                return std::nullopt;
+            }
+            result = left / right;
+            break;
+        default:
+            result = left % right;
+            break;
+    }
+    constexpr std::int64_t kLimit = 1'000'000'000'000'000'000;
+    if (overflow || result >= kLimit || result <= -kLimit) {
+        return std::nullopt;
+    }
+    return result;
+}
+
+}  // namespace
+
+std::optional<Number> Number::Parse(TextView text) {
+    const bool negative = !text.empty() && text.front() == u'-';
+    const TextView digits = text.substr(negative ? 1 : 0);
+    if (!digits.empty() && digits.size() <= kSmallDigits) {
+        std::int64_t value = 0;
+        std::size_t i = 0;
+        for (; i < digits.size() && digits[i] >= u'0' && digits[i] <= u'9'; ++i) {
+            value = value * 10 + (digits[i] - u'0');
+        }
+        if (i == digits.size()) {
+            return Number(negative ? -value : value);
+        }
+        // Most texts that are no numbers start with a letter.
+        if (i == 0 && digits[0] > u'9') {
+            return std::nullopt;
+        }
+    }
+    if (text.size() > kMaxNumberUnits) {
+        return std::nullopt;
+    }
+    if (std::optional<Decimal> decimal = Decimal::Parse(text)) {
+        return Number(*std::move(decimal));
+    }
+    return std::nullopt;
+}
+
+Number Number::Whole() const {
+    if (!big_) {
+        return *this;
+    }
+    Decimal whole = *big_;
+    whole.Round(0, Rounding::kTruncate);
+    return Number(whole.IsZero() ? Decimal() : std::move(whole));
+}
+
+std::int32_t Number::ToPosition() const {
+    constexpr std::int64_t kLimit = std::numeric_limits<std::int32_t>::max();
+    std::int64_t value = small_;
+    if (big_) {
+        value = big_->ToInteger().value_or(big_->IsNegative() ? -kLimit : kLimit);
+    }
+    return static_cast<std::int32_t>(std::clamp(value, -kLimit, kLimit));
+}
+
+Number Number::Negated() const {
+    return big_ ? Number(big_->Negated()) : Number(-small_);
+}
+
+Number Number::ScaledDown(std::int32_t digits) const {
+    Decimal value = ToDecimal();
+    value.Shift(-digits);
+    return Number(std::move(value)).Whole();
+}
+
+Number Number::Rounded(std::int32_t decimals) const {
+    if (!big_ || big_->Scale() <= static_cast<std::size_t>(decimals)) {
+        return *this;
+    }
+    Decimal value = *big_;
+    value.Round(static_cast<std::size_t>(decimals), Rounding::kHalfUp);
+    return Number(std::move(value));
+}
+
+void Number::AppendTo(Text& out) const {
+    if (big_) {
+        if (big_->IsZero()) {
+            out.push_back(u'0');
+            return;
+        }
+        Decimal shown = *big_;
+        shown.Trim();
+        shown.AppendTo(out);
+        return;
+    }
+    std::array<char, 24> digits{};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), small_).ptr;
+    out.append(digits.data(), end);
+}
+
+Number Number::Calculate(Operation operation, const Number& left, const Number& right) {
+    const bool divides = operation == Operation::kDivide || operation == Operation::kRemainder;
+    if (divides && right.IsZero()) {
+        return {};
+    }
+    if (!left.big_ && !right.big_) {
+        if (const auto result = CalculateSmall(operation, left.small_, right.small_)) {
+            return Number(*result);
+        }
+    }
+    return Number(CalculateDecimal(operation, left.ToDecimal(), right.ToDecimal()));
+}
+
+int Number::Compare(const Number& left, const Number& right) {
+    if (!left.big_ && !right.big_) {
+        return left.small_ < right.small_ ? -1 : static_cast<int>(left.small_ > right.small_);
+    }
+    const std::strong_ordering order = left.ToDecimal() <=> right.ToDecimal();
+    return order < 0 ? -1 : static_cast<int>(order > 0);
+}
+
+bool Holds(Relation relation, TextView left, TextView right) {
+    int order = 0;
+    const std::optional<Number> leftNumber = Number::Parse(left);
+    const std::optional<Number> rightNumber = leftNumber ? Number::Parse(right) : std::nullopt;
+    if (rightNumber) {
+        order = Number::Compare(*leftNumber, *rightNumber);
+    } else {
+        order = left.compare(right);
+    }
+    switch (relation) {
+        case Relation::kEqual:
+            return order == 0;
+        case Relation::kUnequal:
+            return order != 0;
+        case Relation::kLess:
+            return order < 0;
+        case Relation::kGreater:
+            return order > 0;
+        case Relation::kLessOrEqual:
+            return order <= 0;
+        default:
+            return order >= 0;
+    }
+}
+
+bool IsTrue(TextView text) {
+    const std::optional<Number> number = Number::Parse(text);
+    return number ? !number->IsZero() : !text.empty();
+}
+
+}  // namespace kel::multivalue
