@@ -6,6 +6,8 @@
 #include <limits>
 #include <utility>
 
+#include "hosts/multivalue/pattern.h"
+
 namespace kel::multivalue {
 
 namespace {
@@ -168,6 +170,9 @@ int Number::Compare(const Number& left, const Number& right) {
 }
 
 bool Holds(Relation relation, TextView left, TextView right) {
+    if (relation == Relation::kMatches) {
+        return Matches(left, right);
+    }
     int order = 0;
     const std::optional<Number> leftNumber = Number::Parse(left);
     const std::optional<Number> rightNumber = leftNumber ? Number::Parse(right) : std::nullopt;

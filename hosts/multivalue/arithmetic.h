@@ -45,11 +45,12 @@ public:
     static int Compare(const Number& left, const Number& right);
 
 private:
-    std::int64_t small_ = 0;     // while big_ is empty
+    std::int64_t small_ = 0;  // while big_ is empty
     std::optional<Decimal> big_;
 };
 
-// Two numbers by size, anything else unit by unit. An empty text is no number.
+// Two numbers by size, anything else unit by unit; an empty text is no number. kMatches: whether
+// the left is of the pattern on the right.
 bool Holds(Relation relation, TextView left, TextView right);
 
 // What counts as true: anything but "" and zero.

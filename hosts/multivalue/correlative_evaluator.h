@@ -19,7 +19,7 @@ namespace kel::multivalue {
 struct EvaluationInput {
     RecordFields* record;
     TextView id;
-    TextView value;  // what the first correlative is applied to
+    TextView value;             // what the first correlative is applied to
     std::int32_t position = 0;  // the value asked for, from 1; 0: all
     std::int64_t itemCounter = 0;
     std::int32_t breakLevel = 0;
@@ -40,6 +40,18 @@ public:
     // past the end. The view holds until the next call or as long as `input`. Raises what the
     // surroundings raise, and kTooLong for a result beyond any record.
     TextView Evaluate(const EvaluationInput& input);
+
+private:
+    class Walk;
+
+    Program program_;
+    Surroundings& around_;
+    std::vector<Text> scratch_;  // results, by node
+    std::vector<TextView> stepResults_;
+    std::vector<bool> stepsDone_;
+    // The programs for records of other files, each with the record it is at.
+    struct Other;
+    std::vector<std::unique_ptr<Other>> others_;
 };
 
 }  // namespace kel::multivalue

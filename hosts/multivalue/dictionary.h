@@ -1,4 +1,5 @@
-// What a file's dictionary says about a field: where it is or how it is worked out, how it is shown.
+// What a file's dictionary says about a field: where it is or how it is worked out, how it is
+// shown.
 //
 // Dictionaries hold items of both families, whatever the account's own:
 //
@@ -30,16 +31,16 @@ struct DictionaryItem {
     };
 
     Kind kind = Kind::kField;
-    std::int32_t attribute = 0;  // from 1; 0 is the record's id
-    Text conversion;             // codes parted by value marks
-    Text heading;                // lines parted by value marks; "" for the item's own name
-    Text correlative;            // as correlative.h reads it; an expression starts with "I;"
+    std::int32_t attribute = 0;     // from 1; 0 is the record's id
+    Text conversion;                // codes parted by value marks
+    Text heading;                   // lines parted by value marks; "" for the item's own name
+    Text correlative;               // as correlative.h reads it; an expression starts with "I;"
     char16_t justification = u'L';  // L, R, T (breaks between words) or U (runs over)
     std::int32_t width = 10;
-    Text format;                 // the D or I item's whole format; "" when the two above say it all
-    bool multivalued = true;     // false: one value by definition
-    Text association;            // as the item has it
-    Text phrase;                 // of a phrase
+    Text format;              // the D or I item's whole format; "" when the two above say it all
+    bool multivalued = true;  // false: one value by definition
+    Text association;         // as the item has it
+    Text phrase;              // of a phrase
 };
 
 // The part of an item that a form knows and can write back.
@@ -66,6 +67,8 @@ Text WriteDictionaryItem(const DictionaryForm& form, Family family, TextView exi
 // file has: @ID, the record's id; F1, F2 ... in a Uni account and 1, 2 ... in an R83 account, its
 // attributes. Empty when there is nothing of the name. An empty `file` has the latter only. Raises
 // what the surroundings raise; a file that is not there raises kNoSuchFile.
-std::optional<DictionaryItem> FindDictionaryItem(Surroundings& around, TextView file, TextView name);
+std::optional<DictionaryItem> FindDictionaryItem(Surroundings& around,
+                                                 TextView file,
+                                                 TextView name);
 
 }  // namespace kel::multivalue

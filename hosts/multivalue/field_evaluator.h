@@ -8,8 +8,9 @@
 //         fields.External(*total)    // "977.99"
 //     }
 //
-// A name is resolved once: its item read, its correlative compiled. Per record nothing is parsed but
-// the record, and only as far as the fields asked for lie; results stand in memory that is kept.
+// A name is resolved once: its item read, its correlative compiled. Per record nothing is parsed
+// but the record, and only as far as the fields asked for lie; results stand in memory that is
+// kept.
 //
 // One thread at a time.
 #pragma once
@@ -84,7 +85,8 @@ public:
     Text External(const Field& field, ValuePosition position = {});
 
 private:
-    Field& Add(Text name, DictionaryItem item);
+    std::unique_ptr<Field> Made(TextView name, DictionaryItem item) const;
+    TextView Whole(const Field& field);
 
     Surroundings& around_;
     Text file_;

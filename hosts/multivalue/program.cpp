@@ -13,11 +13,11 @@ namespace {
 
 // When a result repeats.
 enum class Repeats : std::uint8_t {
-    kAlways,     // one value by its nature
+    kAlways,  // one value by its nature
     kNever,
-    kOperands,   // when all operands do
-    kFirst,      // when the first operand does
-    kBranches,   // when all operands but the first do
+    kOperands,  // when all operands do
+    kFirst,     // when the first operand does
+    kBranches,  // when all operands but the first do
 };
 
 struct Shape {
@@ -31,58 +31,58 @@ struct Shape {
 constexpr std::uint8_t kAny = 255;
 
 constexpr std::array<Shape, kOperationCount> kShapes = {{
-    {0, 0, Repeats::kAlways, true},      // kConstant
-    {0, 0, Repeats::kNever},             // kAttribute
-    {0, 0, Repeats::kAlways},            // kValue
-    {0, 0, Repeats::kAlways},            // kId
-    {0, 0, Repeats::kNever},             // kRecord
-    {0, 0, Repeats::kAlways},            // kToday
-    {0, 0, Repeats::kAlways},            // kNow
-    {0, 0, Repeats::kAlways},            // kItemCounter
-    {0, 0, Repeats::kAlways},            // kBreakLevel
-    {0, 0, Repeats::kNever},             // kValueCounter
-    {0, 0, Repeats::kNever},             // kSubvalueCounter
-    {0, 0, Repeats::kNever},             // kStep
-    {2, 2, Repeats::kOperands},          // kAdd
-    {2, 2, Repeats::kOperands},          // kSubtract
-    {2, 2, Repeats::kOperands},          // kMultiply
-    {2, 2, Repeats::kOperands},          // kDivide
-    {2, 2, Repeats::kOperands},          // kRemainder
-    {1, 1, Repeats::kOperands},          // kScaleDown
-    {1, 1, Repeats::kOperands},          // kRound
-    {1, 1, Repeats::kOperands},          // kNegate
-    {2, 2, Repeats::kOperands},          // kJoin
-    {2, 2, Repeats::kAlways, false, true},  // kCompare
-    {2, 2, Repeats::kAlways, false, true},  // kAnd
-    {2, 2, Repeats::kAlways, false, true},  // kOr
-    {1, 1, Repeats::kAlways, false, true},  // kNot
+    {0, 0, Repeats::kAlways, true},           // kConstant
+    {0, 0, Repeats::kNever},                  // kAttribute
+    {0, 0, Repeats::kAlways},                 // kValue
+    {0, 0, Repeats::kAlways},                 // kId
+    {0, 0, Repeats::kNever},                  // kRecord
+    {0, 0, Repeats::kAlways},                 // kToday
+    {0, 0, Repeats::kAlways},                 // kNow
+    {0, 0, Repeats::kAlways},                 // kItemCounter
+    {0, 0, Repeats::kAlways},                 // kBreakLevel
+    {0, 0, Repeats::kNever},                  // kValueCounter
+    {0, 0, Repeats::kNever},                  // kSubvalueCounter
+    {0, 0, Repeats::kNever},                  // kStep
+    {2, 2, Repeats::kOperands},               // kAdd
+    {2, 2, Repeats::kOperands},               // kSubtract
+    {2, 2, Repeats::kOperands},               // kMultiply
+    {2, 2, Repeats::kOperands},               // kDivide
+    {2, 2, Repeats::kOperands},               // kRemainder
+    {1, 1, Repeats::kOperands},               // kScaleDown
+    {1, 1, Repeats::kOperands},               // kRound
+    {1, 1, Repeats::kOperands},               // kNegate
+    {2, 2, Repeats::kOperands},               // kJoin
+    {2, 2, Repeats::kAlways, false, true},    // kCompare
+    {2, 2, Repeats::kAlways, false, true},    // kAnd
+    {2, 2, Repeats::kAlways, false, true},    // kOr
+    {1, 1, Repeats::kAlways, false, true},    // kNot
     {3, 3, Repeats::kBranches, false, true},  // kIf
     {3, 3, Repeats::kFirst, false, true},     // kSubstring
     {2, 2, Repeats::kFirst, false, true},     // kLast
-    {1, 1, Repeats::kAlways},            // kReuse
-    {1, 1, Repeats::kAlways},            // kTotal
-    {1, 1, Repeats::kAlways},            // kSum
-    {1, 1, Repeats::kAlways},            // kMaximum
-    {1, 1, Repeats::kAlways},            // kMinimum
-    {1, 1, Repeats::kOperands},          // kAbsolute
-    {1, 1, Repeats::kOperands},          // kInteger
-    {1, 1, Repeats::kFirst},             // kUpper
-    {1, 1, Repeats::kFirst},             // kLower
-    {1, 1, Repeats::kAlways},            // kLength
-    {3, 3, Repeats::kFirst},             // kTrim
-    {4, 4, Repeats::kFirst},             // kField
-    {3, 3, Repeats::kAlways},            // kIndex
-    {2, 2, Repeats::kAlways},            // kParts
-    {2, 2, Repeats::kAlways},            // kCount
-    {5, 5, Repeats::kFirst},             // kChange
-    {4, 4, Repeats::kNever},             // kExtract
-    {2, 2, Repeats::kFirst},             // kLeft
-    {2, 2, Repeats::kFirst},             // kRight
-    {2, 2, Repeats::kFirst},             // kFormat
-    {2, 2, Repeats::kFirst},             // kOutput
-    {2, 2, Repeats::kFirst},             // kInput
-    {1, 1, Repeats::kFirst, true},       // kTranslate
-    {1, kAny, Repeats::kFirst, true},    // kCall
+    {1, 1, Repeats::kAlways},                 // kReuse
+    {1, 1, Repeats::kAlways},                 // kTotal
+    {1, 1, Repeats::kAlways},                 // kSum
+    {1, 1, Repeats::kAlways},                 // kMaximum
+    {1, 1, Repeats::kAlways},                 // kMinimum
+    {1, 1, Repeats::kOperands},               // kAbsolute
+    {1, 1, Repeats::kOperands},               // kInteger
+    {1, 1, Repeats::kFirst},                  // kUpper
+    {1, 1, Repeats::kFirst},                  // kLower
+    {1, 1, Repeats::kAlways},                 // kLength
+    {3, 3, Repeats::kFirst},                  // kTrim
+    {4, 4, Repeats::kFirst},                  // kField
+    {3, 3, Repeats::kAlways},                 // kIndex
+    {2, 2, Repeats::kAlways},                 // kParts
+    {2, 2, Repeats::kAlways},                 // kCount
+    {5, 5, Repeats::kFirst},                  // kChange
+    {4, 4, Repeats::kNever},                  // kExtract
+    {2, 2, Repeats::kFirst},                  // kLeft
+    {2, 2, Repeats::kFirst},                  // kRight
+    {2, 2, Repeats::kFirst},                  // kFormat
+    {2, 2, Repeats::kFirst},                  // kOutput
+    {2, 2, Repeats::kFirst},                  // kInput
+    {1, 1, Repeats::kFirst, true},            // kTranslate
+    {1, kAny, Repeats::kFirst, true},         // kCall
 }};
 
 const Shape& ShapeOf(Operation operation) {
@@ -130,8 +130,9 @@ void WriteNode(const Program& program, std::uint32_t index, Text& out) {
         WriteNode(program, program.children[node.firstChild + i], out);
     }
     AppendNumber(out, static_cast<int>(node.operation));
-    for (const std::int64_t part :
-         {static_cast<std::int64_t>(node.manner), std::int64_t{node.childCount}, std::int64_t{node.number}}) {
+    for (const std::int64_t part : {static_cast<std::int64_t>(node.manner),
+                                    std::int64_t{node.childCount},
+                                    std::int64_t{node.number}}) {
         out.push_back(u',');
         AppendNumber(out, part);
     }
@@ -245,7 +246,9 @@ private:
         open.push_back(node);
     }
 
-    static bool IsGoodNumber(const ProgramBuilder& builder, const Part& part, std::size_t children) {
+    static bool IsGoodNumber(const ProgramBuilder& builder,
+                             const Part& part,
+                             std::size_t children) {
         const auto number = static_cast<std::size_t>(part.number);
         switch (part.operation) {
             case Operation::kAttribute:
@@ -257,7 +260,7 @@ private:
             case Operation::kCall:
                 return number < children;
             case Operation::kCompare:
-                return number <= static_cast<std::size_t>(Relation::kGreaterOrEqual);
+                return number <= static_cast<std::size_t>(Relation::kMatches);
             case Operation::kRound:
             case Operation::kScaleDown:
                 return part.number <= kMaxScale;

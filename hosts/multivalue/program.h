@@ -17,37 +17,37 @@ namespace kel::multivalue {
 // Written out by number in the textual form: when this list changes in any way but at its end,
 // kProgramPrefix has to change with it.
 enum class Operation : std::uint8_t {
-    kConstant,         // text
-    kAttribute,        // number; 0 is the id
-    kValue,            // what the correlative is applied to
+    kConstant,   // text
+    kAttribute,  // number; 0 is the id
+    kValue,      // what the correlative is applied to
     kId,
     kRecord,
     kToday,
     kNow,
     kItemCounter,
     kBreakLevel,
-    kValueCounter,     // 1, 2, ... for as many values as the attributes have
+    kValueCounter,  // 1, 2, ... for as many values as the attributes have
     kSubvalueCounter,
-    kStep,             // the result of step `number`
+    kStep,  // the result of step `number`
     kAdd,
     kSubtract,
     kMultiply,
     kDivide,
     kRemainder,
-    kScaleDown,        // without the last `number` digits
-    kRound,            // to `number` decimals
+    kScaleDown,  // without the last `number` digits
+    kRound,      // to `number` decimals
     kNegate,
     kJoin,
-    kCompare,          // `number` is a Relation
+    kCompare,  // `number` is a Relation
     kAnd,
     kOr,
     kNot,
-    kIf,               // condition, then, else
-    kSubstring,        // text, start, length
-    kLast,             // text, length
+    kIf,         // condition, then, else
+    kSubstring,  // text, start, length
+    kLast,       // text, length
     kReuse,
-    kTotal,            // sum of all elements
-    kSum,              // sum of the elements of the lowest level
+    kTotal,  // sum of all elements
+    kSum,    // sum of the elements of the lowest level
     kMaximum,
     kMinimum,
     kAbsolute,
@@ -55,28 +55,36 @@ enum class Operation : std::uint8_t {
     kUpper,
     kLower,
     kLength,
-    kTrim,             // text, character, option
-    kField,            // text, delimiter, first, count
-    kIndex,            // text, part, occurrence
-    kParts,            // text, delimiter
-    kCount,            // text, part
-    kChange,           // text, old, new, count, first
-    kExtract,          // text, attribute, value, subvalue
-    kLeft,             // text, length
-    kRight,            // text, length
-    kFormat,           // value, format
-    kOutput,           // value, conversion
-    kInput,            // value, conversion
-    kTranslate,        // key; text: file; `number` of the program for its records
-    kCall,             // arguments; text: name; `number` of the argument that is the result
+    kTrim,       // text, character, option
+    kField,      // text, delimiter, first, count
+    kIndex,      // text, part, occurrence
+    kParts,      // text, delimiter
+    kCount,      // text, part
+    kChange,     // text, old, new, count, first
+    kExtract,    // text, attribute, value, subvalue
+    kLeft,       // text, length
+    kRight,      // text, length
+    kFormat,     // value, format
+    kOutput,     // value, conversion
+    kInput,      // value, conversion
+    kTranslate,  // key; text: file; `number` of the program for its records
+    kCall,       // arguments; text: name; `number` of the argument that is the result
 };
 inline constexpr std::size_t kOperationCount = static_cast<std::size_t>(Operation::kCall) + 1;
 
-enum class Relation : std::uint8_t { kEqual, kUnequal, kLess, kGreater, kLessOrEqual, kGreaterOrEqual };
+enum class Relation : std::uint8_t {
+    kEqual,
+    kUnequal,
+    kLess,
+    kGreater,
+    kLessOrEqual,
+    kGreaterOrEqual,
+    kMatches
+};
 
 // How an operation takes its operands, where there is a choice.
 enum class Manner : std::uint8_t {
-    kPlain,     // arithmetic: exact decimals, element by element; anything else: operands as a whole
+    kPlain,  // arithmetic: exact decimals, element by element; anything else: operands as a whole
     kElements,  // element by element; arithmetic with whole numbers
     kSingle,    // of kAttribute: one value by definition
     kOriginal,  // of kTranslate: the key stands for a record that is missing
@@ -113,7 +121,9 @@ inline constexpr std::int32_t kMaxScale = 100;  // of kRound and kScaleDown
 
 // What the written form of a program starts with; no correlative does.
 inline constexpr TextView kProgramPrefix = u"{1}";
-inline bool IsWrittenProgram(TextView text) { return text.starts_with(kProgramPrefix); }
+inline bool IsWrittenProgram(TextView text) {
+    return text.starts_with(kProgramPrefix);
+}
 
 // What an operation node is made of.
 struct Part {

@@ -24,10 +24,9 @@ TextView RecordFields::Attribute(std::int32_t number) {
     const auto wanted = static_cast<std::size_t>(number);
     while (ends_.size() < wanted && !complete_) {
         const std::size_t start = ends_.empty() ? 0 : ends_.back() + 1;
-        const std::size_t end =
-            start + FindInRange(text_.data() + start,
-                                text_.size() - start,
-                                {kAttributeMark, kAttributeMark});
+        const std::size_t end = start + FindInRange(text_.data() + start,
+                                                    text_.size() - start,
+                                                    {kAttributeMark, kAttributeMark});
         complete_ = end == text_.size();
         ends_.push_back(end);
     }

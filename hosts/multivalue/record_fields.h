@@ -13,6 +13,9 @@ namespace kel::multivalue {
 
 class RecordFields {
 public:
+    RecordFields() = default;
+    explicit RecordFields(TextView record) { Read(record); }
+
     // What is read is borrowed until the next call and must not change meanwhile.
     void Read(TextView record);
     // Takes a copy of the record when something of it is asked for.

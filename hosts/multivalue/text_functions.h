@@ -1,6 +1,6 @@
 // The functions on text that expressions have. They take texts as a whole: a mark is a unit like
-// any other. Each appends its result to `out`. Counts and positions are from 1; letters are those of
-// ASCII.
+// any other. Each appends its result to `out`. Counts and positions are from 1; letters are those
+// of ASCII.
 #pragma once
 
 #include <cstddef>
