@@ -28,7 +28,10 @@ public:
 
 bool IsConversion(TextView code) {
     NoSurroundings none;
-    return Oconv(u"1", code, none).status != ConversionStatus::kBadCode;
+    // A range refuses what is outside it as it refuses a code, so it is tried with its own start.
+    const bool isRange = code[0] == u'R' || code[0] == u'r';
+    const TextView value = isRange ? code.substr(1, code.find(u',') - 1) : u"1";
+    return Oconv(value, code, none).status != ConversionStatus::kBadCode;
 }
 
 Text Upper(TextView text) {
@@ -76,11 +79,11 @@ bool FindCounterWord(TextView upperWord, const Part& input, Part& found) {
 
 std::uint32_t ConversionNode(
     Compiler& compiler, std::uint32_t value, TextView code, TextView source, std::size_t offset) {
-    if (!IsConversion(code)) {
+    if (code.empty() || !IsConversion(code)) {
         RaiseWrong(source, offset, code, u"there is no such code");
     }
     ProgramBuilder& builder = compiler.Builder();
-    return builder.Add({Operation::kOutput},
+    return builder.Add({.operation = Operation::kOutput, .manner = Manner::kElements},
                        {value, builder.Add({.operation = Operation::kConstant, .text = code})});
 }
 

@@ -7,8 +7,10 @@
 
 #include "hosts/multivalue/arithmetic.h"
 #include "hosts/multivalue/conversion.h"
+#include "hosts/multivalue/element_functions.h"
 #include "hosts/multivalue/error.h"
 #include "hosts/multivalue/line_up.h"
+#include "hosts/multivalue/record_surroundings.h"
 #include "hosts/multivalue/text_functions.h"
 
 namespace kel::multivalue {
@@ -18,8 +20,6 @@ namespace {
 // Results may grow from step to step; nothing a field holds is this long, and several such fit into
 // the memory of a 32-bit process.
 constexpr std::size_t kMaxResultUnits = 0x0FFFFFF;
-
-constexpr UnitRange kElementMarks{kSubvalueMark, kAttributeMark};
 
 void RequireRoom(std::size_t units) {
     if (units > kMaxResultUnits) {
@@ -37,65 +37,6 @@ TextView TruthText(bool truth) {
 
 std::int32_t PositionOf(TextView text) {
     return Number::OrZero(text).ToPosition();
-}
-
-bool HasElements(TextView text) {
-    return FindInRange(text.data(), text.size(), kElementMarks) != text.size();
-}
-
-// Calls visit(element) for every element of `text` above the marks in `marks`.
-template <typename Visitor>
-void VisitElements(TextView text, UnitRange marks, Visitor visit) {
-    while (true) {
-        const std::size_t end = FindInRange(text.data(), text.size(), marks);
-        visit(text.substr(0, end));
-        if (end == text.size()) {
-            return;
-        }
-        text.remove_prefix(end + 1);
-    }
-}
-
-Number TotalOf(TextView text) {
-    Number total;
-    VisitElements(text, kElementMarks, [&total](TextView element) {
-        total = Number::Calculate(Operation::kAdd, total, Number::OrZero(element));
-    });
-    return total;
-}
-
-// Sums up the lowest level that `text` has, so that the level above it becomes the lowest.
-void AppendSums(TextView text, Text& out) {
-    for (char16_t mark = kSubvalueMark; mark < kAttributeMark; ++mark) {
-        if (text.find(mark) == TextView::npos) {
-            continue;
-        }
-        const UnitRange above{static_cast<char16_t>(mark + 1), kAttributeMark};
-        while (true) {
-            const std::size_t end = FindInRange(text.data(), text.size(), above);
-            TotalOf(text.substr(0, end)).AppendTo(out);
-            if (end == text.size()) {
-                return;
-            }
-            out.push_back(text[end]);
-            text.remove_prefix(end + 1);
-        }
-    }
-    TotalOf(text).AppendTo(out);
-}
-
-// The largest or smallest number; "" when there is none.
-void AppendExtreme(TextView text, int wanted, Text& out) {
-    std::optional<Number> extreme;
-    VisitElements(text, kElementMarks, [&](TextView element) {
-        std::optional<Number> number = Number::Parse(element);
-        if (number && (!extreme || Number::Compare(*number, *extreme) == wanted)) {
-            extreme = std::move(number);
-        }
-    });
-    if (extreme) {
-        extreme->AppendTo(out);
-    }
 }
 
 }  // namespace
@@ -410,19 +351,18 @@ private:
         return text.empty() ? otherwise : text.front();
     }
 
+    // A correlative converts element by element, a function its argument as a whole.
     void Convert(const OperationNode& node, Text& out) {
         const TextView value = Child(node, 0);
         const TextView code = Child(node, 1);
-        switch (node.operation) {
-            case Operation::kFormat:
-                out = Format(value, code, owner_.around_).value;
-                break;
-            case Operation::kOutput:
-                out = Oconv(value, code, owner_.around_).value;
-                break;
-            default:
-                out = Iconv(value, code, owner_.around_).value;
-                break;
+        const bool byElement = node.manner == Manner::kElements;
+        RecordSurroundings around(owner_.around_, *input_.record, input_.id);
+        if (node.operation == Operation::kFormat) {
+            out = Format(value, code, around).value;
+        } else if (node.operation == Operation::kOutput) {
+            out = (byElement ? Oconv : OconvWhole)(value, code, around).value;
+        } else {
+            out = (byElement ? Iconv : IconvWhole)(value, code, around).value;
         }
     }
 
@@ -443,39 +383,17 @@ private:
 
     // Numbers the values, or the subvalues of each value, that the program's attributes have.
     void Numbering(bool subvalues, Text& out) {
-        std::vector<std::size_t> counts(
-            static_cast<std::size_t>(std::clamp(input_.position, 1, 0x7FFF)), 1);
+        constexpr std::int32_t kMostValues = 0x7FFF;
+        ValueCounts counts(static_cast<std::size_t>(std::clamp(input_.position, 1, kMostValues)));
         for (const OperationNode& node : owner_.program_.nodes) {
-            if (node.operation != Operation::kAttribute || node.repeats) {
-                continue;
+            if (node.operation == Operation::kAttribute && !node.repeats) {
+                counts.Add(input_.record->Attribute(node.number));
             }
-            std::size_t value = 0;
-            VisitElements(input_.record->Attribute(node.number),
-                          {kValueMark, kAttributeMark},
-                          [&](TextView element) {
-                              const std::size_t parts =
-                                  CountOf(element, TextView(&kSubvalueMark, 1), Overlap::kNo) + 1;
-                              if (value == counts.size()) {
-                                  counts.push_back(1);
-                              }
-                              counts[value] = std::max(counts[value], parts);
-                              ++value;
-                          });
         }
-        for (std::size_t value = 0; value < counts.size(); ++value) {
-            if (value > 0) {
-                out.push_back(kValueMark);
-            }
-            if (!subvalues) {
-                AppendInteger(out, static_cast<std::int64_t>(value + 1));
-                continue;
-            }
-            for (std::size_t part = 1; part <= counts[value]; ++part) {
-                if (part > 1) {
-                    out.push_back(kSubvalueMark);
-                }
-                AppendInteger(out, static_cast<std::int64_t>(part));
-            }
+        if (subvalues) {
+            counts.AppendSubvalueNumbers(out);
+        } else {
+            counts.AppendValueNumbers(out);
         }
     }
 

@@ -4,6 +4,7 @@
 
 #include "hosts/multivalue/conversion.h"
 #include "hosts/multivalue/correlative.h"
+#include "hosts/multivalue/record_surroundings.h"
 
 namespace kel::multivalue {
 
@@ -78,8 +79,11 @@ TextView FieldEvaluator::Whole(const Field& field) {
 
 Text FieldEvaluator::External(const Field& field, ValuePosition position) {
     const TextView internal = Internal(field, position);
-    return field.item_.conversion.empty() ? Text(internal)
-                                          : Oconv(internal, field.item_.conversion, around_).value;
+    if (field.item_.conversion.empty()) {
+        return Text(internal);
+    }
+    RecordSurroundings around(around_, record_, id_);
+    return Oconv(internal, field.item_.conversion, around).value;
 }
 
 }  // namespace kel::multivalue

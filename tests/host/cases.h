@@ -1,6 +1,7 @@
 // Input/output pairs run against the library: what the program and the checks of each kind share.
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <nlohmann/json.hpp>
@@ -21,6 +22,7 @@ using Checks = std::map<std::string, Check>;
 
 void AddArrayChecks(Checks& checks);
 void AddConversionChecks(Checks& checks);
+void AddDictionaryChecks(Checks& checks, const std::filesystem::path& folder);
 
 Text FromUtf8(const std::string& utf8);
 // A null reads as the empty text.
