@@ -1,0 +1,281 @@
+// Correlatives, expressions and dictionary items of both families.
+#include "hosts/multivalue/correlative.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "hosts/multivalue/correlative_evaluator.h"
+#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/field_evaluator.h"
+#include "tests/host/plain_surroundings.h"
+#include "tests/host/text_support.h"
+
+namespace kel::multivalue {
+namespace {
+
+struct Orders : PlainSurroundings {
+    Orders() {
+        today = 19000;
+        secondOfDay = 3600;
+        const auto item = [this](const char* name, const char* record) {
+            files[u"DICT ORDERS"][Marked(name)] = Marked(record);
+        };
+        item("NAME", "D^1^^Name^20L^S");
+        item("QTY", "D Pieces^2^^^5R^M^LINES");
+        item("PRICE", "D^3^MD2^^9R^M^LINES");
+        item("RATE", "D^4^^^5R^S");
+        item("EXT", "I^QTY*PRICE^MD2^^12R^M");
+        item("TWICE", "I^EXT*2^^^12R^M");
+        item("LOOP", "I^LOOP2+1");
+        item("LOOP2", "A^0^^^^^^A;N(LOOP)");
+        item("A.FIRST", "A^1^First]name^^^^MCU^G0 1^R^12");
+        item("LINES", "PH^QTY PRICE");
+        item("BAD", "I^QTY*");
+        files[u"CITIES"][u"Y"] = Marked("YORK^NORTH]EAST");
+        files[u"DICT CITIES"][u"REGION"] = Marked("D^2^^^5L^M");
+        files[u"DICT CITIES"][u"BIG"] = Marked("I^UPCASE(REGION):'!'");
+    }
+
+    void CallProgram(TextView name, std::vector<Text>& arguments) override {
+        arguments[0] = Text(name) + u"(" + arguments[0] + u"," + arguments[1] + u")";
+    }
+};
+
+constexpr char kRecord[] = "Anne Lee^3]4]5^10]20^2^Y]Q^1\\2]3";
+
+// Brackets belong to correlatives, so | is the value mark here.
+Text Code(std::string_view drawn) {
+    Text code(drawn.begin(), drawn.end());
+    std::replace(code.begin(), code.end(), u'|', kValueMark);
+    return code;
+}
+
+std::string Evaluated(Surroundings& around, const char* correlative, std::int32_t position = 0) {
+    try {
+        // Through the written form, so that every case tests that as well.
+        const Text written = WriteProgram(CompileCorrelative(Code(correlative), u"ORDERS", around));
+        CorrelativeEvaluator evaluator(ReadProgram(written), around);
+        const Text record = Marked(kRecord);
+        RecordFields fields{TextView(record)};
+        EvaluationInput input{&fields, u"17", u"12345"};
+        input.position = position;
+        input.itemCounter = 7;
+        return Drawn(evaluator.Evaluate(input));
+    } catch (const Error& error) {
+        return error.what();
+    }
+}
+
+struct Case {
+    const char* correlative;
+    const char* result;
+};
+
+TEST(Correlative, WorksOutOfARecord) {
+    Orders around;
+    for (const Case& c : std::initializer_list<Case>{
+             // Terms line up; a constant and R repeat; whole numbers only.
+             {"A;2*3", "30]80]0"},
+             {"A;2*\"2\"", "6]8]10"},
+             {"A;2*4", "6]0]0"},
+             {"A;2*4R", "6]8]10"},
+             {"A;N(QTY)*N(RATE)R+0", "23]25]27"},
+             {"A;6*\"2\"", "2\\4]6"},
+             {"A;2*6", "3\\0]12]0"},
+             {"A;\"1\"+\"2\"*\"3\"-(\"1\"-\"4\")", "10"},
+             {"A;\"7\"/\"2\":\",\":\"-7\"/\"2\"", "3,-3"},
+             {"A;\"7\"/\"0\":R(\"7\",\"0\"):R(\"-7\",\"4\")", "00-3"},
+             {"A;1+4", "2"},
+             {"A;S(2*3)+S(6)", "116"},
+             {"A;2:\"-\":3", "3-10]4-20]5-"},
+             {"A;1[\"1\",\"4\"](MCU)", "ANNE"},
+             {"A;IF 2 >= \"4\" AND 3 # \"20\" THEN 2 ELSE \"none\"", "none]none]none"},
+             {"A;NV:NS:6", "111\\22]213"},
+             {"A;D:T:NI", "1900036007"},
+             {"A;LPV-\"5\"", "12340"},
+             {"A;\"99999999999999999999\"*\"99999999999999999999\"",
+              "9999999999999999999800000000000000000001"},
+             {"A;2+999999999999", "3]4]5"},
+             // Stack: the entry below stands on the left.
+             {"F;2;C2;-", "1]2]3"},
+             {"F;C7;C2;/;\"x\";:", "3x"},
+             {"F;2;3;*;S", "110"},
+             {"F;2;P;*", "9]16]25"},
+             {"F;C1;C2;_;-", "1"},
+             {"F;1;C6;C3;[]", "Lee"},
+             {"F;C2;C3;[;C2;C3;];:;C2;C3;<;:", "011"},
+             {"F;C12345;C10;*2", "1234"},
+             {"F;1(MCU);C9;C4;R;:", "ANNE LEE1"},
+             {"C;1;\" / \";4", "Anne Lee / 2"},
+             {"C1-4-*", "Anne Lee-2-12345"},
+             // Several, each on the result of the one before.
+             {"A;1|G0 1|MCU", "ANNE"},
+             {"MD2|A;LPV:\"!\"", "123.45!"},
+             {"CALL TAX", "TAX(12345,17)"},
+             {"", "12345"},
+             // Expressions.
+             {"I;SUM(QTY*PRICE):'/':MAXIMUM(PRICE):'/':MINIMUM(PRICE)", "110/20/10"},
+             {"I;QTY*RATE", "6]8]10"},
+             {"I;SUM(@RECORD<6>)", "3]3"},
+             {"I;TWICE", "60]160]0"},
+             {"I;1/3*3:' ':2/3:' ':INT(99999/100000):' ':MOD(-7,4)", "1 0.6667 0 -3"},
+             {"I;1.50+.25:' ':-(2):' ':ABS(-2.5)", "1.75 -2 2.5"},
+             {"I;IF NAME LIKE 'Anne...' THEN 'A' ELSE IF 1 THEN 'B' ELSE 'C'", "A"},
+             {"I;'a' < 'b' AND '' # 0 AND 10 > 9 AND '010' = 10", "1"},
+             {"I;0 AND 1 OR 1 AND 1", "1"},
+             {"I;QTY;DCOUNT(@1,@VM);@1:@2:@", "3]4]533"},
+             {"I;NAME[1,4]:NAME[3]:NAME[' ',2,1]:FIELD('a*b*c','*',2,9)", "AnneLeeLeeb*c"},
+             {"I;UPCASE(NAME):DOWNCASE('X'):LEN(NAME):INDEX('aXbX','X',2)", "ANNE LEEx84"},
+             {"I;TRIM('  a  b '):TRIM('xaxx','x','T'):TRIM('1-2-','-','A')", "a bxa12"},
+             {"I;CHANGE('a-b-c','-','+',1,2):COUNT('aaaa','aa'):(@RECORD<2,2>=4)", "a-b+c21"},
+             {"I;LEFT(NAME,2):RIGHT(NAME,2):EXTRACT(@RECORD,6,1,2):@ID", "Anee217"},
+             {"I;OCONV(12345,'MD2'):ICONV('1.5','MD1'):FMT('7','3R')", "123.4515  7"},
+             {"I;TRANS('CITIES',@RECORD<5>,'REGION','X')", "NORTH\\EAST]"},
+             {"I;TRANS(CITIES,'Y',BIG,X):TRANS(CITIES,'Q',1,C)", "NORTH]EAST!Q"},
+             {"I;SUBR('P',NAME)", "P(,Anne Lee)"},
+             {"I;A.FIRST", "Anne"},
+         }) {
+        EXPECT_EQ(Evaluated(around, c.correlative), c.result) << c.correlative;
+    }
+    EXPECT_EQ(Evaluated(around, "A;2*3", 2), "80");
+    EXPECT_EQ(Evaluated(around, "A;2*3", 9), "");
+    EXPECT_EQ(Evaluated(around, "MD2", 2), "123.45") << "the value is already the one asked for";
+    EXPECT_EQ(Evaluated(around, "I;SUM(QTY)", 2), "12");
+    around.family = Family::kR83;
+    EXPECT_EQ(Evaluated(around, "I;COUNT('aaa','aa'):A.FIRST"), "2Anne");
+}
+
+TEST(Correlative, NamesWhatIsWrongAndWhere) {
+    Orders around;
+    for (const Case& c : std::initializer_list<Case>{
+             {"A;7**8", "at place 5, \"*\": a value is expected"},
+             {"A;(7", "at place 5, its end: a closing parenthesis"},
+             {"A;1 FOO", "at place 5, \"FOO\": an operator"},
+             {"A;\"x", "at place 3, \"\"x\": the quote"},
+             {"A;7(XYZ)", "at place 5, \"XYZ\": there is no such code"},
+             {"A;7()", "there is no such code"},
+             {"F;1;+", "at place 5, \"+\": there are too few"},
+             {"MCU|Q5", "at place 5, \"Q5\": there is no such code"},
+             {"I;QTY+NOPE", "at place 7, \"NOPE\": there is no field"},
+             {"I;LINES", "\"LINES\": this is a phrase"},
+             {"I;LOOP", "refers to itself"},
+             {"I;NOPE(1)", "there is no function"},
+             {"I;FIELD(NAME)", "needs more arguments"},
+             {"I;@2;1", "\"@2\": there is no such value"},
+             {"I;TRANS(NOWHERE,1,X,X)", "There is no file NOWHERE"},
+             {"CALL ", "the name of a program"},
+         }) {
+        EXPECT_NE(Evaluated(around, c.correlative).find(c.result), std::string::npos)
+            << c.correlative << ": " << Evaluated(around, c.correlative);
+    }
+    const std::string deep = "A;" + std::string(100'000, '(') + "1";
+    const std::string minus = "I;" + std::string(100'000, '-') + "1";
+    std::string terms = "A;1";
+    for (int i = 0; i < 50'000; ++i) {
+        terms += "+1";
+    }
+    for (const std::string& hostile : {deep, minus, terms}) {
+        EXPECT_NE(Evaluated(around, hostile.c_str()).find("nested"), std::string::npos);
+        EXPECT_FALSE(IsValidCorrelative(Code(hostile)));
+    }
+    EXPECT_TRUE(IsValidCorrelative(Code("A;N(ANY)+1|MCU")));
+    EXPECT_TRUE(IsValidCorrelative(u"I;TRANS(ANY,X,Y,'X')"));
+}
+
+TEST(Correlative, RefusesWrittenFormsThatAreNot) {
+    Orders around;
+    const Text good = WriteProgram(CompileCorrelative(u"I;TRANS(CITIES,@ID,1,X):1", u"", around));
+    EXPECT_NO_THROW(ReadProgram(good));
+    for (std::size_t length = 0; length < good.size(); ++length) {
+        EXPECT_THROW(ReadProgram(good.substr(0, length)), Error) << length;
+    }
+    for (const char* bad : {"{1}[.]",
+                            "{1}[]",
+                            "{1}[11,0,0,0;.]",
+                            "{1}[12,0,2,0;.]",
+                            "{1}[2,0,0,0;2,0,0,0;.]",
+                            "{1}[50,0,1,0,1:F;.]",
+                            "{1}[99,0,0,0;.]",
+                            "{1}[0,0,0,0,99:x;.]",
+                            "{2}[2,0,0,0;.]",
+                            "{1}[2,0,0,0;.]x"}) {
+        Text text;
+        text.append(bad, bad + std::string(bad).size());
+        EXPECT_THROW(ReadProgram(text), Error) << bad;
+    }
+}
+
+TEST(Dictionary, ReadsBothFamiliesAndWritesItsOwn) {
+    struct Row {
+        const char* form;  // attribute, conversion, heading, justification, correlative, width
+        Family family;
+        const char* existing;
+        const char* written;
+    };
+    const auto drawn = [](const DictionaryForm& f) {
+        std::string text = std::to_string(f.attribute);
+        for (const Text& part : {f.conversion, f.heading, f.justification, f.correlative}) {
+            text += "^" + Drawn(part);
+        }
+        return text + "^" + std::to_string(f.width);
+    };
+    for (const Row& row : std::initializer_list<Row>{
+             {"3^MD2^Pr]ice^R^^9",
+              Family::kUni,
+              "D old^1^^x^10L^S^ASC",
+              "D old^3^MD2^Pr]ice^9R^S^ASC"},
+             {"3^^Price^R^^9", Family::kUni, "D^1^^x^9R2,^M", "D^3^^Price^9R2,^M"},
+             {"3^^Price^L^^9", Family::kUni, "", "D^3^^Price^9L^M"},
+             {"3^^Price^L^^9", Family::kR83, "D^1^^x^9R^S", "A^3^Price^^^^^^L^9"},
+             {"3^D2^P^T^MCU^9", Family::kR83, "S^1^x^D;2^^^^^L^1", "S^3^P^D;2^^^D2^MCU^T^9"},
+             {"0^^Sum^R^I;SUM(A);1^9", Family::kR83, "", "I^SUM(A);1^^Sum^9R^M"},
+             {"1^^Up^L^MCU^9", Family::kUni, "", "A^1^Up^^^^^MCU^L^9"},
+         }) {
+        const DynamicArray form(Marked(row.form));
+        const DictionaryForm given{std::stoi(row.form),
+                                   form.Extract({2, 0, 0}),
+                                   form.Extract({3, 0, 0}),
+                                   form.Extract({4, 0, 0}),
+                                   form.Extract({5, 0, 0}),
+                                   9};
+        const Text written = WriteDictionaryItem(given, row.family, Marked(row.existing));
+        EXPECT_EQ(Drawn(written), row.written);
+        EXPECT_EQ(drawn(FormOf(ReadDictionaryItem(written))), row.form);
+    }
+}
+
+TEST(FieldEvaluator, GivesFieldsByNameInBothForms) {
+    Orders around;
+    FieldEvaluator fields(around, u"ORDERS");
+    const Text record = Marked(kRecord);
+    fields.SetRecord(u"17", record);
+    struct Row {
+        const char16_t* name;
+        std::int32_t value;
+        const char* internal;
+        const char* external;
+    };
+    for (const Row& row : std::initializer_list<Row>{{u"ext", 0, "30]80]0", "0.30]0.80]0.00"},
+                                                     {u"EXT", 2, "80", "0.80"},
+                                                     {u"A.FIRST", 0, "Anne", "ANNE"},
+                                                     {u"F6", 1, "1\\2", "1\\2"},
+                                                     {u"@ID", 0, "17", "17"},
+                                                     {u"F99", 0, "", ""}}) {
+        const Field* field = fields.Resolve(row.name);
+        ASSERT_NE(field, nullptr);
+        EXPECT_EQ(Drawn(fields.Internal(*field, {row.value, 0})), row.internal);
+        EXPECT_EQ(Drawn(fields.External(*field, {row.value, 0})), row.external);
+    }
+    const Field& length = fields.ResolveExpression(u"LEN(NAME)");
+    EXPECT_EQ(fields.Internal(length), u"8");
+    const Text other = Marked("Bo");
+    fields.SetRecord(u"18", other);
+    EXPECT_EQ(fields.Internal(length), u"2");
+    EXPECT_EQ(fields.Resolve(u"LINES"), nullptr);
+    EXPECT_EQ(fields.Resolve(u"6"), nullptr) << "attributes by bare number are the other family's";
+    EXPECT_THROW(fields.Resolve(u"BAD"), Error);
+}
+
+}  // namespace
+}  // namespace kel::multivalue
