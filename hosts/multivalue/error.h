@@ -13,20 +13,24 @@
 namespace kel::multivalue {
 
 enum class ErrorKind {
-    kBadArgument,   // an id, a name or a position outside its rules
-    kTooLong,       // a record or an element longer than can be kept
-    kNoSuchFile,    // the file was never there, or another session deleted it
-    kFileExists,    // a file of that name is there already
-    kCannotOpen,    // the account's path cannot be opened or created
-    kNotAnAccount,  // the path holds something else
-    kNewerFormat,   // an account written by a later version of this program
-    kReadOnly,      // a change was asked of an account that is open for reading only
-    kBusy,          // another process kept the account busy for longer than the bounded wait
-    kFull,          // disk full, or the account's own size limit reached
-    kDamaged,       // the stored data contradicts itself
-    kInputOutput,   // the system failed to read or write
-    kMisuse,        // calls in an order the contract rules out
-    kNoSuchProgram  // no stored program of the name
+    kBadArgument,    // an id, a name or a position outside its rules
+    kTooLong,        // a record or an element longer than can be kept
+    kNoSuchFile,     // the file was never there, or another session deleted it
+    kFileExists,     // a file of that name is there already
+    kCannotOpen,     // the account's path cannot be opened or created
+    kNotAnAccount,   // the path holds something else
+    kNewerFormat,    // an account written by a later version of this program
+    kReadOnly,       // a change was asked of an account that is open for reading only
+    kBusy,           // another process kept the account busy for longer than the bounded wait
+    kFull,           // disk full, or the account's own size limit reached
+    kDamaged,        // the stored data contradicts itself
+    kInputOutput,    // the system failed to read or write
+    kMisuse,         // calls in an order the contract rules out
+    kNoSuchProgram,  // no stored program of the name
+    kIndexExists,    // the file has an index of that name already
+    kNoSuchIndex,    // the file has no index of that name
+    kStaleIndex,     // the index was not kept by a session that could not, and awaits rebuilding
+    kBadData         // data to be imported that does not follow its form
 };
 
 class Error : public std::exception {

@@ -1,6 +1,6 @@
-// What the database logic stands on: files of records by id, scans in id order, record locks,
-// batches. A Store is one session with one account; an account may have many sessions at once, in
-// this process and in others.
+// What the database logic stands on: files of records by id, scans in id order, indexes, record
+// locks, batches. A Store is one session with one account; an account may have many sessions at
+// once, in this process and in others.
 //
 // Records and ids cross as Text and come back unit for unit. A file is named once (FindFile) and
 // meant by its number afterwards. Numbers are never used again, so a number whose file somebody
@@ -33,12 +33,18 @@ enum class FileNumber : std::int64_t {};
 
 struct LockHolder {
     Text user;
-    std::uint32_t processId = 0;
-    std::int64_t sinceMs = 0;  // milliseconds since 1 January 1970, UTC
+    std::uint32_t processId = 0;  // 0 in an account that only one process can have
+    std::int64_t sinceMs = 0;     // milliseconds since 1 January 1970, UTC
 };
 
 // Empty: the lock is now this session's. Otherwise who has it.
 using LockAnswer = std::optional<LockHolder>;
+
+struct HeldLock {
+    FileNumber file{};
+    Text id;
+    LockHolder holder;
+};
 
 // What a write does with the session's own lock on the record.
 enum class AfterWrite { kRelease, kKeep };
@@ -69,6 +75,67 @@ public:
     virtual bool Next(std::vector<ScanEntry>& entries, std::size_t limit) = 0;
 };
 
+// ---- Indexes ----
+//
+// An index belongs to a file and gives the ids of its records in the order of keys. What the keys
+// of a record are is for the logic above to say (IndexKeys); index_key.h makes keys that sort as
+// people expect. A key is any text; keys compare unit by unit, ids under one key by code point.
+
+// Tells the keys of records. Called within writes of the session it was given to, and while an
+// index is made; may read through the same Store then, not change anything.
+class IndexKeys {
+public:
+    virtual ~IndexKeys() = default;
+
+    // Fills `keys` (handed over empty) for one record: none, one, or several for multivalued
+    // fields; a key given twice counts once. An index that sorted selections walk needs at least
+    // one key for every record, the empty one for an empty field.
+    //   description  as given to CreateIndex
+    // What it throws fails the write, which then has changed nothing.
+    virtual void KeysOf(FileNumber file,
+                        TextView description,
+                        TextView id,
+                        TextView record,
+                        std::vector<Text>& keys) = 0;
+};
+
+struct IndexInfo {
+    Text name;
+    Text description;
+    // Records were changed by a session that could not tell the keys. The index is empty and not
+    // used or kept until RebuildIndex.
+    bool stale = false;
+};
+
+struct IndexBound {
+    Text key;
+    bool inclusive = true;
+};
+
+// The keys from `low` to `high`, both whatever the order of the scan.
+struct IndexRange {
+    ScanOrder order = ScanOrder::kAscending;
+    std::optional<IndexBound> low = {};
+    std::optional<IndexBound> high = {};
+    bool withKeys = true;  // false: ids only
+};
+
+struct IndexEntry {
+    Text key;  // empty when keys were not asked for
+    Text id;
+};
+
+// Walks an index in the order of its keys, ids under one key always ascending. A record comes once
+// for each of its keys in the range. Must not outlive its Store.
+class IndexScan {
+public:
+    virtual ~IndexScan() = default;
+
+    // As Scan::Next; nothing is held between chunks. kStaleIndex when the index became stale
+    // meanwhile, kNoSuchIndex when it was dropped.
+    virtual bool Next(std::vector<IndexEntry>& entries, std::size_t limit) = 0;
+};
+
 class Store {
 public:
     virtual ~Store() = default;
@@ -92,13 +159,35 @@ public:
     virtual bool Delete(FileNumber file, TextView id) = 0;  // gives up the session's own lock
     virtual std::unique_ptr<Scan> OpenScan(FileNumber file, const ScanRange& range) = 0;
 
+    // Indexes. Their names follow the rules of names of files. Every write, delete and clear keeps
+    // the indexes of its file as part of the same change. A session without IndexKeys can still
+    // write: the first write to a file with indexes empties them and marks them stale.
+    //
+    // `keys` is borrowed for as long as the session uses it; null, as at the beginning: none.
+    virtual void UseIndexKeys(IndexKeys* keys) = 0;
+    // Makes an index over the records there are, reading them in chunks. kIndexExists; kMisuse in
+    // a session without IndexKeys.
+    virtual void CreateIndex(FileNumber file, TextView name, TextView description) = 0;
+    virtual void RebuildIndex(FileNumber file, TextView name) = 0;  // kNoSuchIndex, kMisuse
+    virtual void DropIndex(FileNumber file, TextView name) = 0;     // kNoSuchIndex
+    virtual std::vector<IndexInfo> Indexes(FileNumber file) = 0;    // by name, of code points
+    // kNoSuchIndex, kStaleIndex
+    virtual std::unique_ptr<IndexScan> OpenIndexScan(FileNumber file,
+                                                     TextView name,
+                                                     const IndexRange& range) = 0;
+
     // Record locks. The record need not exist. A session that has the lock gets it again (and one
     // Unlock ends it). While another session has it, asks again for up to waitMs milliseconds, 0:
     // once. Locks end with Unlock, with a releasing write or delete, with the session, and with its
     // process however that ends.
+    //
+    // Sessions that wait for each other's locks never hang: the one whose waiting would close the
+    // circle is answered at once with the holder, as if its time were over; the others go on
+    // waiting for it to give way.
     virtual LockAnswer Lock(FileNumber file, TextView id, std::uint32_t waitMs) = 0;
     virtual void Unlock(FileNumber file, TextView id) = 0;  // of a lock it does not have: nothing
     virtual void UnlockAll() = 0;
+    virtual std::vector<HeldLock> Locks() = 0;  // of all sessions, by file and id
 
     // A batch: everything from Begin to Commit becomes visible to others and lasting as one, and
     // bulk work is some fifty times as fast as record by record. Other sessions can read but not

@@ -62,11 +62,11 @@ void CheckFormat(Database& database) {
                u"is not an account but another program's database");
     }
     const std::int64_t format = database.QueryInteger("PRAGMA user_version");
-    if (format > kFormat) {
+    if (format > kLatestFormat) {
         Refuse(ErrorKind::kNewerFormat,
                database.path(),
                u"was written by a later version of this program (format " + Digits(format) +
-                   u", this one reads up to " + Digits(kFormat) + u")");
+                   u", this one reads up to " + Digits(kLatestFormat) + u")");
     }
     if (format < 1) {
         Refuse(ErrorKind::kDamaged, database.path(), u"is damaged: it has no format number");

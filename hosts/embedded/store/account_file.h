@@ -8,9 +8,11 @@
 namespace kel::embedded {
 
 // Stored in the file's header; published, never change. The format number rises when an older
-// program could no longer read what a newer one writes.
+// program could no longer read what a newer one writes, or would break it by writing.
 inline constexpr std::int64_t kApplicationId = 0x6B656C31;
-inline constexpr std::int64_t kFormat = 1;
+inline constexpr std::int64_t kFormat = 1;             // of an account without indexes
+inline constexpr std::int64_t kFormatWithIndexes = 2;  // from the first index on
+inline constexpr std::int64_t kLatestFormat = kFormatWithIndexes;
 
 // A connection ready for use, the account made if it was missing. Errors: see OpenStore.
 Database OpenAccount(multivalue::TextView path, const StoreOptions& options);

@@ -87,6 +87,12 @@ void Database::Fail(int code) const {
     throw Error(meaning.kind, std::move(text));
 }
 
+void Database::FailDamaged() const {
+    throw Error(ErrorKind::kDamaged,
+                u"The account is damaged: \"" + path_ +
+                    u"\" holds a record in a form that does not exist.");
+}
+
 // Not const: the database changes. NOLINTNEXTLINE(readability-make-member-function-const)
 void Database::Execute(const char* sql) {
     Check(sqlite3_exec(get(), sql, nullptr, nullptr, nullptr));

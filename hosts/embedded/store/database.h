@@ -41,6 +41,7 @@ public:
     // Throws what a result code other than "fine" means, with the path and the engine's own words.
     void Check(int code) const;
     [[noreturn]] void Fail(int code) const;
+    [[noreturn]] void FailDamaged() const;  // a record's bytes are no record
 
 private:
     struct Close {

@@ -1,4 +1,4 @@
-// The rules of file names and record ids, and ids ready to be bound.
+// Record ids ready to be bound.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,6 @@
 #include "hosts/multivalue/text.h"
 
 namespace kel::embedded {
-
-// Throws multivalue::Error (kBadArgument) for what cannot be the name of a file; see store.h.
-void CheckFileName(multivalue::TextView name);
 
 // A record's id, checked and encoded, without a trip to the heap.
 class Key {

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -13,6 +14,7 @@ namespace kel::embedded {
 using multivalue::Error;
 using multivalue::ErrorKind;
 using multivalue::FileNumber;
+using multivalue::HeldLock;
 using multivalue::LockAnswer;
 using multivalue::LockHolder;
 using multivalue::Text;
@@ -94,9 +96,11 @@ Database OpenTable(ByteLockFile& sessions,
         "CREATE TABLE IF NOT EXISTS locks("
         " file INTEGER NOT NULL, id BLOB NOT NULL,"
         " slot INTEGER NOT NULL, process INTEGER NOT NULL, user BLOB NOT NULL,"
-        " since INTEGER NOT NULL, PRIMARY KEY(file, id)) WITHOUT ROWID");
+        " since INTEGER NOT NULL, PRIMARY KEY(file, id)) WITHOUT ROWID;"
+        "CREATE TABLE IF NOT EXISTS waits("
+        " slot INTEGER PRIMARY KEY, file INTEGER NOT NULL, id BLOB NOT NULL)");
     if (alone) {
-        database.Execute("DELETE FROM locks");
+        database.Execute("DELETE FROM locks; DELETE FROM waits");
     }
     return database;
 }
@@ -110,8 +114,14 @@ LockTable::LockTable(const Text& accountPath, const Text& user, std::uint32_t bu
       insert_(database_, "INSERT INTO locks VALUES(?1, ?2, ?3, ?4, ?5, ?6) ON CONFLICT DO NOTHING"),
       find_(database_, "SELECT slot, process, user, since FROM locks WHERE file = ?1 AND id = ?2"),
       remove_(database_, "DELETE FROM locks WHERE file = ?1 AND id = ?2 AND slot = ?3"),
-      removeSlot_(database_, "DELETE FROM locks WHERE slot = ?1") {
+      removeSlot_(database_, "DELETE FROM locks WHERE slot = ?1"),
+      wait_(database_, "INSERT OR REPLACE INTO waits VALUES(?1, ?2, ?3)"),
+      stopWaiting_(database_, "DELETE FROM waits WHERE slot = ?1"),
+      waitsFor_(database_,
+                "SELECT l.slot FROM waits w JOIN locks l ON l.file = w.file AND l.id = w.id"
+                " WHERE w.slot = ?1") {
     UnlockAll();  // rows of a dead session that had this slot before
+    StopWaiting();
 }
 
 LockTable::~LockTable() {
@@ -136,22 +146,89 @@ LockAnswer LockTable::Lock(FileNumber file, Bytes id, std::uint32_t waitMs) {
     }
     const std::string key = *mine;
     try {
-        const auto deadline = steady_clock::now() + milliseconds(waitMs);
-        for (;;) {
-            LockAnswer holder = TryOnce(number, id);
-            if (!holder) {
-                return std::nullopt;
-            }
-            const steady_clock::duration left = deadline - steady_clock::now();
-            if (left <= steady_clock::duration::zero()) {
-                held_.erase(key);
-                return holder;
-            }
-            std::this_thread::sleep_for(std::min<steady_clock::duration>(kPoll, left));
+        LockAnswer holder = TryOnce(number, id);
+        if (holder && waitMs != 0 && StartWaiting(number, id)) {
+            holder = WaitFor(number, id, steady_clock::now() + milliseconds(waitMs));
+            StopWaiting();
         }
+        if (holder) {
+            held_.erase(key);
+        }
+        return holder;
     } catch (...) {
+        StopWaiting();
         held_.erase(key);
         throw;
+    }
+}
+
+LockAnswer LockTable::WaitFor(std::int64_t file, Bytes id, steady_clock::time_point deadline) {
+    for (;;) {
+        LockAnswer holder = TryOnce(file, id);
+        const steady_clock::duration left = deadline - steady_clock::now();
+        if (!holder || left <= steady_clock::duration::zero()) {
+            return holder;
+        }
+        std::this_thread::sleep_for(std::min<steady_clock::duration>(kPoll, left));
+    }
+}
+
+// Enters that this session waits for the lock; false, with nothing entered, when that would close a
+// circle. Only a new wait can close one, and both steps are one transaction: of several sessions
+// that would close it together, the last finds it.
+bool LockTable::StartWaiting(std::int64_t file, Bytes id) {
+    database_.Execute("BEGIN IMMEDIATE");
+    try {
+        {
+            const Run wait(wait_);
+            wait->Bind(1, std::int64_t{slot_});
+            wait->Bind(2, file);
+            wait->Bind(3, id);
+            wait->Step();
+        }
+        const bool circle = ClosesCircle();
+        database_.Execute(circle ? "ROLLBACK" : "COMMIT");
+        return !circle;
+    } catch (...) {
+        if (database_.InTransaction()) {
+            database_.Execute("ROLLBACK");
+        }
+        throw;
+    }
+}
+
+// Follows who waits for whom from this session on. What a dead session waited for binds nobody: its
+// locks are taken by whoever waits for them.
+bool LockTable::ClosesCircle() {
+    std::int64_t slot = slot_;
+    for (std::uint32_t steps = 0; steps < kSlots; ++steps) {
+        {
+            const Run next(waitsFor_);
+            next->Bind(1, slot);
+            if (!next->Step()) {
+                return false;
+            }
+            slot = next->ColumnInteger(0);
+        }
+        if (slot == slot_) {
+            return true;
+        }
+        const auto byte = static_cast<std::uint32_t>(slot);
+        if (sessions_.TryLock(byte, 1)) {
+            sessions_.Unlock(byte, 1);
+            return false;
+        }
+    }
+    return false;
+}
+
+// A row that stays does no harm: the next wait of the session, or of its slot, replaces it.
+void LockTable::StopWaiting() noexcept {
+    try {
+        const Run stop(stopWaiting_);
+        stop->Bind(1, std::int64_t{slot_});
+        stop->Step();
+    } catch (const std::exception&) {
     }
 }
 
@@ -241,6 +318,32 @@ void LockTable::UnlockAll() {
     remove->Bind(1, std::int64_t{slot_});
     remove->Step();
     held_.clear();
+}
+
+std::vector<HeldLock> LockTable::All() {
+    std::vector<HeldLock> list;
+    std::set<std::int64_t> slots;
+    {
+        Statement find(database_, "SELECT DISTINCT slot FROM locks");
+        while (find.Step()) {
+            slots.insert(find.ColumnInteger(0));
+        }
+    }
+    for (const std::int64_t slot : slots) {
+        if (slot != slot_) {
+            SweepIfDead(slot);
+        }
+    }
+    Statement find(database_, "SELECT file, id, process, user, since FROM locks ORDER BY file, id");
+    while (find.Step()) {
+        HeldLock& lock = list.emplace_back();
+        lock.file = FileNumber{find.ColumnInteger(0)};
+        DecodeKey(find.ColumnBytes(1), lock.id);
+        lock.holder.processId = static_cast<std::uint32_t>(find.ColumnInteger(2));
+        DecodeKey(find.ColumnBytes(3), lock.holder.user);
+        lock.holder.sinceMs = find.ColumnInteger(4);
+    }
+    return list;
 }
 
 }  // namespace kel::embedded

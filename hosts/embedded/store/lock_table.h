@@ -5,9 +5,11 @@
 // with an empty table, so nothing here has to survive a power failure and nothing is ever synced.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <unordered_set>
+#include <vector>
 
 #include "hosts/embedded/store/database.h"
 #include "hosts/embedded/store/process_liveness.h"
@@ -30,10 +32,17 @@ public:
     multivalue::LockAnswer Lock(multivalue::FileNumber file, Bytes id, std::uint32_t waitMs);
     void Unlock(multivalue::FileNumber file, Bytes id);
     void UnlockAll();
+    std::vector<multivalue::HeldLock> All();  // of living sessions, by file and id
 
 private:
     multivalue::LockAnswer TryOnce(std::int64_t file, Bytes id);
     bool SweepIfDead(std::int64_t slot);
+    multivalue::LockAnswer WaitFor(std::int64_t file,
+                                   Bytes id,
+                                   std::chrono::steady_clock::time_point deadline);
+    bool StartWaiting(std::int64_t file, Bytes id);
+    bool ClosesCircle();
+    void StopWaiting() noexcept;
 
     ByteLockFile sessions_;  // first: our byte goes free only after the database is closed
     std::uint32_t slot_ = 0;
@@ -43,6 +52,9 @@ private:
     Statement find_;
     Statement remove_;
     Statement removeSlot_;
+    Statement wait_;
+    Statement stopWaiting_;
+    Statement waitsFor_;
     std::unordered_set<std::string> held_;  // file number and id of every lock of this session
 };
 

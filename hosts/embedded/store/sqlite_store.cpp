@@ -1,15 +1,12 @@
 #include "hosts/embedded/store/sqlite_store.h"
 
 #include <string>
-#include <unordered_map>
 #include <utility>
 
-#include "hosts/embedded/store/account_file.h"
 #include "hosts/embedded/store/codec.h"
-#include "hosts/embedded/store/database.h"
 #include "hosts/embedded/store/keys.h"
-#include "hosts/embedded/store/lock_table.h"
-#include "hosts/embedded/store/process_liveness.h"
+#include "hosts/embedded/store/sqlite_session.h"
+#include "hosts/multivalue/id_rules.h"
 
 namespace kel::embedded {
 
@@ -17,11 +14,6 @@ using multivalue::AfterWrite;
 using multivalue::Error;
 using multivalue::ErrorKind;
 using multivalue::FileNumber;
-using multivalue::LockAnswer;
-using multivalue::Scan;
-using multivalue::ScanEntry;
-using multivalue::ScanOrder;
-using multivalue::ScanRange;
 using multivalue::Text;
 using multivalue::TextView;
 
@@ -29,91 +21,10 @@ namespace {
 
 // Files whose statements are kept. More than a program has open; a bound for those that visit all.
 constexpr std::size_t kKeptFiles = 64;
-// A scan's chunk ends after this many bytes of records.
-constexpr std::size_t kScanBytes = 1 << 20;
 // The encoding buffer is not kept at the size of a giant.
 constexpr std::size_t kKeptBuffer = 1 << 20;
 
-std::int64_t NumberOf(FileNumber file) {
-    return static_cast<std::int64_t>(file);
-}
-
-std::string TableOf(FileNumber file) {
-    return "f" + std::to_string(NumberOf(file));
-}
-
-class SqliteStore final : public multivalue::Store {
-public:
-    SqliteStore(TextView path, const StoreOptions& options)
-        : database_(OpenAccount(path, options)),
-          readOnly_(options.readOnly),
-          busyWaitMs_(options.busyWaitMs),
-          user_(options.user.empty() ? CurrentUserName() : options.user),
-          findFile_(database_, "SELECT number FROM catalogue WHERE name = ?1") {}
-
-    std::vector<Text> FileNames() override;
-    std::optional<FileNumber> FindFile(TextView name) override;
-    FileNumber CreateFile(TextView name) override;
-    void RenameFile(FileNumber file, TextView name) override;
-    void DeleteFile(FileNumber file) override;
-    void ClearFile(FileNumber file) override;
-    std::uint64_t CountRecords(FileNumber file) override;
-
-    bool Read(FileNumber file, TextView id, Text& record) override;
-    bool Exists(FileNumber file, TextView id) override;
-    void Write(FileNumber file, TextView id, TextView record, AfterWrite after) override;
-    bool Delete(FileNumber file, TextView id) override;
-    std::unique_ptr<Scan> OpenScan(FileNumber file, const ScanRange& range) override;
-
-    LockAnswer Lock(FileNumber file, TextView id, std::uint32_t waitMs) override;
-    void Unlock(FileNumber file, TextView id) override;
-    void UnlockAll() override;
-
-    void Begin() override;
-    void Commit() override;
-    void Rollback() noexcept override;
-
-private:
-    friend class SqliteScan;
-
-    // What is done with the records of one file over and over.
-    struct FileStatements {
-        Statement read;
-        Statement exists;
-        Statement write;
-        Statement remove;
-    };
-
-    FileStatements& StatementsOf(FileNumber file);
-    Statement& Prepared(Statement FileStatements::*which,
-                        FileNumber file,
-                        const char* before,
-                        const char* after);
-    void ForgetStatements(FileNumber file);
-    bool IsInCatalogue(FileNumber file);
-    template <typename Work>
-    auto OnFile(FileNumber file, Work work);
-    template <typename Work>
-    void AsOne(Work work);
-    void RequireFile(FileNumber file);
-    void CheckChangesAllowed();
-    void CheckNameFree(TextView name);
-    LockTable& Locks();
-    void ReleaseAfterChange(FileNumber file, Bytes id) noexcept;
-
-    Database database_;
-    const bool readOnly_;
-    const std::uint32_t busyWaitMs_;
-    const Text user_;
-    Statement findFile_;
-    std::unordered_map<std::int64_t, FileStatements> statements_;
-    std::int64_t latestFile_ = -1;  // whose statements are at latest_
-    FileStatements* latest_ = nullptr;
-    std::vector<std::uint8_t> buffer_;
-    std::unique_ptr<LockTable> locks_;  // made for the first lock: many sessions never take one
-    bool inBatch_ = false;
-    std::vector<std::pair<FileNumber, std::string>> releasedInBatch_;
-};
+}  // namespace
 
 // ---- Statements ----
 
@@ -157,34 +68,10 @@ void SqliteStore::RequireFile(FileNumber file) {
     }
 }
 
-// Runs work on a file's table. That the table is gone shows only when a statement fails; the
-// failure is then told as what it means.
-template <typename Work>
-auto SqliteStore::OnFile(FileNumber file, Work work) {
-    try {
-        return work();
-    } catch (const Error& error) {
-        if (error.kind() == ErrorKind::kInputOutput) {
-            ForgetStatements(file);
-            RequireFile(file);
-        }
-        throw;
-    }
-}
-
-// Runs work as one change: all of it happens or nothing, within a batch too.
-template <typename Work>
-void SqliteStore::AsOne(Work work) {
-    CheckChangesAllowed();
-    database_.Execute(inBatch_ ? "SAVEPOINT one" : "BEGIN IMMEDIATE");
-    try {
-        work();
-        database_.Execute(inBatch_ ? "RELEASE one" : "COMMIT");
-    } catch (...) {
-        if (database_.InTransaction()) {
-            database_.Execute(inBatch_ ? "ROLLBACK TO one; RELEASE one" : "ROLLBACK");
-        }
-        throw;
+void SqliteStore::UndoOne() {
+    indexes_.Forget();
+    if (database_.InTransaction()) {
+        database_.Execute(inBatch_ ? "ROLLBACK TO one; RELEASE one" : "ROLLBACK");
     }
 }
 
@@ -196,6 +83,10 @@ void SqliteStore::CheckChangesAllowed() {
             ErrorKind::kMisuse,
             u"The batch was given up after an earlier failure: \"" + database_.path() + u"\".");
     }
+    RequireWritable();
+}
+
+void SqliteStore::RequireWritable() {
     if (readOnly_) {
         throw Error(ErrorKind::kReadOnly,
                     u"The account is open for reading only: \"" + database_.path() + u"\".");
@@ -230,7 +121,7 @@ void SqliteStore::CheckNameFree(TextView name) {
 }
 
 FileNumber SqliteStore::CreateFile(TextView name) {
-    CheckFileName(name);
+    multivalue::CheckFileName(name);
     const std::string bytes = EncodeKey(name);
     FileNumber file{};
     AsOne([&] {
@@ -248,7 +139,7 @@ FileNumber SqliteStore::CreateFile(TextView name) {
 }
 
 void SqliteStore::RenameFile(FileNumber file, TextView name) {
-    CheckFileName(name);
+    multivalue::CheckFileName(name);
     const std::string bytes = EncodeKey(name);
     AsOne([&] {
         RequireFile(file);
@@ -271,6 +162,7 @@ void SqliteStore::DeleteFile(FileNumber file) {
         leave.Bind(1, NumberOf(file));
         leave.Step();
         leave.Reset();
+        indexes_.OnDeleteFile(NumberOf(file));
         database_.Execute(("DROP TABLE " + TableOf(file)).c_str());
     });
 }
@@ -279,6 +171,7 @@ void SqliteStore::ClearFile(FileNumber file) {
     AsOne([&] {
         RequireFile(file);
         database_.Execute(("DELETE FROM " + TableOf(file)).c_str());
+        indexes_.OnClear(NumberOf(file));
     });
 }
 
@@ -291,12 +184,6 @@ std::uint64_t SqliteStore::CountRecords(FileNumber file) {
 
 // ---- Records ----
 
-[[noreturn]] void ThrowDamaged(const Database& database) {
-    throw Error(ErrorKind::kDamaged,
-                u"The account is damaged: \"" + database.path() +
-                    u"\" holds a record in a form that does not exist.");
-}
-
 bool SqliteStore::Read(FileNumber file, TextView id, Text& record) {
     record.clear();
     const Key key(id);
@@ -307,7 +194,7 @@ bool SqliteStore::Read(FileNumber file, TextView id, Text& record) {
             return false;
         }
         if (!DecodeRecord(read->ColumnBytes(0), record)) {
-            ThrowDamaged(database_);
+            database_.FailDamaged();
         }
         return true;
     });
@@ -322,6 +209,20 @@ bool SqliteStore::Exists(FileNumber file, TextView id) {
     });
 }
 
+// Changes a record and, in the same change, its entries in the indexes of the file. In a batch a
+// file without indexes needs no bracket of its own: one statement is whole by itself.
+template <typename Keep, typename Change>
+void SqliteStore::WithIndexes(FileNumber file, Keep keep, Change change) {
+    if (inBatch_ && !indexes_.HasAny(NumberOf(file))) {
+        change();
+        return;
+    }
+    AsOne([&] {
+        keep();
+        change();
+    });
+}
+
 void SqliteStore::Write(FileNumber file, TextView id, TextView record, AfterWrite after) {
     const Key key(id);
     CheckChangesAllowed();
@@ -332,19 +233,24 @@ void SqliteStore::Write(FileNumber file, TextView id, TextView record, AfterWrit
     // A lock that is to be kept is taken before the write, where a failure changes nothing yet.
     bool isNewLock = false;
     if (after == AfterWrite::kKeep && !(locks_ && locks_->Holds(file, key.bytes()))) {
-        isNewLock = !Locks().Lock(file, key.bytes(), 0);
+        isNewLock = !OwnLocks().Lock(file, key.bytes(), 0);
     }
     try {
-        EncodeRecord(record, buffer_);
         OnFile(file, [&] {
-            const Run write(
-                Prepared(&FileStatements::write,
-                         file,
-                         "INSERT INTO ",
-                         " VALUES(?1, ?2) ON CONFLICT DO UPDATE SET rec = excluded.rec"));
-            write->Bind(1, key.bytes());
-            write->Bind(2, Bytes(buffer_));
-            write->Step();
+            WithIndexes(
+                file,
+                [&] { indexes_.OnWrite(NumberOf(file), id, key.bytes(), record); },
+                [&] {
+                    EncodeRecord(record, buffer_);
+                    const Run write(
+                        Prepared(&FileStatements::write,
+                                 file,
+                                 "INSERT INTO ",
+                                 " VALUES(?1, ?2) ON CONFLICT DO UPDATE SET rec = excluded.rec"));
+                    write->Bind(1, key.bytes());
+                    write->Bind(2, Bytes(buffer_));
+                    write->Step();
+                });
         });
     } catch (...) {
         if (isNewLock) {
@@ -363,140 +269,21 @@ void SqliteStore::Write(FileNumber file, TextView id, TextView record, AfterWrit
 bool SqliteStore::Delete(FileNumber file, TextView id) {
     const Key key(id);
     CheckChangesAllowed();
-    const bool wasThere = OnFile(file, [&] {
-        const Run remove(Prepared(&FileStatements::remove, file, "DELETE FROM ", " WHERE id = ?1"));
-        remove->Bind(1, key.bytes());
-        remove->Step();
-        return database_.ChangedRows() != 0;
+    bool wasThere = false;
+    OnFile(file, [&] {
+        WithIndexes(
+            file,
+            [&] { indexes_.OnDelete(NumberOf(file), key.bytes()); },
+            [&] {
+                const Run remove(
+                    Prepared(&FileStatements::remove, file, "DELETE FROM ", " WHERE id = ?1"));
+                remove->Bind(1, key.bytes());
+                remove->Step();
+                wasThere = database_.ChangedRows() != 0;
+            });
     });
     ReleaseAfterChange(file, key.bytes());
     return wasThere;
-}
-
-// ---- Scans ----
-
-// Each chunk seeks to where the last one ended and reads on. A bound is always inclusive; the entry
-// that ended the last chunk is stepped over when it is still there.
-class SqliteScan final : public Scan {
-public:
-    SqliteScan(SqliteStore& store, FileNumber file, const ScanRange& range)
-        : store_(store), file_(file), withRecords_(range.withRecords) {
-        const bool up = range.order == ScanOrder::kAscending;
-        statement_ = Statement(
-            store.database_,
-            (std::string("SELECT id") + (withRecords_ ? ", rec" : "") + " FROM " + TableOf(file) +
-             (up ? " WHERE id >= ?1 ORDER BY id" : " WHERE id <= ?1 ORDER BY id DESC"))
-                .c_str());
-        if (range.from) {
-            bound_ = EncodeKey(*range.from);
-        } else if (!up) {
-            bound_ = "\xFF";  // above every id: no encoded text holds this byte
-        }
-    }
-
-    bool Next(std::vector<ScanEntry>& entries, std::size_t limit) override {
-        std::size_t count = 0;
-        if (!atEnd_) {
-            store_.OnFile(file_, [&] { count = Fill(entries, limit); });
-        }
-        entries.resize(count);
-        return count != 0;
-    }
-
-private:
-    std::size_t Fill(std::vector<ScanEntry>& entries, std::size_t limit) {
-        const Run run(statement_);
-        const std::string from = bound_;
-        run->Bind(1, BytesOf(from));
-        std::size_t count = 0;
-        std::size_t bytes = 0;
-        while (count < limit && bytes < kScanBytes) {
-            if (!run->Step()) {
-                atEnd_ = true;
-                break;
-            }
-            const Bytes id = run->ColumnBytes(0);
-            const auto* begin = reinterpret_cast<const char*>(id.data());
-            if (count == 0 && boundIsPast_ && bound_ == std::string_view(begin, id.size())) {
-                continue;
-            }
-            if (entries.size() == count) {
-                entries.emplace_back();
-            }
-            ScanEntry& entry = entries[count];
-            DecodeKey(id, entry.id);
-            entry.record.clear();
-            if (withRecords_) {
-                const Bytes record = run->ColumnBytes(1);
-                bytes += record.size();
-                if (!DecodeRecord(record, entry.record)) {
-                    ThrowDamaged(store_.database_);
-                }
-            }
-            ++count;
-            if (count == limit || bytes >= kScanBytes) {
-                bound_.assign(begin, id.size());
-                boundIsPast_ = true;
-            }
-        }
-        return count;
-    }
-
-    SqliteStore& store_;
-    const FileNumber file_;
-    const bool withRecords_;
-    Statement statement_;
-    std::string bound_;
-    bool boundIsPast_ = false;  // the entry at bound_ was handed out
-    bool atEnd_ = false;
-};
-
-std::unique_ptr<Scan> SqliteStore::OpenScan(FileNumber file, const ScanRange& range) {
-    return OnFile(file, [&] { return std::make_unique<SqliteScan>(*this, file, range); });
-}
-
-// ---- Locks ----
-
-LockTable& SqliteStore::Locks() {
-    if (!locks_) {
-        locks_ = std::make_unique<LockTable>(database_.FullPath(), user_, busyWaitMs_);
-    }
-    return *locks_;
-}
-
-LockAnswer SqliteStore::Lock(FileNumber file, TextView id, std::uint32_t waitMs) {
-    const Key key(id);
-    CheckChangesAllowed();
-    return Locks().Lock(file, key.bytes(), waitMs);
-}
-
-void SqliteStore::Unlock(FileNumber file, TextView id) {
-    const Key key(id);
-    if (locks_) {
-        locks_->Unlock(file, key.bytes());
-    }
-}
-
-void SqliteStore::UnlockAll() {
-    if (locks_) {
-        locks_->UnlockAll();
-    }
-}
-
-// The change is done and acknowledged; a lock that cannot be given up now ends with the session.
-void SqliteStore::ReleaseAfterChange(FileNumber file, Bytes id) noexcept {
-    try {
-        if (!locks_ || !locks_->Holds(file, id)) {
-            return;
-        }
-        if (inBatch_) {
-            releasedInBatch_.emplace_back(
-                file, std::string(reinterpret_cast<const char*>(id.data()), id.size()));
-        } else {
-            locks_->Unlock(file, id);
-        }
-    } catch (const std::exception&) {
-    }
 }
 
 // ---- Batches ----
@@ -506,8 +293,17 @@ void SqliteStore::Begin() {
         throw Error(ErrorKind::kMisuse, u"A batch is open already.");
     }
     CheckChangesAllowed();
-    database_.Execute("BEGIN IMMEDIATE");
+    {
+        const Run begin(begin_);
+        begin->Step();
+    }
     inBatch_ = true;
+    try {
+        indexes_.Refresh();
+    } catch (...) {
+        Rollback();
+        throw;
+    }
 }
 
 void SqliteStore::Commit() {
@@ -516,7 +312,8 @@ void SqliteStore::Commit() {
     }
     try {
         CheckChangesAllowed();
-        database_.Execute("COMMIT");
+        const Run commit(commit_);
+        commit->Step();
     } catch (...) {
         Rollback();
         throw;
@@ -528,6 +325,7 @@ void SqliteStore::Commit() {
 }
 
 void SqliteStore::Rollback() noexcept {
+    indexes_.Forget();
     try {
         if (inBatch_ && database_.InTransaction()) {
             database_.Execute("ROLLBACK");
@@ -538,8 +336,6 @@ void SqliteStore::Rollback() noexcept {
     inBatch_ = false;
     releasedInBatch_.clear();
 }
-
-}  // namespace
 
 std::unique_ptr<multivalue::Store> OpenStore(TextView path, const StoreOptions& options) {
     return std::make_unique<SqliteStore>(path, options);

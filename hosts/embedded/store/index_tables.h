@@ -1,0 +1,83 @@
+// The indexes of an account's files as tables beside them, over one connection.
+//
+// Everything that changes runs within a transaction of the caller's. What is known of the indexes
+// is kept between calls and is right for as long as the schema's version stays: an index that
+// becomes stale loses its table, so that this shows too.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "hosts/embedded/store/database.h"
+#include "hosts/multivalue/store.h"
+
+namespace kel::embedded {
+
+// The bytes of a key: UTF-8 but for surrogates, each of which has its own three bytes. The order of
+// the bytes is the order of the units. DecodeKey reads them back.
+std::string EncodeIndexKey(multivalue::TextView key);
+
+class IndexTables {
+public:
+    explicit IndexTables(Database& database) : database_(database) {}
+
+    // Borrowed; null: none.
+    void UseKeys(multivalue::IndexKeys* keys) { keys_ = keys; }
+
+    // To be called when a transaction begins, and before reading without one: others may have made
+    // or dropped indexes.
+    void Refresh();
+    // To be called when this connection changed the schema or rolled back.
+    void Forget() { schemaVersion_ = -1; }
+
+    bool HasAny(std::int64_t file) { return !Of(file).empty(); }
+    std::vector<multivalue::IndexInfo> List(std::int64_t file);
+    // The name of the index's table. kNoSuchIndex, kStaleIndex.
+    std::string TableOf(std::int64_t file, multivalue::TextView name);
+
+    void Create(std::int64_t file, multivalue::TextView name, multivalue::TextView description);
+    void Rebuild(std::int64_t file, multivalue::TextView name);
+    void Drop(std::int64_t file, multivalue::TextView name);
+
+    // Before the record changes: `record` is what it will be.
+    void OnWrite(std::int64_t file,
+                 multivalue::TextView id,
+                 Bytes idBytes,
+                 multivalue::TextView record);
+    void OnDelete(std::int64_t file, Bytes idBytes);
+    void OnClear(std::int64_t file);
+    void OnDeleteFile(std::int64_t file);
+
+private:
+    struct Index {
+        std::int64_t number = 0;
+        multivalue::Text name;
+        multivalue::Text description;
+        bool stale = false;
+        Statement keysOf;
+        Statement insert;
+        Statement remove;
+        Statement removeAll;
+    };
+    using Indexes = std::vector<std::unique_ptr<Index>>;
+
+    Indexes& Of(std::int64_t file);
+    Index& Find(std::int64_t file, multivalue::TextView name);
+    void Fill(std::int64_t file, std::int64_t number, multivalue::TextView description);
+    void SetKeys(Index& index, Bytes idBytes, const std::vector<multivalue::Text>& keys);
+    void MakeStale(Indexes& indexes);
+    void RequireKeys() const;
+    multivalue::Text NameOf(std::int64_t file);
+
+    Database& database_;
+    multivalue::IndexKeys* keys_ = nullptr;
+    Statement version_;
+    std::int64_t schemaVersion_ = -1;  // -1: what is kept below counts no more
+    bool hasIndexes_ = false;
+    std::unordered_map<std::int64_t, Indexes> files_;
+};
+
+}  // namespace kel::embedded
