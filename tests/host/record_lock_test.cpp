@@ -1,5 +1,4 @@
-// Record locks and the account itself under several sessions, in one process and in others that are
-// killed without warning.
+// Record locks and the account itself when processes are killed without warning.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -14,8 +13,6 @@ namespace kel::embedded {
 namespace {
 
 using multivalue::AfterWrite;
-using multivalue::Batch;
-using multivalue::ErrorKind;
 using multivalue::FileNumber;
 using multivalue::LockAnswer;
 using multivalue::Store;
@@ -25,128 +22,6 @@ using test::ChildArgument;
 using test::ChildProcess;
 using test::Quick;
 using namespace std::chrono_literals;
-
-class RecordLocks : public testing::Test {
-protected:
-    RecordLocks() {
-        StoreOptions options = Quick();
-        options.user = u"first user";
-        first_ = OpenStore(folder_.Path(), options);
-        second_ = OpenStore(folder_.Path(), Quick());
-        file_ = first_->CreateFile(u"F");
-    }
-
-    // Whether the second session can have the lock; it does not keep it.
-    bool IsFree(multivalue::TextView id) {
-        const bool granted = !second_->Lock(file_, id, 0);
-        second_->Unlock(file_, id);
-        return granted;
-    }
-
-    AccountFolder folder_;
-    std::unique_ptr<Store> first_;
-    std::unique_ptr<Store> second_;
-    FileNumber file_{};
-};
-
-TEST_F(RecordLocks, AreKnownToOtherSessionsWithTheirHolder) {
-    EXPECT_FALSE(first_->Lock(file_, u"1", 0));  // the record need not exist
-    EXPECT_FALSE(first_->Lock(file_, u"1", 0));  // and the owner may ask again
-    const LockAnswer holder = second_->Lock(file_, u"1", 0);
-    ASSERT_TRUE(holder);
-    EXPECT_EQ(holder->user, u"first user");
-    EXPECT_EQ(holder->processId, CurrentProcessId());
-    const auto now = std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::chrono::system_clock::now().time_since_epoch());
-    EXPECT_NEAR(static_cast<double>(holder->sinceMs), static_cast<double>(now.count()), 60000.0);
-    EXPECT_TRUE(IsFree(u"2"));
-    const FileNumber otherFile = first_->CreateFile(u"G");
-    EXPECT_FALSE(second_->Lock(otherFile, u"1", 0));
-    second_->Unlock(file_, u"1");  // not its own: nothing
-    EXPECT_FALSE(IsFree(u"1"));
-    first_->Unlock(file_, u"1");
-    EXPECT_TRUE(IsFree(u"1"));
-}
-
-TEST_F(RecordLocks, EndWithWritesDeletesAndSessions) {
-    using Change = void (*)(Store&, FileNumber);
-    const struct {
-        const char* what;
-        Change change;
-        bool freeAfterwards;
-    } cases[] = {
-        {"write",
-         [](Store& s, FileNumber f) { s.Write(f, u"1", u"x", AfterWrite::kRelease); },
-         true},
-        {"write and keep",
-         [](Store& s, FileNumber f) { s.Write(f, u"1", u"x", AfterWrite::kKeep); },
-         false},
-        {"delete", [](Store& s, FileNumber f) { s.Delete(f, u"1"); }, true},
-        {"delete of nothing", [](Store& s, FileNumber f) { s.Delete(f, u"1"); }, true},
-        {"write of another record",
-         [](Store& s, FileNumber f) { s.Write(f, u"2", u"x", AfterWrite::kRelease); },
-         false},
-        {"unlock all", [](Store& s, FileNumber) { s.UnlockAll(); }, true},
-    };
-    for (const auto& c : cases) {
-        ASSERT_FALSE(first_->Lock(file_, u"1", 0)) << c.what;
-        c.change(*first_, file_);
-        EXPECT_EQ(IsFree(u"1"), c.freeAfterwards) << c.what;
-        first_->UnlockAll();
-    }
-    first_->Write(file_, u"3", u"x", AfterWrite::kKeep);  // takes a lock it had not
-    EXPECT_FALSE(IsFree(u"3"));
-    first_.reset();
-    EXPECT_TRUE(IsFree(u"3"));
-}
-
-TEST_F(RecordLocks, DoNotKeepOthersFromWriting) {
-    ASSERT_FALSE(first_->Lock(file_, u"1", 0));
-    second_->Write(file_, u"1", u"written", AfterWrite::kRelease);
-    second_->Write(file_, u"1", u"again", AfterWrite::kKeep);
-    EXPECT_FALSE(IsFree(u"1"));  // and nobody's lock is broken by that
-    EXPECT_TRUE(second_->Delete(file_, u"1"));
-    EXPECT_FALSE(IsFree(u"1"));
-}
-
-TEST_F(RecordLocks, GivenUpInABatchEndWhenItCommits) {
-    ASSERT_FALSE(first_->Lock(file_, u"1", 0));
-    {
-        Batch batch(*first_);
-        first_->Write(file_, u"1", u"x", AfterWrite::kRelease);
-        EXPECT_FALSE(IsFree(u"1"));
-    }
-    EXPECT_FALSE(IsFree(u"1"));  // the write never was
-    Batch batch(*first_);
-    first_->Write(file_, u"1", u"x", AfterWrite::kRelease);
-    batch.Commit();
-    EXPECT_TRUE(IsFree(u"1"));
-}
-
-TEST_F(RecordLocks, AreWaitedForWithinTheTimeGiven) {
-    ASSERT_FALSE(first_->Lock(file_, u"1", 0));
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(second_->Lock(file_, u"1", 200));
-    const auto waited = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(waited, 200ms);
-    EXPECT_LT(waited, 5s);
-
-    std::thread release([&] {
-        std::this_thread::sleep_for(100ms);
-        first_->Unlock(file_, u"1");
-    });
-    EXPECT_FALSE(second_->Lock(file_, u"1", 20000));
-    release.join();
-
-    // Each wants what the other has: neither hangs.
-    ASSERT_FALSE(first_->Lock(file_, u"2", 0));
-    LockAnswer crossing;
-    std::thread cross([&] { crossing = first_->Lock(file_, u"1", 300); });
-    const LockAnswer mine = second_->Lock(file_, u"2", 300);
-    cross.join();
-    EXPECT_TRUE(crossing);
-    EXPECT_TRUE(mine);
-}
 
 TEST(RecordLocksAfterPowerFailure, StartFromNothing) {
     const AccountFolder folder;
