@@ -46,7 +46,7 @@ private:
 // others.
 inline embedded::StoreOptions Quick() {
     embedded::StoreOptions options;
-    options.durability = embedded::Durability::kProcess;
+    options.durability = embedded::Durability::kNormal;
     options.busyWaitMs = 5000;
     return options;
 }

@@ -98,6 +98,17 @@ void Initialise(Database& database) {
 
 }  // namespace
 
+std::optional<Durability> DurabilityNamed(TextView name) {
+    Text lower(name);
+    for (char16_t& unit : lower) {
+        unit = static_cast<char16_t>(unit >= u'A' && unit <= u'Z' ? unit + (u'a' - u'A') : unit);
+    }
+    return lower == u"full"     ? std::optional(Durability::kFull)
+           : lower == u"normal" ? std::optional(Durability::kNormal)
+           : lower == u"off"    ? std::optional(Durability::kOff)
+                                : std::nullopt;
+}
+
 Database OpenAccount(TextView path, const StoreOptions& options) {
     const bool isThere = CheckPath(path);
     if (!isThere && (options.readOnly || !options.createMissing)) {
@@ -132,8 +143,9 @@ Database OpenAccount(TextView path, const StoreOptions& options) {
     } else {
         database.Execute("PRAGMA journal_mode = WAL");
     }
-    database.Execute(options.durability == Durability::kPower ? "PRAGMA synchronous = FULL"
-                                                              : "PRAGMA synchronous = NORMAL");
+    database.Execute(options.durability == Durability::kFull     ? "PRAGMA synchronous = FULL"
+                     : options.durability == Durability::kNormal ? "PRAGMA synchronous = NORMAL"
+                                                                 : "PRAGMA synchronous = OFF");
     // The log is cut back to this after a large batch instead of keeping its size for ever.
     database.Execute("PRAGMA journal_size_limit = 16777216; PRAGMA cache_size = -16384");
     return database;

@@ -116,6 +116,11 @@ bool Database::InTransaction() const {
     return sqlite3_get_autocommit(get()) == 0;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const)
+void Database::LeaveLog() {
+    Check(sqlite3_db_config(get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr));
+}
+
 std::int64_t Database::ChangedRows() const {
     return sqlite3_changes64(get());
 }
@@ -141,6 +146,11 @@ void Statement::Bind(int parameter, Bytes bytes) {
 
 void Statement::Bind(int parameter, std::int64_t number) {
     database_->Check(sqlite3_bind_int64(handle_.get(), parameter, number));
+}
+
+void Statement::BindText(int parameter, std::string_view text) {
+    database_->Check(sqlite3_bind_text64(
+        handle_.get(), parameter, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
 }
 
 bool Statement::Step() {

@@ -36,6 +36,7 @@ public:
     std::int64_t QueryInteger(const char* sql);
     bool IsReadOnly() const;  // the file, whatever was asked for
     bool InTransaction() const;
+    void LeaveLog();                   // when the connection is closed, even if it is the last
     std::int64_t ChangedRows() const;  // by the last statement that changes rows
 
     // Throws what a result code other than "fine" means, with the path and the engine's own words.
@@ -62,6 +63,7 @@ public:
     explicit operator bool() const { return handle_ != nullptr; }
     void Bind(int parameter, Bytes bytes);
     void Bind(int parameter, std::int64_t number);
+    void BindText(int parameter, std::string_view text);  // as the engine's text, not as bytes
     bool Step();  // whether there is a row; throws, and is reset, on failure
     Bytes ColumnBytes(int column) const;
     std::int64_t ColumnInteger(int column) const;

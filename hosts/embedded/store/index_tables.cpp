@@ -23,17 +23,6 @@ std::string StringOf(Bytes bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-std::vector<std::string> Encoded(const std::vector<Text>& keys) {
-    std::vector<std::string> encoded;
-    encoded.reserve(keys.size());
-    for (const Text& key : keys) {
-        encoded.push_back(EncodeIndexKey(key));
-    }
-    std::sort(encoded.begin(), encoded.end());
-    encoded.erase(std::unique(encoded.begin(), encoded.end()), encoded.end());
-    return encoded;
-}
-
 }  // namespace
 
 std::string EncodeIndexKey(TextView key) {
@@ -52,6 +41,26 @@ std::string EncodeIndexKey(TextView key) {
         }
     }
     return bytes;
+}
+
+std::vector<std::string> EncodeIndexKeys(const std::vector<Text>& keys) {
+    std::vector<std::string> encoded;
+    encoded.reserve(keys.size());
+    for (const Text& key : keys) {
+        encoded.push_back(EncodeIndexKey(key));
+    }
+    std::sort(encoded.begin(), encoded.end());
+    encoded.erase(std::unique(encoded.begin(), encoded.end()), encoded.end());
+    return encoded;
+}
+
+void CreateIndexList(Database& database) {
+    database.Execute(("CREATE TABLE indexes("
+                      " number INTEGER PRIMARY KEY AUTOINCREMENT, file INTEGER NOT NULL,"
+                      " name BLOB NOT NULL, description BLOB NOT NULL, UNIQUE(file, name));"
+                      "PRAGMA user_version = " +
+                      std::to_string(kFormatWithIndexes))
+                         .c_str());
 }
 
 // ---- What there is ----
@@ -153,12 +162,7 @@ void IndexTables::Create(std::int64_t file, TextView name, TextView description)
             u"The file \"" + NameOf(file) + u"\" has an index \"" + Text(name) + u"\" already.");
     }
     if (!hasIndexes_) {
-        database_.Execute(("CREATE TABLE indexes("
-                           " number INTEGER PRIMARY KEY AUTOINCREMENT, file INTEGER NOT NULL,"
-                           " name BLOB NOT NULL, description BLOB NOT NULL, UNIQUE(file, name));"
-                           "PRAGMA user_version = " +
-                           std::to_string(kFormatWithIndexes))
-                              .c_str());
+        CreateIndexList(database_);
     }
     const std::string nameBytes = EncodeKey(name);
     const std::string descriptionBytes = EncodeKey(description);
@@ -198,7 +202,7 @@ void IndexTables::Fill(std::int64_t file, std::int64_t number, TextView descript
         }
         keys.clear();
         keys_->KeysOf(multivalue::FileNumber{file}, description, id, record, keys);
-        for (const std::string& key : Encoded(keys)) {
+        for (const std::string& key : EncodeIndexKeys(keys)) {
             const Run entry(insert);
             entry->Bind(1, BytesOf(key));
             entry->Bind(2, idBytes);
@@ -271,7 +275,7 @@ void IndexTables::SetKeys(Index& index, Bytes idBytes, const std::vector<Text>& 
         index.remove =
             Statement(database_, ("DELETE FROM " + table + " WHERE key = ?1 AND id = ?2").c_str());
     }
-    const std::vector<std::string> wanted = Encoded(keys);
+    const std::vector<std::string> wanted = EncodeIndexKeys(keys);
     std::vector<std::string> present;
     {
         const Run run(index.keysOf);

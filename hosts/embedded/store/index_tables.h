@@ -19,6 +19,11 @@ namespace kel::embedded {
 // The bytes of a key: UTF-8 but for surrogates, each of which has its own three bytes. The order of
 // the bytes is the order of the units. DecodeKey reads them back.
 std::string EncodeIndexKey(multivalue::TextView key);
+// Of a record: each once, in order.
+std::vector<std::string> EncodeIndexKeys(const std::vector<multivalue::Text>& keys);
+
+// Makes the table of indexes in an account that has had none.
+void CreateIndexList(Database& database);
 
 class IndexTables {
 public:

@@ -4,20 +4,28 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "hosts/multivalue/store.h"
 
 namespace kel::embedded {
 
+// What survives what. In all of them a write or batch that was acknowledged survives the death of
+// any process, and is there whole or not at all. A power failure here is also a crash of the
+// system.
 enum class Durability {
-    kProcess,  // what was acknowledged survives the death of any process, not a power failure
-    kPower,    // ... and a power failure; every write (or batch) then waits for the disk
+    kFull,    // "full": ... and a power failure; every write (or batch) waits for the disk
+    kNormal,  // "normal": a power failure may take the last writes, but leaves the account sound
+    kOff,     // "off": a power failure may damage the account; for what can be made again
 };
+
+// The setting of that name, whatever its case; nothing for another.
+std::optional<Durability> DurabilityNamed(multivalue::TextView name);
 
 struct StoreOptions {
     bool readOnly = false;
     bool createMissing = true;  // make the account if there is no such file; never when readOnly
-    Durability durability = Durability::kPower;
+    Durability durability = Durability::kFull;
     std::uint32_t busyWaitMs = 10000;  // how long a call waits for another process that is writing
     std::uint64_t maxBytes = 0;  // writes fail (kFull) rather than pass this size; 0: no limit
     multivalue::Text user = {};  // shown to those who wait for a lock; "": the system's name

@@ -1,0 +1,22 @@
+// What a check finds, in the form that a repair goes on from.
+#pragma once
+
+#include <utility>
+#include <vector>
+
+#include "hosts/embedded/store/maintenance.h"
+
+namespace kel::embedded {
+
+struct AccountFindings {
+    AccountReport report;
+    bool damaged = false;  // beyond indexes: the account has to be copied
+    std::vector<std::pair<multivalue::FileNumber, multivalue::Text>> indexes;  // stale or wrong
+};
+
+AccountFindings FindFaults(multivalue::TextView path, const IndexKeysMaker& keys);
+
+// Adds a line to a part of the report unless that is long enough already.
+void AddLine(std::vector<multivalue::Text>& lines, multivalue::Text line);
+
+}  // namespace kel::embedded

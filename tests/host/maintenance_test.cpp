@@ -1,0 +1,165 @@
+// Checking, repairing and backing up accounts.
+#include "hosts/embedded/store/maintenance.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "hosts/embedded/store/database.h"
+#include "tests/host/account_folder.h"
+
+namespace kel::embedded {
+namespace {
+
+using multivalue::AfterWrite;
+using multivalue::Batch;
+using multivalue::ErrorKind;
+using multivalue::FileNumber;
+using multivalue::IndexEntry;
+using multivalue::Store;
+using multivalue::Text;
+using multivalue::TextView;
+using test::AccountFolder;
+using test::Quick;
+using test::Throws;
+
+constexpr int kRecords = 400;
+
+Text IdOf(int n) {
+    return TextOf(std::to_string(n));
+}
+
+Text RecordOf(TextView id) {
+    Text record;
+    for (int i = 0; i < 60; ++i) {
+        record += id;
+    }
+    return record;
+}
+
+class WholeRecordAsKey final : public multivalue::IndexKeys {
+public:
+    void KeysOf(FileNumber, TextView, TextView, TextView record, std::vector<Text>& keys) override {
+        keys.emplace_back(record);
+    }
+};
+
+std::unique_ptr<multivalue::IndexKeys> MakeKeys(Store& /*session*/) {
+    return std::make_unique<WholeRecordAsKey>();
+}
+
+void Fill(TextView path) {
+    const auto store = OpenStore(path, Quick());
+    WholeRecordAsKey keys;
+    store->UseIndexKeys(&keys);
+    const FileNumber file = store->CreateFile(u"F");
+    store->CreateIndex(file, u"I", u"");
+    Batch batch(*store);
+    for (int i = 0; i < kRecords; ++i) {
+        store->Write(file, IdOf(i), RecordOf(IdOf(i)), AfterWrite::kRelease);
+    }
+    batch.Commit();
+}
+
+std::uint64_t IndexEntries(Store& store, FileNumber file) {
+    std::vector<IndexEntry> entries;
+    store.OpenIndexScan(file, u"I", {})->Next(entries, 10 * kRecords);
+    return entries.size();
+}
+
+TEST(Backup, IsTheAccountOfOneMoment) {
+    const AccountFolder folder;
+    Fill(folder.Path());
+    const auto store = OpenStore(folder.Path(), Quick());
+    const FileNumber file = store->FindFile(u"F").value();
+    Batch batch(*store);
+    store->Delete(file, u"1");
+    bool written = false;
+    EXPECT_TRUE(BackUpAccount(folder.Path(), folder.Path("copy"), [&](auto done, auto total) {
+        if (!written) {
+            batch.Commit();  // after the copying began
+            written = true;
+        }
+        return done <= total;
+    }));
+    EXPECT_TRUE(written);
+    const auto copy = OpenStore(folder.Path("copy"), Quick());
+    EXPECT_TRUE(copy->Exists(file, u"1"));
+    EXPECT_EQ(CheckAccount(folder.Path("copy"), MakeKeys).faults, std::vector<Text>());
+    EXPECT_TRUE(Throws(ErrorKind::kFileExists, folder.Path("copy"), [&] {
+        BackUpAccount(folder.Path(), folder.Path("copy"));
+    }));
+    EXPECT_FALSE(
+        BackUpAccount(folder.Path(), folder.Path("not"), [](auto, auto) { return false; }));
+    EXPECT_FALSE(std::filesystem::exists(folder / "not"));
+    EXPECT_FALSE(std::filesystem::exists(folder / "not-partial"));
+}
+
+TEST(Repair, MendsIndexes) {
+    for (const char* harm : {"DELETE FROM x1 WHERE id = x'37'",
+                             "UPDATE x1 SET id = x'414141' WHERE id = x'37'",
+                             "INSERT INTO x1 VALUES(x'41', x'3939393939')",
+                             "UPDATE f1 SET rec = x'0041' WHERE id = x'37'"}) {
+        const AccountFolder folder;
+        Fill(folder.Path());
+        EXPECT_EQ(CheckAccount(folder.Path(), MakeKeys).faults.size(), 0U);
+        Database(folder.Path(), Database::Mode::kReadWrite, 0).Execute(harm);
+        const AccountReport report = CheckAccount(folder.Path(), MakeKeys);
+        EXPECT_GT(report.faults.size(), 0U) << harm;
+        EXPECT_EQ(report.records, static_cast<std::uint64_t>(kRecords));
+        EXPECT_EQ(RepairAccount(folder.Path(), MakeKeys).losses.size(), 0U);
+        EXPECT_EQ(CheckAccount(folder.Path(), MakeKeys).faults.size(), 0U) << harm;
+        const auto store = OpenStore(folder.Path(), Quick());
+        EXPECT_EQ(IndexEntries(*store, store->FindFile(u"F").value()),
+                  static_cast<std::uint64_t>(kRecords));
+    }
+}
+
+// Spoils each page of the account in turn but the first, without which there is no account.
+TEST(Repair, KeepsWhatCanBeReadAndSaysWhatCannot) {
+    const AccountFolder original;
+    Fill(original.Path());
+    const auto size = std::filesystem::file_size(original / "account");
+    std::uint64_t kept = 0;
+    std::uint64_t possible = 0;
+    for (std::uintmax_t page = 4096; page < size; page += 4096) {
+        const AccountFolder folder;
+        std::filesystem::copy_file(original / "account", folder / "account");
+        {
+            std::fstream file(folder / "account", std::ios::in | std::ios::out | std::ios::binary);
+            file.seekp(static_cast<std::streamoff>(page));
+            file << std::string(4096, '\x5A');
+        }
+        {
+            const auto busy = OpenStore(folder.Path(), Quick());
+            EXPECT_TRUE(Throws(
+                ErrorKind::kBusy, folder.Path(), [&] { RepairAccount(folder.Path(), MakeKeys); }));
+        }
+        const AccountReport report = RepairAccount(folder.Path(), MakeKeys);
+        EXPECT_GT(report.faults.size(), 0U) << page;
+        EXPECT_TRUE(std::filesystem::exists(folder / "account-damaged"));
+        const AccountReport now = CheckAccount(folder.Path(), MakeKeys);
+        EXPECT_EQ(now.faults, std::vector<Text>()) << page;
+        EXPECT_TRUE(now.records == kRecords || !report.losses.empty()) << page;
+        kept += now.records;
+        possible += kRecords;
+        const auto store = OpenStore(folder.Path(), Quick());
+        for (const Text& name : store->FileNames()) {
+            const FileNumber file = store->FindFile(name).value();
+            std::vector<multivalue::ScanEntry> entries;
+            store->OpenScan(file, {})->Next(entries, kRecords);
+            for (const auto& entry : entries) {
+                EXPECT_EQ(entry.record, RecordOf(entry.id));
+            }
+            if (!store->Indexes(file).empty()) {
+                EXPECT_EQ(IndexEntries(*store, file), store->CountRecords(file));
+            }
+        }
+    }
+    EXPECT_GT(kept * 100, possible * 95);
+}
+
+}  // namespace
+}  // namespace kel::embedded
