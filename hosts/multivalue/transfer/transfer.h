@@ -1,0 +1,107 @@
+// Records in and out of a file as CSV (RFC 4180) and JSON. Everything streams: neither the data nor
+// the file is held as a whole.
+//
+// Data is UTF-8, a byte order mark in front is ignored. A file of CSV begins with the names of its
+// columns. JSON is one object per record, one after another ("JSON lines") or in one array; which
+// one is found out when reading.
+//
+// A multivalued field in CSV has its values parted by "|" and subvalues by "~" inside the cell.
+// Backslashes before a separator work as quotes do for the command line: an odd one makes it a
+// character like others, of the rest every two stand for one; elsewhere a backslash is itself. In
+// JSON values are an array and a value of several subvalues is an array within. In JSON, null comes
+// in as nothing, true as 1, false as 0, and numbers as they are written.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <vector>
+
+#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/transfer/fields.h"
+
+namespace kel::multivalue {
+
+enum class TransferFormat { kCsv, kJsonLines, kJsonArray };
+
+struct CsvForm {
+    char16_t delimiter = u',';
+    char16_t valueSeparator = u'|';
+    char16_t subvalueSeparator = u'~';
+};
+
+// Told after every batch how many records are through; false ends the transfer there.
+using TransferProgress = std::function<bool(std::uint64_t records)>;
+
+struct TransferFault {
+    std::uint64_t line = 0;  // of the data, from 1: where the record begins
+    Text column;             // empty when the fault is with the record as a whole
+    Text text;               // a whole sentence with line and column
+};
+
+// Told of a record that cannot be imported; true leaves the record out and goes on.
+using FaultHandler = std::function<bool(const TransferFault& fault)>;
+
+// What happens to a record that is there already.
+enum class Existing {
+    kReplace,  // the imported one takes its place
+    kMerge,    // only the imported columns change
+    kKeep      // it stays, the imported one is left out
+};
+
+struct ImportOptions {
+    TransferFormat format = TransferFormat::kCsv;
+    CsvForm csv = {};
+    std::vector<Text> columns = {};  // of CSV without names in front; empty: the first row has them
+    // The column of the ids, which need not be a field; if it is one of an attribute it goes there
+    // too. Empty: the column whose field is the id.
+    Text idColumn = {};
+    bool ignoreUnknown = false;  // leave out columns that are no fields, instead of a fault
+    Existing existing = Existing::kReplace;
+    std::size_t batch = 1000;  // records committed together
+    TransferProgress progress = {};
+    FaultHandler onFault = {};  // empty: the first fault ends the import
+};
+
+struct ImportResult {
+    std::uint64_t records = 0;  // written
+    std::uint64_t left = 0;     // left out: faults and kKeep
+    bool whole = true;          // false when `progress` ended it
+};
+
+// Imports into a file; no batch may be open. A record that comes twice counts as the later one.
+//
+// Throws kBadData for a fault that nobody let pass and for data that cannot be read on (JSON out of
+// form, no UTF-8, a quote that is never closed). The text gives line and column; batches committed
+// before stay, what came after them is not in, and the text says how many records are.
+ImportResult Import(Store& store,
+                    FileNumber file,
+                    std::istream& data,
+                    TransferFields& fields,
+                    const ImportOptions& options = {});
+
+struct ExportOptions {
+    TransferFormat format = TransferFormat::kCsv;
+    CsvForm csv = {};
+    std::vector<Text> columns = {};  // in this order
+    bool byteOrderMark = false;      // some spreadsheets take CSV for UTF-8 only with one
+    // Gives the ids to export, one at a time, false at the end; ids of no record are passed over.
+    // Empty: the whole file in the order of ids.
+    std::function<bool(Text& id)> nextId = {};
+    std::size_t batch = 1000;  // records between two calls of `progress`
+    TransferProgress progress = {};
+};
+
+// Returns the number of records written. Lines of CSV end with CR LF, of JSON with LF.
+//
+// Throws kBadData for a column that is no field, kInputOutput when the
+// stream fails, kBadData for a lone surrogate in CSV, which UTF-8 has no form for.
+std::uint64_t Export(Store& store,
+                     FileNumber file,
+                     std::ostream& data,
+                     TransferFields& fields,
+                     const ExportOptions& options);
+
+}  // namespace kel::multivalue
