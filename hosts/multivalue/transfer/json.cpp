@@ -181,12 +181,13 @@ std::int32_t JsonReader::ReadHex() {
 void JsonReader::ReadString(Text& text) {
     Expect('"');
     for (;;) {
-        const std::int32_t point = reader_.Take();
-        if (point == '"') {
-            return;
-        }
+        const std::int32_t point = reader_.Peek();
         if (point < 0x20) {  // the end too
             Fail(u"The data is not JSON: a text does not end on its line.");
+        }
+        reader_.Take();
+        if (point == '"') {
+            return;
         }
         if (point != '\\') {
             AppendPoint(text, point);
