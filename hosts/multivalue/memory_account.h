@@ -102,7 +102,7 @@ public:
     // For the scans, which hold the mutex meanwhile.
     std::recursive_mutex& mutex() { return account_->mutex; }
     const MemoryFile& FileOf(FileNumber file);                      // kNoSuchFile
-    MemoryIndex& IndexOf(MemoryFile& file, TextView name);          // kNoSuchIndex
+    static MemoryIndex& IndexOf(MemoryFile& file, TextView name);   // kNoSuchIndex
     const MemoryIndex& FreshIndex(FileNumber file, TextView name);  // kNoSuchIndex, kStaleIndex
 
 private:

@@ -10,7 +10,6 @@
 namespace kel::multivalue {
 
 using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 namespace {
 

@@ -49,8 +49,8 @@ public:
     void CheckAll() {
         Guarded([&] { CheckEngine(); });
         Guarded([&] { CheckCatalogue(); });
-        for (const auto& [number, name] : files_) {
-            Guarded([&] { CheckFile(number, name); });
+        for (const auto& file : files_) {
+            Guarded([&] { CheckFile(file.first, file.second); });
         }
     }
 
@@ -148,11 +148,14 @@ private:
             const Bytes idBytes = scan.ColumnBytes(0);
             const Text id = TextIn(scan, 0);
             if (!IsId(id, idBytes)) {
-                Damage(u"The file \"" + name + u"\" holds a record whose id is none: \"" + id +
-                       u"\".");
+                Damage(Sentence(
+                    {u"The file \"", name, u"\" holds a record whose id is none: \"", id, u"\"."}));
             } else if (!DecodeRecord(scan.ColumnBytes(1), record)) {
-                Damage(u"The record \"" + id + u"\" of the file \"" + name +
-                       u"\" is in a form that does not exist.");
+                Damage(Sentence({u"The record \"",
+                                 id,
+                                 u"\" of the file \"",
+                                 name,
+                                 u"\" is in a form that does not exist."}));
             } else {
                 for (CheckedIndex& index : indexes) {
                     CheckKeys(file, index, id, idBytes, record);
@@ -240,6 +243,14 @@ void CountLocks(multivalue::Store& session, AccountReport& report) {
 }
 
 }  // namespace
+
+Text Sentence(std::initializer_list<TextView> parts) {
+    Text sentence;
+    for (const TextView part : parts) {
+        sentence += part;
+    }
+    return sentence;
+}
 
 void AddLine(std::vector<Text>& lines, Text line) {
     if (lines.size() < kMaxLines) {

@@ -1,6 +1,7 @@
 // What a check finds, in the form that a repair goes on from.
 #pragma once
 
+#include <initializer_list>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,8 @@ struct AccountFindings {
 };
 
 AccountFindings FindFaults(multivalue::TextView path, const IndexKeysMaker& keys);
+
+multivalue::Text Sentence(std::initializer_list<multivalue::TextView> parts);
 
 // Adds a line to a part of the report unless that is long enough already.
 void AddLine(std::vector<multivalue::Text>& lines, multivalue::Text line);

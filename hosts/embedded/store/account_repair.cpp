@@ -178,8 +178,10 @@ private:
                 if (!run->Step()) {
                     Text id;
                     DecodeKey(ids.ColumnBytes(0), id);
-                    AddLine(report_.losses,
-                            u"The record \"" + id + u"\" of the file \"" + name + u"\" is lost.");
+                    AddLine(
+                        report_.losses,
+                        Sentence(
+                            {u"The record \"", id, u"\" of the file \"", name, u"\" is lost."}));
                     ++lost;
                 }
             }

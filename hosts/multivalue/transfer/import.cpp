@@ -114,7 +114,7 @@ private:
         return true;
     }
 
-    Text Worded(const TransferFault& fault) const {
+    static Text Worded(const TransferFault& fault) {
         return u"Line " + Digits(fault.line) +
                (fault.column.empty() ? Text() : u", column \"" + fault.column + u"\"") + u": " +
                fault.text;
