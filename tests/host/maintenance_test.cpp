@@ -65,7 +65,7 @@ void Fill(TextView path) {
 
 std::uint64_t IndexEntries(Store& store, FileNumber file) {
     std::vector<IndexEntry> entries;
-    store.OpenIndexScan(file, u"I", {})->Next(entries, 10 * kRecords);
+    store.OpenIndexScan(file, u"I", {})->Next(entries, 10000);
     return entries.size();
 }
 
@@ -125,7 +125,7 @@ TEST(Repair, KeepsWhatCanBeReadAndSaysWhatCannot) {
     const auto size = std::filesystem::file_size(original / "account");
     std::uint64_t kept = 0;
     std::uint64_t possible = 0;
-    for (std::uintmax_t page = 4096; page < size; page += 5 * 4096) {
+    for (std::uintmax_t page = 4096; page < size; page += 20480) {
         const AccountFolder folder;
         std::filesystem::copy_file(original / "account", folder / "account");
         {
