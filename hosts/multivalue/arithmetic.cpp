@@ -1,11 +1,10 @@
 #include "hosts/multivalue/arithmetic.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <limits>
 #include <utility>
 
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/pattern.h"
 
 namespace kel::multivalue {
@@ -67,24 +66,47 @@ std::optional<std::int64_t> CalculateSmall(Operation operation,
     return result;
 }
 
+// A whole number of as many digits as are calculated without a Decimal, written plainly.
+std::optional<std::int64_t> ParseSmall(TextView text) {
+    const bool negative = !text.empty() && text.front() == u'-';
+    const TextView digits = text.substr(negative ? 1 : 0);
+    if (digits.empty() || digits.size() > kSmallDigits) {
+        return std::nullopt;
+    }
+    std::int64_t value = 0;
+    for (const char16_t unit : digits) {
+        if (!IsDigit(unit)) {
+            return std::nullopt;
+        }
+        value = value * 10 + (unit - u'0');
+    }
+    return negative ? -value : value;
+}
+
+int CompareSmall(std::int64_t left, std::int64_t right) {
+    return left < right ? -1 : static_cast<int>(left > right);
+}
+
+int CompareValues(TextView left, TextView right) {
+    const std::optional<std::int64_t> leftSmall = ParseSmall(left);
+    const std::optional<std::int64_t> rightSmall = leftSmall ? ParseSmall(right) : std::nullopt;
+    if (rightSmall) {
+        return CompareSmall(*leftSmall, *rightSmall);
+    }
+    const std::optional<Number> leftNumber = Number::Parse(left);
+    const std::optional<Number> rightNumber = leftNumber ? Number::Parse(right) : std::nullopt;
+    return rightNumber ? Number::Compare(*leftNumber, *rightNumber) : left.compare(right);
+}
+
 }  // namespace
 
 std::optional<Number> Number::Parse(TextView text) {
-    const bool negative = !text.empty() && text.front() == u'-';
-    const TextView digits = text.substr(negative ? 1 : 0);
-    if (!digits.empty() && digits.size() <= kSmallDigits) {
-        std::int64_t value = 0;
-        std::size_t i = 0;
-        for (; i < digits.size() && digits[i] >= u'0' && digits[i] <= u'9'; ++i) {
-            value = value * 10 + (digits[i] - u'0');
-        }
-        if (i == digits.size()) {
-            return Number(negative ? -value : value);
-        }
-        // Most texts that are no numbers start with a letter.
-        if (i == 0 && digits[0] > u'9') {
-            return std::nullopt;
-        }
+    if (const std::optional<std::int64_t> small = ParseSmall(text)) {
+        return Number(*small);
+    }
+    // Most texts that are no numbers start with a letter, or are empty.
+    if (text.empty() || text.front() > u'9') {
+        return std::nullopt;
     }
     if (text.size() > kMaxNumberUnits) {
         return std::nullopt;
@@ -143,9 +165,7 @@ void Number::AppendTo(Text& out) const {
         shown.AppendTo(out);
         return;
     }
-    std::array<char, 24> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), small_).ptr;
-    out.append(digits.data(), end);
+    AppendInteger(out, small_);
 }
 
 Number Number::Calculate(Operation operation, const Number& left, const Number& right) {
@@ -163,24 +183,37 @@ Number Number::Calculate(Operation operation, const Number& left, const Number& 
 
 int Number::Compare(const Number& left, const Number& right) {
     if (!left.big_ && !right.big_) {
-        return left.small_ < right.small_ ? -1 : static_cast<int>(left.small_ > right.small_);
+        return CompareSmall(left.small_, right.small_);
     }
     const std::strong_ordering order = left.ToDecimal() <=> right.ToDecimal();
     return order < 0 ? -1 : static_cast<int>(order > 0);
+}
+
+void AppendCalculated(Operation operation, TextView left, TextView right, bool whole, Text& out) {
+    const std::optional<std::int64_t> leftSmall = ParseSmall(left);
+    const std::optional<std::int64_t> rightSmall = leftSmall ? ParseSmall(right) : std::nullopt;
+    if (rightSmall && *rightSmall != 0) {
+        if (whole && operation == Operation::kDivide) {
+            return AppendInteger(out, *leftSmall / *rightSmall);
+        }
+        if (const auto result = CalculateSmall(operation, *leftSmall, *rightSmall)) {
+            return AppendInteger(out, *result);
+        }
+    }
+    const Number first = Number::OrZero(left);
+    const Number second = Number::OrZero(right);
+    if (whole) {
+        Number::Calculate(operation, first.Whole(), second.Whole()).Whole().AppendTo(out);
+    } else {
+        Number::Calculate(operation, first, second).AppendTo(out);
+    }
 }
 
 bool Holds(Relation relation, TextView left, TextView right) {
     if (relation == Relation::kMatches) {
         return Matches(left, right);
     }
-    int order = 0;
-    const std::optional<Number> leftNumber = Number::Parse(left);
-    const std::optional<Number> rightNumber = leftNumber ? Number::Parse(right) : std::nullopt;
-    if (rightNumber) {
-        order = Number::Compare(*leftNumber, *rightNumber);
-    } else {
-        order = left.compare(right);
-    }
+    const int order = CompareValues(left, right);
     switch (relation) {
         case Relation::kEqual:
             return order == 0;

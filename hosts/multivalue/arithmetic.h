@@ -49,6 +49,10 @@ private:
     std::optional<Decimal> big_;
 };
 
+// Calculates with two texts as Number::Calculate does; if `whole`, with their whole parts and to a
+// whole number.
+void AppendCalculated(Operation operation, TextView left, TextView right, bool whole, Text& out);
+
 // Two numbers by size, anything else unit by unit; an empty text is no number. kMatches: whether
 // the left is of the pattern on the right.
 bool Holds(Relation relation, TextView left, TextView right);

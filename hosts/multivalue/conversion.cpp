@@ -164,24 +164,6 @@ std::optional<std::int64_t> WholeNumber(TextView text) {
     return number ? number->ToInteger() : std::nullopt;
 }
 
-void AppendInteger(Text& out, std::int64_t number) {
-    char16_t digits[24];
-    std::size_t at = std::size(digits);
-    const bool isNegative = number < 0;
-    auto magnitude = static_cast<std::uint64_t>(number);
-    if (isNegative) {
-        magnitude = 0 - magnitude;
-    }
-    do {
-        digits[--at] = static_cast<char16_t>(u'0' + magnitude % 10);
-        magnitude /= 10;
-    } while (magnitude != 0);
-    if (isNegative) {
-        digits[--at] = u'-';
-    }
-    out.append(digits + at, std::size(digits) - at);
-}
-
 Converted Oconv(TextView value, TextView code, Surroundings& around) {
     return ConvertElements({value, Direction::kOut, around}, code);
 }

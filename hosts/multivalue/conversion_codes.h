@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/conversion.h"
 
 namespace kel::multivalue {
@@ -33,21 +34,6 @@ struct Element {
     Direction direction;
     Surroundings& around;
 };
-
-constexpr char16_t UpperAscii(char16_t unit) {
-    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit;
-}
-constexpr char16_t LowerAscii(char16_t unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 0x20) : unit;
-}
-constexpr bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
-}
-// Letters are those of ASCII: codes were made for these, and stored data depends on what they
-// strip.
-constexpr bool IsLetter(char16_t unit) {
-    return UpperAscii(unit) >= u'A' && UpperAscii(unit) <= u'Z';
-}
 
 // A code read from left to right.
 class CodeReader {
@@ -109,8 +95,6 @@ private:
 
 // A number's whole part, towards zero; empty when the text is no number or beyond 18 digits.
 std::optional<std::int64_t> WholeNumber(TextView text);
-
-void AppendInteger(Text& out, std::int64_t number);
 
 // `count` groups of a text parted by `delimiter`, from behind the first `skip`, with the delimiters
 // between them.

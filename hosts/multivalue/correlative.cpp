@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hosts/multivalue/arithmetic.h"
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/compiler.h"
 #include "hosts/multivalue/conversion.h"
 #include "hosts/multivalue/dictionary.h"
@@ -38,10 +39,6 @@ Text Upper(TextView text) {
     Text upper;
     AppendUpper(text, upper);
     return upper;
-}
-
-bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "hosts/multivalue/arithmetic.h"
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/conversion.h"
 #include "hosts/multivalue/element_functions.h"
 #include "hosts/multivalue/error.h"
@@ -25,10 +26,6 @@ void RequireRoom(std::size_t units) {
     if (units > kMaxResultUnits) {
         throw Error(ErrorKind::kTooLong, u"The result of an expression is too long.");
     }
-}
-
-void AppendInteger(Text& out, std::int64_t number) {
-    Number(number).AppendTo(out);
 }
 
 TextView TruthText(bool truth) {
@@ -165,13 +162,7 @@ private:
         const bool whole = node.manner == Manner::kElements;
         const std::array<Operand, 2> operands{ChildOperand(node, 0), ChildOperand(node, 1)};
         LineUp(operands, out, [&](const std::array<TextView, 2>& element, Text& to) {
-            Number left = Number::OrZero(element[0]);
-            Number right = Number::OrZero(element[1]);
-            if (whole) {
-                Number::Calculate(node.operation, left.Whole(), right.Whole()).Whole().AppendTo(to);
-            } else {
-                Number::Calculate(node.operation, left, right).AppendTo(to);
-            }
+            AppendCalculated(node.operation, element[0], element[1], whole, to);
         });
     }
 

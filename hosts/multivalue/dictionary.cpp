@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hosts/multivalue/arithmetic.h"
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/correlative.h"
 #include "hosts/multivalue/dynamic_array.h"
 #include "hosts/multivalue/record_fields.h"
@@ -11,10 +12,6 @@
 namespace kel::multivalue {
 
 namespace {
-
-bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
-}
 
 bool IsJustification(char16_t unit) {
     return unit == u'L' || unit == u'R' || unit == u'T' || unit == u'U';

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/text_functions.h"
 
 namespace kel::multivalue {
@@ -21,10 +22,6 @@ void VisitElements(TextView text, UnitRange marks, Visitor visit) {
         }
         text.remove_prefix(end + 1);
     }
-}
-
-void AppendCount(Text& out, std::size_t count) {
-    Number(static_cast<std::int64_t>(count)).AppendTo(out);
 }
 
 }  // namespace
@@ -86,7 +83,7 @@ void ValueCounts::AppendValueNumbers(Text& out) const {
         if (value > 1) {
             out.push_back(kValueMark);
         }
-        AppendCount(out, value);
+        AppendInteger(out, static_cast<std::int64_t>(value));
     }
 }
 
@@ -99,7 +96,7 @@ void ValueCounts::AppendSubvalueNumbers(Text& out) const {
             if (part > 1) {
                 out.push_back(kSubvalueMark);
             }
-            AppendCount(out, part);
+            AppendInteger(out, static_cast<std::int64_t>(part));
         }
     }
 }

@@ -23,24 +23,31 @@ inline bool Has(TextView text, UnitRange marks) {
     return FindInRange(text.data(), text.size(), marks) != text.size();
 }
 
+template <std::size_t kCount>
+std::array<TextView, kCount> TextsOf(const std::array<Operand, kCount>& operands) {
+    std::array<TextView, kCount> texts;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        texts[i] = operands[i].text;
+    }
+    return texts;
+}
+
+// The first element of an operand's rest, which loses it; whether it was the last.
+inline bool Cut(TextView& rest, char16_t mark, TextView& element) {
+    const std::size_t end = FindInRange(rest.data(), rest.size(), {mark, mark});
+    element = rest.substr(0, end);
+    const bool last = end == rest.size();
+    rest.remove_prefix(last ? end : end + 1);
+    return last;
+}
+
+// `lowest` is the lowest mark that any of the operands has.
 template <std::size_t kCount, typename Combine>
 void LineUpLevel(const std::array<Operand, kCount>& operands,
                  char16_t mark,
+                 char16_t lowest,
                  Text& out,
                  Combine& combine) {
-    while (std::none_of(operands.begin(), operands.end(), [mark](const Operand& operand) {
-        return Has(operand.text, {mark, mark});
-    })) {
-        if (mark == kSubvalueMark) {
-            std::array<TextView, kCount> elements;
-            for (std::size_t i = 0; i < kCount; ++i) {
-                elements[i] = operands[i].text;
-            }
-            combine(elements, out);
-            return;
-        }
-        --mark;
-    }
     std::array<Operand, kCount> rest = operands;
     std::array<bool, kCount> stays{};  // the one element of an operand that repeats
     std::array<bool, kCount> ended{};
@@ -54,25 +61,17 @@ void LineUpLevel(const std::array<Operand, kCount>& operands,
             if (stays[i]) {
                 continue;
             }
-            TextView& left = rest[i].text;
             if (ended[i]) {
                 elements[i].text = {};
-                continue;
+            } else {
+                ended[i] = Cut(rest[i].text, mark, elements[i].text);
+                more = more || !ended[i];
             }
-            const std::size_t end = FindInRange(left.data(), left.size(), {mark, mark});
-            elements[i].text = left.substr(0, end);
-            ended[i] = end == left.size();
-            left.remove_prefix(ended[i] ? end : end + 1);
-            more = more || !ended[i];
         }
-        if (mark == kSubvalueMark) {
-            std::array<TextView, kCount> texts;
-            for (std::size_t i = 0; i < kCount; ++i) {
-                texts[i] = elements[i].text;
-            }
-            combine(texts, out);
+        if (mark == lowest) {
+            combine(TextsOf(elements), out);
         } else {
-            LineUpLevel(elements, static_cast<char16_t>(mark - 1), out, combine);
+            LineUpLevel(elements, static_cast<char16_t>(mark - 1), lowest, out, combine);
         }
         if (!more) {
             return;
@@ -87,7 +86,25 @@ void LineUpLevel(const std::array<Operand, kCount>& operands,
 // with the marks between the places.
 template <std::size_t kCount, typename Combine>
 void LineUp(const std::array<Operand, kCount>& operands, Text& out, Combine combine) {
-    line_up_internal::LineUpLevel(operands, kAttributeMark, out, combine);
+    using namespace line_up_internal;
+    const auto haveAny = [&operands](UnitRange marks) {
+        return std::any_of(operands.begin(), operands.end(), [marks](const Operand& operand) {
+            return Has(operand.text, marks);
+        });
+    };
+    if (!haveAny({kSubvalueMark, kAttributeMark})) {
+        combine(TextsOf(operands), out);
+        return;
+    }
+    char16_t highest = kAttributeMark;
+    while (!haveAny({highest, kAttributeMark})) {
+        --highest;
+    }
+    char16_t lowest = kSubvalueMark;
+    while (!haveAny({kSubvalueMark, lowest})) {
+        ++lowest;
+    }
+    LineUpLevel(operands, highest, lowest, out, combine);
 }
 
 }  // namespace kel::multivalue

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <optional>
 
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/error.h"
 
 namespace kel::multivalue {
@@ -118,28 +118,22 @@ std::size_t DepthOf(const Program& program) {
     return depth;
 }
 
-void AppendNumber(Text& out, std::int64_t number) {
-    std::array<char, 24> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-    out.append(digits.data(), end);
-}
-
 void WriteNode(const Program& program, std::uint32_t index, Text& out) {
     const OperationNode& node = program.nodes[index];
     for (std::uint32_t i = 0; i < node.childCount; ++i) {
         WriteNode(program, program.children[node.firstChild + i], out);
     }
-    AppendNumber(out, static_cast<int>(node.operation));
+    AppendInteger(out, static_cast<int>(node.operation));
     for (const std::int64_t part : {static_cast<std::int64_t>(node.manner),
                                     std::int64_t{node.childCount},
                                     std::int64_t{node.number}}) {
         out.push_back(u',');
-        AppendNumber(out, part);
+        AppendInteger(out, part);
     }
     if (ShapeOf(node.operation).hasText) {
         const Text& text = program.texts[node.text];
         out.push_back(u',');
-        AppendNumber(out, static_cast<std::int64_t>(text.size()));
+        AppendInteger(out, static_cast<std::int64_t>(text.size()));
         out.push_back(u':');
         out.append(text);
     }
@@ -190,8 +184,8 @@ private:
 
     std::int32_t TakeNumber() {
         std::int64_t number = 0;
-        Require(!rest_.empty() && rest_.front() >= u'0' && rest_.front() <= u'9');
-        while (!rest_.empty() && rest_.front() >= u'0' && rest_.front() <= u'9') {
+        Require(!rest_.empty() && IsDigit(rest_.front()));
+        while (!rest_.empty() && IsDigit(rest_.front())) {
             number = number * 10 + (rest_.front() - u'0');
             Require(number <= INT32_MAX);
             rest_.remove_prefix(1);

@@ -1,5 +1,8 @@
 #include "hosts/multivalue/record_fields.h"
 
+#include <algorithm>
+#include <bit>
+
 #include "hosts/multivalue/mark_scan.h"
 
 namespace kel::multivalue {
@@ -8,7 +11,7 @@ void RecordFields::Read(TextView record) {
     array_ = nullptr;
     text_ = record;
     ends_.clear();
-    complete_ = false;
+    scanned_ = 0;
 }
 
 void RecordFields::Read(const DynamicArray& record) {
@@ -22,13 +25,18 @@ TextView RecordFields::Attribute(std::int32_t number) {
     }
     Whole();
     const auto wanted = static_cast<std::size_t>(number);
-    while (ends_.size() < wanted && !complete_) {
-        const std::size_t start = ends_.empty() ? 0 : ends_.back() + 1;
-        const std::size_t end = start + FindInRange(text_.data() + start,
-                                                    text_.size() - start,
-                                                    {kAttributeMark, kAttributeMark});
-        complete_ = end == text_.size();
-        ends_.push_back(end);
+    while (ends_.size() < wanted && scanned_ <= text_.size()) {
+        const std::size_t block = std::min(kScanBlock, text_.size() - scanned_);
+        std::uint64_t marks =
+            RangeMask(text_.data() + scanned_, block, {kAttributeMark, kAttributeMark});
+        for (; marks != 0; marks &= marks - 1) {
+            ends_.push_back(scanned_ + static_cast<std::size_t>(std::countr_zero(marks)));
+        }
+        scanned_ += block;
+        if (scanned_ == text_.size()) {
+            ends_.push_back(scanned_);
+            ++scanned_;
+        }
     }
     if (ends_.size() < wanted) {
         return {};

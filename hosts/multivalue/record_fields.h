@@ -31,8 +31,8 @@ private:
     const DynamicArray* array_ = nullptr;  // not yet copied to whole_
     Text whole_;
     TextView text_;
-    std::vector<std::size_t> ends_;  // of the attributes passed so far
-    bool complete_ = false;          // ends_ has the last
+    std::vector<std::size_t> ends_;  // of the attributes in the part scanned so far
+    std::size_t scanned_ = 0;        // past the size of text_: ends_ has the last
 };
 
 // The n-th element, from 1, of `text` at the level that `mark` parts; "" past the end.

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "hosts/multivalue/arithmetic.h"
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/error.h"
 #include "hosts/multivalue/text_functions.h"
 
@@ -11,14 +12,6 @@ namespace kel::multivalue {
 namespace {
 
 constexpr std::array<TextView, 6> kDoubleSigns = {u"<>", u"><", u"<=", u"=<", u">=", u"=>"};
-
-bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
-}
-
-bool IsLetter(char16_t unit) {
-    return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z');
-}
 
 bool BeginsName(char16_t unit) {
     return IsLetter(unit) || unit == u'@' || unit == u'_' || unit == u'$' || unit == u'%' ||

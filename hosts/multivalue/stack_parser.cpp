@@ -3,16 +3,13 @@
 #include <optional>
 
 #include "hosts/multivalue/arithmetic.h"
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/compiler.h"
 #include "hosts/multivalue/text_functions.h"
 
 namespace kel::multivalue {
 
 namespace {
-
-bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
-}
 
 struct Operator {
     TextView sign;

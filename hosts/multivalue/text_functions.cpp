@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hosts/multivalue/ascii.h"
 #include "hosts/multivalue/error.h"
 #include "hosts/multivalue/record_fields.h"
 
@@ -72,13 +73,13 @@ std::size_t CountOf(TextView text, TextView part, Overlap overlap) {
 
 void AppendUpper(TextView text, Text& out) {
     for (const char16_t unit : text) {
-        out.push_back(unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 0x20) : unit);
+        out.push_back(UpperAscii(unit));
     }
 }
 
 void AppendLower(TextView text, Text& out) {
     for (const char16_t unit : text) {
-        out.push_back(unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 0x20) : unit);
+        out.push_back(LowerAscii(unit));
     }
 }
 
