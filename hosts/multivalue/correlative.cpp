@@ -74,10 +74,13 @@ bool FindCounterWord(TextView upperWord, const Part& input, Part& found) {
     return false;
 }
 
-std::uint32_t ConversionNode(
-    Compiler& compiler, std::uint32_t value, TextView code, TextView source, std::size_t offset) {
+std::uint32_t ConversionNode(Compiler& compiler,
+                             std::uint32_t value,
+                             TextView code,
+                             TextView correlative,
+                             std::size_t offset) {
     if (code.empty() || !IsConversion(code)) {
-        RaiseWrong(source, offset, code, u"there is no such code");
+        RaiseWrong(correlative, offset, code, u"there is no such code");
     }
     ProgramBuilder& builder = compiler.Builder();
     return builder.Add({.operation = Operation::kOutput, .manner = Manner::kElements},

@@ -132,20 +132,19 @@ char16_t KindLetter(TextView record) {
 
 }  // namespace
 
-DictionaryItem ReadDictionaryItem(TextView text) {
-    RecordFields record;
-    record.Read(text);
+DictionaryItem ReadDictionaryItem(TextView record) {
+    RecordFields fields(record);
     DictionaryItem item;
-    const Text type = Upper(ElementOf(record.Attribute(1), kValueMark, 1));
+    const Text type = Upper(ElementOf(fields.Attribute(1), kValueMark, 1));
     // A description may follow the type: "D Name of the customer".
     const TextView word = TextView(type).substr(0, std::min(type.find(u' '), type.size()));
     if (word == u"D" || word == u"I") {
-        ReadUniItem(record, word == u"I", item);
+        ReadUniItem(fields, word == u"I", item);
     } else if (word == u"A" || word == u"S") {
-        ReadR83Item(record, item);
+        ReadR83Item(fields, item);
     } else if (word == u"PH") {
         item.kind = DictionaryItem::Kind::kPhrase;
-        item.phrase = record.Attribute(2);
+        item.phrase = fields.Attribute(2);
     } else {
         item.kind = DictionaryItem::Kind::kOther;
     }

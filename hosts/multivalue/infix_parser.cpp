@@ -387,7 +387,7 @@ private:
     }
 
     Word TakeBareWord(TextView what) {
-        const Word word = scanner_.Current();
+        Word word = scanner_.Current();
         scanner_.Require(word.kind == Word::Kind::kText || word.kind == Word::Kind::kName ||
                              word.kind == Word::Kind::kNumber,
                          what);
