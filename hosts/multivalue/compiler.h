@@ -84,11 +84,11 @@ std::uint32_t CompileStack(Compiler& compiler, const Source& source, Part input)
 // when the word is none of these.
 bool FindCounterWord(TextView upperWord, const Part& input, Part& found);
 
-// A node that converts `value` by `code`, which stands at `offset` of `correlative`. Raises
+// A node that converts `value` by `conversion`, which stands at `offset` of `correlative`. Raises
 // kBadArgument for a code that is not valid.
 std::uint32_t ConversionNode(Compiler& compiler,
                              std::uint32_t value,
-                             TextView code,
+                             TextView conversion,
                              TextView correlative,
                              std::size_t offset);
 

@@ -76,15 +76,16 @@ bool FindCounterWord(TextView upperWord, const Part& input, Part& found) {
 
 std::uint32_t ConversionNode(Compiler& compiler,
                              std::uint32_t value,
-                             TextView code,
+                             TextView conversion,
                              TextView correlative,
                              std::size_t offset) {
-    if (code.empty() || !IsConversion(code)) {
-        RaiseWrong(correlative, offset, code, u"there is no such code");
+    if (conversion.empty() || !IsConversion(conversion)) {
+        RaiseWrong(correlative, offset, conversion, u"there is no such code");
     }
     ProgramBuilder& builder = compiler.Builder();
-    return builder.Add({.operation = Operation::kOutput, .manner = Manner::kElements},
-                       {value, builder.Add({.operation = Operation::kConstant, .text = code})});
+    return builder.Add(
+        {.operation = Operation::kOutput, .manner = Manner::kElements},
+        {value, builder.Add({.operation = Operation::kConstant, .text = conversion})});
 }
 
 std::uint32_t Compiler::Compile(TextView correlative, Part input) {
