@@ -1,0 +1,438 @@
+#include "hosts/multivalue/query_parser.h"
+
+#include <algorithm>
+
+#include "hosts/multivalue/condition_parser.h"
+#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/query_reader.h"
+#include "hosts/multivalue/store_surroundings.h"
+
+namespace kel::multivalue {
+
+namespace {
+
+constexpr std::uint32_t kDefaultSample = 10;
+
+Total TotalOf(Keyword keyword) {
+    switch (keyword) {
+        case Keyword::kTotal:
+            return Total::kSum;
+        case Keyword::kAverage:
+            return Total::kAverage;
+        case Keyword::kMaximum:
+            return Total::kMaximum;
+        case Keyword::kMinimum:
+            return Total::kMinimum;
+        case Keyword::kEnumerate:
+            return Total::kCount;
+        default:
+            return Total::kNone;
+    }
+}
+
+// What stands in front: verb, file, and the dictionary to use. Takes USING and its file out of the
+// words wherever they stand, since every other word is read by that dictionary.
+struct Front {
+    QueryVerb verb{};
+    Text file;
+    Text dictionary;  // the file whose dictionary is used; "" for a dictionary without items
+    std::vector<Word> rest;
+};
+
+bool IsKeyword(const Word& word, Keyword keyword) {
+    return QueryReader::KeywordOfWord(word) == keyword;
+}
+
+bool CanNameFile(const Word& word) {
+    return word.kind == Word::Kind::kPlain || word.kind == Word::Kind::kQuoted;
+}
+
+// The file that a name in a sentence means, perhaps its dictionary.
+Text TakeFileName(std::vector<Word>& words, std::size_t& at, TextView afterWord, Store& store) {
+    const bool isDictionary = IsKeyword(words[at], Keyword::kDict);
+    at += isDictionary ? 1 : 0;
+    while (IsKeyword(words[at], Keyword::kThrowaway) && CanNameFile(words[at + 1])) {
+        ++at;
+    }
+    if (!CanNameFile(words[at])) {
+        Refuse(afterWord, u"needs the name of a file behind it.");
+    }
+    const Text& name = words[at++].text;
+    return RequireFile(store, isDictionary ? DictionaryFileName(name) : name).name;
+}
+
+Front ReadFront(TextView sentence, Store& store) {
+    std::vector<Word> words = SplitWords(sentence, Signs::kApart);
+    Front front;
+    const std::optional<QueryVerb> verb = QueryVerbOf(words.front().keyword);
+    if (!verb) {
+        Refuse(words.front().text, u"is not a query verb.");
+    }
+    front.verb = *verb;
+    std::size_t at = 1;
+    const bool isDictionary = IsKeyword(words[1], Keyword::kDict);
+    front.file = TakeFileName(words, at, words.front().text, store);
+    const bool hasDictionary =
+        !isDictionary && store.FindFile(DictionaryFileName(front.file)).has_value();
+    front.dictionary = hasDictionary ? front.file : Text();
+    for (; at < words.size(); ++at) {
+        if (IsKeyword(words[at], Keyword::kUsing)) {
+            ++at;
+            at += IsKeyword(words[at], Keyword::kDict) ? 1 : 0;
+            front.dictionary = TakeFileName(words, at, u"USING", store);
+            RequireFile(store, DictionaryFileName(front.dictionary));
+            --at;
+        } else {
+            front.rest.push_back(std::move(words[at]));
+        }
+    }
+    return front;
+}
+
+class QueryParser {
+public:
+    QueryParser(Front front, const QueryOptions& options, Store& store, Surroundings& around)
+        : store_(store),
+          around_(around),
+          dictionary_(std::move(front.dictionary)),
+          fields_(std::make_unique<FieldEvaluator>(around, dictionary_)),
+          reader_(std::move(front.rest), *fields_, dictionary_, around),
+          idField_(RequireIdField()),
+          conditions_(reader_, idField_, options, around) {
+        query_.verb = front.verb;
+        query_.file = std::move(front.file);
+        query_.idField = &idField_;
+    }
+
+    Query Parse() {
+        Clauses();
+        const bool isReport = query_.verb == QueryVerb::kList || query_.verb == QueryVerb::kSortedList;
+        if (isReport && query_.columns.empty() && !query_.report.onlyId) {
+            InsertDefaultColumns();
+            Clauses();
+        }
+        query_.fields = std::move(fields_);
+        return std::move(query_);
+    }
+
+private:
+    const Field& RequireIdField() {
+        const Field* field = fields_->Resolve(u"@ID");
+        if (field == nullptr) {
+            Refuse(u"@ID", u"is not a field in the dictionary.");
+        }
+        return *field;
+    }
+
+    void Clauses() {
+        while (!reader_.AtEnd()) {
+            Clause();
+        }
+    }
+
+    void Clause() {
+        const Word& word = reader_.Peek();
+        switch (word.kind) {
+            case Word::Kind::kQuoted:
+                query_.ids.push_back(reader_.Take().text);
+                return;
+            case Word::Kind::kSign:
+            case Word::Kind::kOpen:
+                conditions_.Continue(query_.with, Keyword::kWith, std::nullopt);
+                return;
+            case Word::Kind::kClose:
+                Refuse(u")", u"has no opening parenthesis.");
+            default:
+                break;
+        }
+        // Keywords that are names as well: the dictionary decides, unless a field stands behind.
+        const Keyword keyword = reader_.PeekKeyword();
+        const bool wantsField = TotalOf(keyword) != Total::kNone;
+        if (keyword == Keyword::kNone || keyword == Keyword::kThrowaway ||
+            (wantsField && !reader_.SecondIsField())) {
+            NameClause(keyword);
+        } else if (!ConditionClause(keyword) && !SortClause(keyword) && !ListClause(keyword) &&
+                   !ColumnClause(keyword) && !ReportClause(keyword)) {
+            Refuse(reader_.Peek().text, u"stands where it means nothing.");
+        }
+    }
+
+    // A field, a phrase, a comparison of ids, or an id.
+    void NameClause(Keyword keyword) {
+        const Word word = reader_.Peek();
+        if (const Field* field = reader_.TakeField()) {
+            AddColumn().field = field;
+        } else if (reader_.ExpandPhrase()) {
+            return;
+        } else if (keyword == Keyword::kThrowaway) {
+            reader_.Take();
+        } else if (FindComparison(word.keyword)) {
+            conditions_.Continue(query_.with, Keyword::kWith, std::nullopt);
+        } else if (HasRecord(word.text)) {
+            query_.ids.push_back(reader_.Take().text);
+        } else {
+            reader_.RequireField(word.text);
+        }
+    }
+
+    bool HasRecord(TextView id) {
+        const std::optional<FileNumber> file = store_.FindFile(query_.file);
+        return file && id.size() <= kMaxIdUnits && store_.Exists(*file, id);
+    }
+
+    bool ConditionClause(Keyword keyword) {
+        std::optional<Condition::Kind> joint;
+        if (keyword == Keyword::kAnd || keyword == Keyword::kOr) {
+            const Text word = reader_.Take().text;
+            joint = keyword == Keyword::kAnd ? Condition::Kind::kAnd : Condition::Kind::kOr;
+            keyword = reader_.PeekKeyword();
+            if (keyword != Keyword::kWhen && keyword != Keyword::kWith) {
+                if (query_.with.Empty()) {
+                    Refuse(word, u"joins no condition.");
+                }
+                conditions_.Continue(query_.with, Keyword::kWith, joint);
+                return true;
+            }
+        }
+        switch (keyword) {
+            case Keyword::kWith:
+            case Keyword::kWhen:
+                reader_.Take();
+                conditions_.Continue(
+                    keyword == Keyword::kWith ? query_.with : query_.when, keyword, joint);
+                return true;
+            case Keyword::kWithout:
+                conditions_.Continue(query_.with, Keyword::kWith, joint);
+                return true;
+            default:
+                return false;
+        }
+    }
+
+    bool SortClause(Keyword keyword) {
+        SortKey key;
+        key.descending =
+            keyword == Keyword::kByDescending || keyword == Keyword::kByExplodedDescending;
+        key.exploded =
+            keyword == Keyword::kByExploded || keyword == Keyword::kByExplodedDescending;
+        if (keyword != Keyword::kBy && !key.descending && !key.exploded) {
+            return false;
+        }
+        const Text word = reader_.Take().text;
+        key.field = &reader_.RequireField(word);
+        query_.sorts.push_back(key);
+        return true;
+    }
+
+    int RequireListNumber(TextView word) {
+        const std::uint32_t number = reader_.RequireCount(word);
+        if (number >= static_cast<std::uint32_t>(kActiveLists)) {
+            Refuse(word, u"takes the number of a list, 0 to 10.");
+        }
+        return static_cast<int>(number);
+    }
+
+    bool ListClause(Keyword keyword) {
+        const Text word = reader_.Peek().text;
+        switch (keyword) {
+            case Keyword::kSaving: {
+                reader_.Take();
+                Saving saving;
+                saving.unique = reader_.TakeIf(Keyword::kUnique);
+                saving.field = &reader_.RequireField(word);
+                query_.saving = saving;
+                return true;
+            }
+            case Keyword::kSample:
+                reader_.Take();
+                query_.sample = ComparedNumber(reader_.Peek().text) ? reader_.RequireCount(word)
+                                                                    : kDefaultSample;
+                return true;
+            case Keyword::kFrom:
+                reader_.Take();
+                query_.fromList = RequireListNumber(word);
+                return true;
+            case Keyword::kTo:
+                reader_.Take();
+                query_.toList = RequireListNumber(word);
+                return true;
+            case Keyword::kNoNulls:
+                if (query_.saving) {
+                    query_.saving->withoutEmpty = true;
+                } else if (!query_.columns.empty()) {
+                    query_.columns.back().averageWithoutEmpty = true;
+                } else {
+                    return false;
+                }
+                break;
+            case Keyword::kRequireSelect:
+                query_.requiresList = true;
+                break;
+            case Keyword::kNoIndex:
+                query_.usesIndexes = false;
+                break;
+            default:
+                return false;
+        }
+        reader_.Take();
+        return true;
+    }
+
+    Column& AddColumn() { return query_.columns.emplace_back(); }
+
+    Column& LastColumn(TextView word) {
+        if (query_.columns.empty()) {
+            Refuse(word, u"needs a column in front of it.");
+        }
+        return query_.columns.back();
+    }
+
+    bool ColumnClause(Keyword keyword) {
+        const Text word = reader_.Peek().text;
+        if (keyword == Keyword::kEval) {
+            AddColumn().field = &reader_.RequireField(word);
+            return true;
+        }
+        if (const Total total = TotalOf(keyword); total != Total::kNone) {
+            reader_.Take();
+            Column& column = AddColumn();
+            column.total = total;
+            column.field = &reader_.RequireField(word);
+            return true;
+        }
+        switch (keyword) {
+            case Keyword::kBreakOn:
+            case Keyword::kBreakHidden:
+                reader_.Take();
+                BreakColumn(word, keyword == Keyword::kBreakHidden);
+                return true;
+            case Keyword::kColumnHeading:
+            case Keyword::kAs:
+                reader_.Take();
+                LastColumn(word).heading = reader_.RequireText(word);
+                return true;
+            case Keyword::kFormat:
+                reader_.Take();
+                LastColumn(word).format = reader_.RequireText(word);
+                return true;
+            case Keyword::kConversion:
+                reader_.Take();
+                LastColumn(word).conversion = reader_.RequireText(word);
+                return true;
+            default:
+                return false;
+        }
+    }
+
+    void BreakColumn(TextView word, bool hidden) {
+        Column& column = AddColumn();
+        column.breaks = true;
+        column.breakHidden = hidden;
+        if (reader_.Peek().kind == Word::Kind::kQuoted) {
+            column.breakText = reader_.Take().text;
+        }
+        column.field = &reader_.RequireField(word);
+        if (column.breakText.empty() && reader_.Peek().kind == Word::Kind::kQuoted) {
+            column.breakText = reader_.Take().text;
+        }
+    }
+
+    bool ReportClause(Keyword keyword) {
+        ReportOptions& report = query_.report;
+        const Text word = reader_.Take().text;
+        switch (keyword) {
+            case Keyword::kHeading:
+                report.heading = reader_.RequireText(word);
+                return true;
+            case Keyword::kFooting:
+                report.footing = reader_.RequireText(word);
+                return true;
+            case Keyword::kGrandTotal:
+                report.grandTotal = reader_.RequireText(word);
+                return true;
+            case Keyword::kHideId:
+                report.hidesId = true;
+                return true;
+            case Keyword::kOnlyId:
+                report.onlyId = true;
+                return true;
+            case Keyword::kHideDetail:
+                report.hidesDetail = true;
+                return true;
+            case Keyword::kHideColumnHeadings:
+                report.hidesColumnHeadings = true;
+                return true;
+            case Keyword::kHideCount:
+                report.hidesCount = true;
+                return true;
+            case Keyword::kDoubleSpaced:
+                report.doubleSpaced = true;
+                return true;
+            case Keyword::kVertical:
+                report.vertical = true;
+                return true;
+            default:
+                Refuse(word, u"stands where it means nothing.");
+        }
+    }
+
+    // The phrase @ in a Uni account; the items 1, 2, 3 ... in an R83 account.
+    void InsertDefaultColumns() {
+        if (dictionary_.empty()) {
+            return;
+        }
+        std::vector<Word> words;
+        if (around_.OwnFamily() == Family::kR83) {
+            for (std::int64_t number = 1;; ++number) {
+                Text name;
+                Number(number).AppendTo(name);
+                if (!around_.ReadRecord(dictionary_, true, name)) {
+                    break;
+                }
+                words.push_back({Word::Kind::kPlain, name, name});
+            }
+        } else if (around_.ReadRecord(dictionary_, true, u"@")) {
+            words.push_back({Word::Kind::kPlain, u"@", u"@"});
+        }
+        reader_.InsertWords(std::move(words));
+    }
+
+    Store& store_;
+    Surroundings& around_;
+    Text dictionary_;
+    Query query_;
+    std::unique_ptr<FieldEvaluator> fields_;
+    QueryReader reader_;
+    const Field& idField_;
+    ConditionParser conditions_;
+};
+
+}  // namespace
+
+std::optional<QueryVerb> QueryVerbOf(TextView keyword) {
+    if (keyword == u"SELECT") {
+        return QueryVerb::kSelect;
+    }
+    if (keyword == u"SSELECT") {
+        return QueryVerb::kSortedSelect;
+    }
+    if (keyword == u"LIST") {
+        return QueryVerb::kList;
+    }
+    if (keyword == u"SORT") {
+        return QueryVerb::kSortedList;
+    }
+    if (keyword == u"COUNT") {
+        return QueryVerb::kCount;
+    }
+    return keyword == u"SUM" ? std::optional(QueryVerb::kSum) : std::nullopt;
+}
+
+Query ParseQuery(TextView sentence,
+                 const QueryOptions& options,
+                 Store& store,
+                 Surroundings& around) {
+    return QueryParser(ReadFront(sentence, store), options, store, around).Parse();
+}
+
+}  // namespace kel::multivalue
