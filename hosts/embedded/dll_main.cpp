@@ -14,9 +14,9 @@ constexpr std::array kClasses{automation::ClassEntry{
     L"kelSDK embedded multivalue database",
     automation::CreateInstance<embedded::Host>}};
 
-// The component's public library, so that the back-end answers by name without registration; it is
-// the component that registers it.
-constexpr automation::ModuleDescription kModule{L"kelos1", kClasses, 1, false};
+// The component's public library and the one of stored programs, so that objects describe
+// themselves without registration; it is the component that registers the former.
+constexpr automation::ModuleDescription kModule{L"kelos1", kClasses, 2, false};
 
 }  // namespace
 

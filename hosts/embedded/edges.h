@@ -1,7 +1,10 @@
 // The edge between automation and the portable library: text without a copy, errors by number.
 #pragma once
 
+#include <span>
+
 #include "automation/com_method.h"
+#include "hosts/multivalue/conversion.h"
 #include "hosts/multivalue/error.h"
 #include "hosts/multivalue/text.h"
 #include "kelSDK.h"
@@ -30,6 +33,18 @@ long NumberOf(multivalue::ErrorKind kind) noexcept;
 
 // The source of errors that are raised on the way to a member's work; the member's name is added.
 inline constexpr const wchar_t* kHostSource = L"kelos1";
+
+// An entry in its stored form; throws kBadArgument, naming value and code, for one that does not
+// convert.
+multivalue::Text Entered(multivalue::TextView value,
+                         multivalue::TextView code,
+                         multivalue::Surroundings& around);
+
+// The arguments of a program: those before the first that was left out.
+std::span<VARIANT* const> Given(std::span<VARIANT* const> arguments) noexcept;
+
+// Gives a caller's by-reference text a new value. Throws E_POINTER without an address.
+void Assign(BSTR* target, automation::TextView text);
 
 // Runs the body of a published member: what the library throws comes out under "kelos1::" and the
 // member's name, as do errors raised under the back-end's own.

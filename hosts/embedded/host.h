@@ -2,6 +2,7 @@
 #pragma once
 
 #include "automation/object.h"
+#include "hosts/embedded/connection.h"
 #include "hosts/embedded/objects.h"
 #include "hosts/embedded/properties.h"
 #include "kelSDK.h"
@@ -72,10 +73,10 @@ public:
     STDMETHODIMP OpenFile(BSTR fileName, IDispatch** result) noexcept override;
     STDMETHODIMP CloseFile(IDispatch** fileVar) noexcept override;
 
-    // host_commands.cpp: the command level, and what is not there yet
-    STDMETHODIMP Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexcept override;
+    // host_commands.cpp: conversions, the command level, stored programs
     STDMETHODIMP Oconv(BSTR value, BSTR code, VARIANT* result) noexcept override;
     STDMETHODIMP Iconv(BSTR value, BSTR code, VARIANT* result) noexcept override;
+    STDMETHODIMP Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexcept override;
     STDMETHODIMP CallHost(BSTR progName,
                           VARIANT* arg1,
                           VARIANT* arg2,
@@ -89,10 +90,19 @@ public:
                           VARIANT* arg10,
                           VARIANT* arg11,
                           VARIANT* arg12) noexcept override;
+
+    // host_selections.cpp: select lists
     STDMETHODIMP ProcessSelect(BSTR sentence, IDispatch** result) noexcept override;
     STDMETHODIMP CloseSelect(IDispatch* selectList, VARIANT* result) noexcept override;
     STDMETHODIMP
     ReadNext(IDispatch** selectList, BSTR* id, VARIANT_BOOL* result) noexcept override;
+    STDMETHODIMP
+    SelectDictName(BSTR fileName,
+                   VARIANT_BOOL withCorrelatives,
+                   IDispatch** result) noexcept override;
+    STDMETHODIMP SelectFileName(IDispatch** result) noexcept override;
+
+    // host_dictionary.cpp: definitions of fields and their correlatives
     STDMETHODIMP ReadDictItem(BSTR fileName,
                               BSTR dictName,
                               long* amc,
@@ -118,24 +128,17 @@ public:
                                     BSTR* internalCorrelative,
                                     BSTR* result) noexcept override;
     STDMETHODIMP ValidCorrelative(BSTR correlative, VARIANT_BOOL* result) noexcept override;
-    STDMETHODIMP
-    SelectDictName(BSTR fileName,
-                   VARIANT_BOOL withCorrelatives,
-                   IDispatch** result) noexcept override;
-    STDMETHODIMP SelectFileName(IDispatch** result) noexcept override;
 
 private:
     ~Host() override = default;
 
-    // The open store; throws 10102.
-    multivalue::Store& store() const;
+    // The open connection; throws 10102.
+    Connection& connection() const;
     // The file behind a file variable of this connection; throws 10302.
     multivalue::FileNumber fileOf(IDispatch** fileVar) const;
 
     ConnectionProperties properties_;
-    std::unique_ptr<multivalue::Store> store_;
-    unsigned long connection_ = 0;  // number of the connection, one of its own in the process
-    std::uint32_t lockWaitMs_ = 0;
+    std::unique_ptr<Connection> connection_;
     bool connectFailed_ = false;
 };
 

@@ -16,7 +16,8 @@ constexpr short kLocked = 2;
 
 multivalue::FileNumber Host::fileOf(IDispatch** fileVar) const {
     const auto file = FileVariableObject::From(Require(fileVar));
-    if (!file || !file->content.isOpen || file->content.connection != connection_) {
+    if (!file || !file->content.isOpen || connection_ == nullptr ||
+        file->content.connection != connection_->number()) {
         throw Error(
             mvOpenNotOpen, kHostSource, L"The file variable is not open in this connection.");
     }
@@ -31,11 +32,11 @@ STDMETHODIMP Host::mvRead(VARIANT_BOOL readU,
     return HostMember(L"mvRead", [&] {
         Out out{result};
         Require(status);
-        multivalue::Store& records = store();
+        multivalue::Store& records = connection().store();
         const multivalue::FileNumber file = fileOf(fileVar);
         const multivalue::TextView id = Units(recordNumber);
         // A lock may be taken on a record that does not exist, so it comes first.
-        if (readU != VARIANT_FALSE && records.Lock(file, id, lockWaitMs_)) {
+        if (readU != VARIANT_FALSE && records.Lock(file, id, connection().lockWaitMs())) {
             *status = kLocked;
             return;
         }
@@ -54,7 +55,7 @@ STDMETHODIMP Host::mvWrite(VARIANT_BOOL writeU,
                            IDispatch** fileVar,
                            IDispatch** array) noexcept {
     return HostMember(L"mvWrite", [&] {
-        multivalue::Store& records = store();
+        multivalue::Store& records = connection().store();
         const multivalue::FileNumber file = fileOf(fileVar);
         const auto buffer = RecordBufferObject::From(Require(array));
         if (!buffer) {
@@ -74,25 +75,27 @@ STDMETHODIMP Host::mvWrite(VARIANT_BOOL writeU,
 
 STDMETHODIMP Host::mvDelete(BSTR recordNumber, IDispatch** fileVar) noexcept {
     return HostMember(L"mvDelete", [&] {
-        store().Delete(fileOf(fileVar), Units(recordNumber));  // a missing record is no failure
+        connection().store().Delete(fileOf(fileVar),
+                                    Units(recordNumber));  // a missing record is no failure
     });
 }
 
 STDMETHODIMP Host::mvRelease(IDispatch** fileVar, BSTR recordNumber) noexcept {
-    return HostMember(L"mvRelease", [&] { store().Unlock(fileOf(fileVar), Units(recordNumber)); });
+    return HostMember(L"mvRelease",
+                      [&] { connection().store().Unlock(fileOf(fileVar), Units(recordNumber)); });
 }
 
 STDMETHODIMP Host::OpenFile(BSTR fileName, IDispatch** result) noexcept {
     return HostMember(L"OpenFile", [&] {
         Out out{result};
-        const auto number = store().FindFile(Units(fileName));
+        const auto number = connection().store().FindFile(Units(fileName));
         if (!number) {
             throw Error(
                 mvOpenNotFound,
                 L"kelos1::OpenFile",
                 Text(L"There is no file \"").append(View(fileName)).append(L"\" in this account."));
         }
-        out = Make<FileVariableObject>(FileVariable{*number, connection_, true});
+        out = Make<FileVariableObject>(FileVariable{*number, connection().number(), true});
     });
 }
 

@@ -1,6 +1,4 @@
 // Configuration, identity and connection of the embedded back-end.
-#include <atomic>
-
 #include "hosts/embedded/edges.h"
 #include "hosts/embedded/host.h"
 
@@ -12,17 +10,6 @@ namespace {
 
 constexpr short kOsType = 1;
 constexpr const wchar_t* kVersion = L"2.0";
-
-// Gives a caller's by-reference text a new value.
-void Assign(BSTR* target, TextView text) {
-    Bstr copy(text);
-    std::swap(Require(target), *copy.inOut());
-}
-
-unsigned long NextConnection() noexcept {
-    static std::atomic<unsigned long> last = 0;
-    return ++last;
-}
 
 }  // namespace
 
@@ -95,7 +82,7 @@ STDMETHODIMP Host::get_OsDescription(BSTR* result) noexcept {
 STDMETHODIMP Host::get_DatabaseType(DatabaseTypeEnum* result) noexcept {
     return HostMember(L"DatabaseType", [&] {
         Out out{result};
-        out = osUni;
+        out = properties_.family() == multivalue::Family::kR83 ? osR83 : osUni;
     });
 }
 
@@ -109,7 +96,7 @@ STDMETHODIMP Host::get_Version(BSTR* result) noexcept {
 STDMETHODIMP Host::get_IsConnected(VARIANT_BOOL* result) noexcept {
     return HostMember(L"IsConnected", [&] {
         Out out{result};
-        out = store_ != nullptr;
+        out = connection_ != nullptr;
     });
 }
 
@@ -122,30 +109,28 @@ STDMETHODIMP Host::get_ConnectFailed(VARIANT_BOOL* result) noexcept {
 
 STDMETHODIMP Host::Connect() noexcept {
     return HostMember(L"Connect", [&] {
-        if (store_ != nullptr) {
+        if (connection_ != nullptr) {
             throw Error(AlreadyConnected, L"kelos1::Connect", L"Already Connected");
         }
         connectFailed_ = true;
-        lockWaitMs_ = properties_.lockWaitMs();
-        store_ = OpenStore(Units(properties_.path()), properties_.storeOptions());
-        connection_ = NextConnection();
+        connection_ = std::make_unique<Connection>(properties_.options());
         connectFailed_ = false;
     });
 }
 
 STDMETHODIMP Host::Disconnect() noexcept {
     return HostMember(L"Disconnect", [&] {
-        store_.reset();
-        connection_ = 0;
+        // Out of reach first: ending it lets go of objects, which may call back.
+        const auto last = std::move(connection_);
         connectFailed_ = false;
     });
 }
 
-multivalue::Store& Host::store() const {
-    if (store_ == nullptr) {
+Connection& Host::connection() const {
+    if (connection_ == nullptr) {
         throw Error(NotConnected, kHostSource, L"Not connected");
     }
-    return *store_;
+    return *connection_;
 }
 
 }  // namespace kel::embedded

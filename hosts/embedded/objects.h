@@ -1,5 +1,7 @@
-// The opaque objects of the embedded back-end: record buffers and file variables.
+// The opaque objects of the embedded back-end: record buffers, file variables, select lists.
 #pragma once
+
+#include <memory>
 
 #include "automation/opaque_object.h"
 #include "hosts/multivalue/dynamic_array.h"
@@ -24,7 +26,17 @@ struct FileVariable {
     bool isOpen = true;
 };
 
+struct OpenList;  // connection.h
+
+struct SelectListContent {
+    static constexpr IID kIid = {
+        0x6b1c8f37, 0x2a5e, 0x4d9b, {0x8d, 0x31, 0x70, 0x5c, 0xe2, 0x4a, 0x9f, 0x16}};
+
+    std::shared_ptr<OpenList> open;
+};
+
 using RecordBufferObject = automation::OpaqueObject<RecordBuffer>;
 using FileVariableObject = automation::OpaqueObject<FileVariable>;
+using SelectListObject = automation::OpaqueObject<SelectListContent>;
 
 }  // namespace kel::embedded

@@ -18,7 +18,16 @@ constexpr const wchar_t* kSource = L"kelos1::PropertyValue";
 constexpr const wchar_t* kString = L"String";
 constexpr const wchar_t* kObject = L"Object";
 
-enum Property : std::size_t { kDatabase, kUser, kLockWait, kReadOnly, kApplication };
+enum Property : std::size_t {
+    kDatabase,
+    kUser,
+    kLockWait,
+    kReadOnly,
+    kApplication,
+    kFamily,
+    kDates,
+    kDurability
+};
 
 constexpr std::array<ConnectionProperties::Description, ConnectionProperties::kCount> kTable{{
     {L"Database", kString, L"Path of the account file; a missing one is created", L""},
@@ -26,20 +35,40 @@ constexpr std::array<ConnectionProperties::Description, ConnectionProperties::kC
     {L"LockWait", kString, L"Seconds that a read with lock waits for a locked record", L"0"},
     {L"ReadOnly", kString, L"True opens the account for reading only", L"False"},
     {L"Application", kObject, L"Object that stored programs see as Application", L""},
+    {L"Family",
+     kString,
+     L"Uni or R83: whose dictionaries are written, how sentences are read",
+     L"Uni"},
+    {L"Dates",
+     kString,
+     L"MonthFirst or DayFirst: order of dates written with separators",
+     L"MonthFirst"},
+    {L"Durability",
+     kString,
+     L"Full, Normal or Off: whether writes wait for the disk to survive a power failure",
+     L"Full"},
 }};
 
+template <typename Value>
 struct Word {
     const wchar_t* word;
-    bool value;
+    Value value;
 };
-constexpr std::array<Word, 8> kTruthWords{{{L"true", true},
-                                           {L"yes", true},
-                                           {L"1", true},
-                                           {L"-1", true},
-                                           {L"false", false},
-                                           {L"no", false},
-                                           {L"0", false},
-                                           {L"", false}}};
+constexpr std::array<Word<bool>, 8> kTruthWords{{{L"true", true},
+                                                 {L"yes", true},
+                                                 {L"1", true},
+                                                 {L"-1", true},
+                                                 {L"false", false},
+                                                 {L"no", false},
+                                                 {L"0", false},
+                                                 {L"", false}}};
+constexpr std::array<Word<multivalue::Family>, 2> kFamilies{
+    {{L"uni", multivalue::Family::kUni}, {L"r83", multivalue::Family::kR83}}};
+constexpr std::array<Word<multivalue::DateOrder>, 2> kDateOrders{
+    {{L"monthfirst", multivalue::DateOrder::kMonthFirst},
+     {L"dayfirst", multivalue::DateOrder::kDayFirst}}};
+constexpr std::array<Word<Durability>, 3> kDurabilities{
+    {{L"full", Durability::kFull}, {L"normal", Durability::kNormal}, {L"off", Durability::kOff}}};
 
 [[noreturn]] void Refuse(const Text& text) {
     throw Error(automation::kInvalidCall, kSource, text);
@@ -48,6 +77,18 @@ constexpr std::array<Word, 8> kTruthWords{{{L"true", true},
 [[noreturn]] void RefuseValue(std::size_t index, const Text& value, const wchar_t* expected) {
     Refuse(Text(L"The property ") + kTable[index].name + L" takes " + expected + L", not \"" +
            value + L"\".");
+}
+
+// What one of the words for a property means; throws for another.
+template <typename Words>
+auto Meaning(const Words& words, std::size_t index, const Text& text, const wchar_t* expected) {
+    const Text lowered = automation::Lower(text);
+    const auto found = std::find_if(
+        words.begin(), words.end(), [&](const auto& row) { return lowered == row.word; });
+    if (found == words.end()) {
+        RefuseValue(index, text, expected);
+    }
+    return found->value;
 }
 
 }  // namespace
@@ -103,24 +144,30 @@ Text ConnectionProperties::effective(std::size_t index) const {
     return texts_[index].empty() ? Text(kTable[index].fallback) : texts_[index];
 }
 
-TextView ConnectionProperties::path() const {
+multivalue::Family ConnectionProperties::family() const {
+    return automation::LowerEquals(texts_[kFamily], L"r83") ? multivalue::Family::kR83
+                                                            : multivalue::Family::kUni;
+}
+
+ConnectionOptions ConnectionProperties::options() const {
     if (texts_[kDatabase].empty()) {
         Refuse(L"The property Database is empty; it takes the path of the account file.");
     }
-    return texts_[kDatabase];
+    ConnectionOptions options;
+    options.path = Units(TextView(texts_[kDatabase]));
+    options.store = storeOptions();
+    options.family = Meaning(kFamilies, kFamily, effective(kFamily), L"Uni or R83");
+    options.dateOrder = Meaning(kDateOrders, kDates, effective(kDates), L"MonthFirst or DayFirst");
+    options.lockWaitMs = lockWaitMs();
+    options.application = application_;
+    return options;
 }
 
 StoreOptions ConnectionProperties::storeOptions() const {
-    const Text readOnly = effective(kReadOnly);
-    const Text lowered = automation::Lower(readOnly);
-    const auto found = std::find_if(kTruthWords.begin(), kTruthWords.end(), [&](const Word& row) {
-        return lowered == row.word;
-    });
-    if (found == kTruthWords.end()) {
-        RefuseValue(kReadOnly, readOnly, L"True or False");
-    }
     StoreOptions options;
-    options.readOnly = found->value;
+    options.readOnly = Meaning(kTruthWords, kReadOnly, effective(kReadOnly), L"True or False");
+    options.durability =
+        Meaning(kDurabilities, kDurability, effective(kDurability), L"Full, Normal or Off");
     options.user = Units(TextView(texts_[kUser]));
     return options;
 }

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "automation/variant.h"
-#include "hosts/embedded/store/sqlite_store.h"
+#include "hosts/embedded/connection.h"
 
 namespace kel::embedded {
 
@@ -12,7 +12,7 @@ namespace kel::embedded {
 // given and looked at when connecting; an empty text stands for the default.
 class ConnectionProperties {
 public:
-    static constexpr short kCount = 5;
+    static constexpr short kCount = 8;
 
     struct Description {
         const wchar_t* name;
@@ -31,15 +31,16 @@ public:
     automation::ComPtr<IDispatch> object(automation::TextView name) const;
     void setObject(automation::TextView name, IDispatch* value);
 
-    // What the properties say to the store. Throws 5, naming the property, for a text that means
-    // nothing.
-    automation::TextView path() const;
-    StoreOptions storeOptions() const;
-    std::uint32_t lockWaitMs() const;
+    // The family that the property names now; Uni while it names none.
+    multivalue::Family family() const;
+    // What the properties say. Throws 5, naming the property, for a text that means nothing.
+    ConnectionOptions options() const;
 
 private:
     static std::size_t indexOf(automation::TextView name, bool isObject);
     automation::Text effective(std::size_t index) const;
+    std::uint32_t lockWaitMs() const;
+    StoreOptions storeOptions() const;
 
     std::array<automation::Text, kCount> texts_;
     automation::ComPtr<IDispatch> application_;

@@ -1,0 +1,288 @@
+#include "hosts/embedded/account_objects.h"
+
+#include <array>
+
+#include "hosts/embedded/connection.h"
+#include "hosts/embedded/edges.h"
+
+namespace kel::embedded {
+
+using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
+
+namespace {
+
+using multivalue::DynamicArray;
+using multivalue::Position;
+
+// The way from the objects of an account to its connection, cut when that ends.
+struct Link {
+    Connection* connection = nullptr;
+
+    Connection& require() const {
+        if (connection == nullptr) {
+            throw Error(NotConnected, kHostSource, L"Not connected");
+        }
+        return *connection;
+    }
+};
+
+Position At(long attribute, long value, long subvalue) {
+    return {static_cast<std::int32_t>(attribute),
+            static_cast<std::int32_t>(value),
+            static_cast<std::int32_t>(subvalue)};
+}
+
+class File final : public Object<kelAccountFile, _kelAccountFile> {
+public:
+    File(std::shared_ptr<Link> link, multivalue::NamedFile file)
+        : link_(std::move(link)), file_(std::move(file)) {}
+
+    STDMETHODIMP get_Name(BSTR* result) noexcept override {
+        return HostMember(L"File.Name", [&] {
+            Out out{result};
+            out = Wide(file_.name);
+        });
+    }
+    STDMETHODIMP Read(BSTR id, VARIANT* result) noexcept override {
+        return HostMember(L"File.Read", [&] { read(id, result); });
+    }
+    STDMETHODIMP ReadU(BSTR id, VARIANT* result) noexcept override {
+        return HostMember(L"File.ReadU", [&] {
+            const auto holder =
+                store().Lock(file_.number, Units(id), link_->require().lockWaitMs());
+            if (holder) {
+                throw Error(mvItemLocked,
+                            kHostSource,
+                            Text(L"Record \"").append(View(id)) + L"\" of file " +
+                                Text(Wide(file_.name)) + L" is locked by " +
+                                Text(Wide(holder->user)) + L".");
+            }
+            read(id, result);
+        });
+    }
+    STDMETHODIMP Write(BSTR id, BSTR record) noexcept override {
+        return HostMember(L"File.Write", [&] {
+            store().Write(file_.number, Units(id), Units(record), multivalue::AfterWrite::kRelease);
+        });
+    }
+    STDMETHODIMP WriteU(BSTR id, BSTR record) noexcept override {
+        return HostMember(L"File.WriteU", [&] {
+            store().Write(file_.number, Units(id), Units(record), multivalue::AfterWrite::kKeep);
+        });
+    }
+    STDMETHODIMP Delete(BSTR id, VARIANT_BOOL* result) noexcept override {
+        return HostMember(L"File.Delete", [&] {
+            Out out{result};
+            out = store().Delete(file_.number, Units(id));
+        });
+    }
+    STDMETHODIMP Release(BSTR id) noexcept override {
+        return HostMember(L"File.Release", [&] { store().Unlock(file_.number, Units(id)); });
+    }
+    STDMETHODIMP Exists(BSTR id, VARIANT_BOOL* result) noexcept override {
+        return HostMember(L"File.Exists", [&] {
+            Out out{result};
+            out = store().Exists(file_.number, Units(id));
+        });
+    }
+    using Object::Release;
+
+private:
+    ~File() override = default;
+
+    multivalue::Store& store() const { return link_->require().store(); }
+    void read(BSTR id, VARIANT* result) const {
+        Out out{result};
+        multivalue::Text record;
+        if (store().Read(file_.number, Units(id), record)) {
+            out = Variant(Wide(record));
+        } else {
+            V_VT(result) = VT_NULL;
+        }
+    }
+
+    std::shared_ptr<Link> link_;
+    multivalue::NamedFile file_;
+};
+
+class Account final : public Object<kelAccount, _kelAccount> {
+public:
+    explicit Account(Connection& connection) : link_(std::make_shared<Link>(Link{&connection})) {}
+
+    void cut() { link_->connection = nullptr; }
+
+    STDMETHODIMP Open(BSTR fileName, _kelAccountFile** result) noexcept override {
+        return HostMember(L"Account.Open", [&] {
+            Out out{result};
+            out = Make<File>(link_,
+                             multivalue::RequireFile(link_->require().store(), Units(fileName)));
+        });
+    }
+    STDMETHODIMP Execute(BSTR sentence, BSTR* result) noexcept override {
+        return HostMember(L"Account.Execute", [&] {
+            Out out{result};
+            out = Wide(link_->require().session().Execute(Units(sentence)).output);
+        });
+    }
+    STDMETHODIMP Select(BSTR sentence, BSTR* result) noexcept override {
+        return HostMember(L"Account.Select", [&] {
+            Out out{result};
+            const auto list = link_->require().session().Select(Units(sentence));
+            multivalue::Text ids;
+            multivalue::SelectedId one;
+            while (list->Next(one)) {
+                ids.append(ids.empty() ? 0 : 1, multivalue::kAttributeMark).append(one.id);
+            }
+            out = Wide(ids);
+        });
+    }
+    STDMETHODIMP Oconv(BSTR value, BSTR code, BSTR* result) noexcept override {
+        return HostMember(L"Account.Oconv", [&] {
+            Out out{result};
+            out =
+                Wide(multivalue::Oconv(Units(value), Units(code), link_->require().around()).value);
+        });
+    }
+    STDMETHODIMP Iconv(BSTR value, BSTR code, BSTR* result) noexcept override {
+        return HostMember(L"Account.Iconv", [&] {
+            Out out{result};
+            out = Wide(Entered(Units(value), Units(code), link_->require().around()));
+        });
+    }
+    STDMETHODIMP Extract(
+        BSTR record, long attribute, long value, long subvalue, BSTR* result) noexcept override {
+        return HostMember(L"Account.Extract", [&] {
+            Out out{result};
+            out = Wide(DynamicArray(Units(record)).Extract(At(attribute, value, subvalue)));
+        });
+    }
+    STDMETHODIMP
+    Replace(BSTR record,
+            BSTR text,
+            long attribute,
+            long value,
+            long subvalue,
+            BSTR* result) noexcept override {
+        return edited(record, result, [&](DynamicArray& array) {
+            array.Replace(At(attribute, value, subvalue), Units(text));
+        });
+    }
+    STDMETHODIMP
+    Insert(BSTR record, BSTR text, long attribute, long value, long subvalue, BSTR* result) noexcept
+        override {
+        return edited(record, result, [&](DynamicArray& array) {
+            array.Insert(At(attribute, value, subvalue), Units(text));
+        });
+    }
+    STDMETHODIMP Delete(
+        BSTR record, long attribute, long value, long subvalue, BSTR* result) noexcept override {
+        return edited(record, result, [&](DynamicArray& array) {
+            array.Delete(At(attribute, value, subvalue));
+        });
+    }
+    STDMETHODIMP Dcount(BSTR text, BSTR delimiter, long* result) noexcept override {
+        return HostMember(L"Account.Dcount", [&] {
+            Out out{result};
+            out = static_cast<long>(DynamicArray(Units(text)).Dcount(Units(delimiter), {}));
+        });
+    }
+    STDMETHODIMP get_AM(BSTR* result) noexcept override {
+        return mark(multivalue::kAttributeMark, result);
+    }
+    STDMETHODIMP get_VM(BSTR* result) noexcept override {
+        return mark(multivalue::kValueMark, result);
+    }
+    STDMETHODIMP get_SM(BSTR* result) noexcept override {
+        return mark(multivalue::kSubvalueMark, result);
+    }
+    STDMETHODIMP get_User(BSTR* result) noexcept override {
+        return HostMember(L"Account.User", [&] {
+            Out out{result};
+            out = Wide(link_->require().session().User());
+        });
+    }
+    STDMETHODIMP Call(BSTR progName,
+                      VARIANT* arg1,
+                      VARIANT* arg2,
+                      VARIANT* arg3,
+                      VARIANT* arg4,
+                      VARIANT* arg5,
+                      VARIANT* arg6,
+                      VARIANT* arg7,
+                      VARIANT* arg8,
+                      VARIANT* arg9,
+                      VARIANT* arg10,
+                      VARIANT* arg11,
+                      VARIANT* arg12) noexcept override {
+        return HostMember(L"Account.Call", [&] {
+            const std::array all{
+                arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12};
+            link_->require().programs().run(Units(progName), Given(all));
+        });
+    }
+
+private:
+    ~Account() override = default;
+
+    template <typename Edit>
+    static HRESULT edited(BSTR record, BSTR* result, Edit&& edit) noexcept {
+        return HostMember(L"Account", [&] {
+            Out out{result};
+            DynamicArray array(Units(record));
+            edit(array);
+            out = Wide(array.ToText());
+        });
+    }
+    static HRESULT mark(char16_t unit, BSTR* result) noexcept {
+        return ComMethod([&] {
+            Out out{result};
+            out = Wide(multivalue::TextView(&unit, 1));
+        });
+    }
+
+    std::shared_ptr<Link> link_;
+};
+
+}  // namespace
+
+ComPtr<IDispatch> MakeAccount(Connection& connection) {
+    return Make<Account>(connection);
+}
+
+void EndAccount(IDispatch& account) noexcept {
+    static_cast<Account&>(static_cast<_kelAccount&>(account)).cut();
+}
+
+STDMETHODIMP ProgramArguments::get_Count(long* result) noexcept {
+    return HostMember(L"Arguments.Count", [&] {
+        Out out{result};
+        out = static_cast<long>(current.size());
+    });
+}
+
+STDMETHODIMP ProgramArguments::get_Item(long index, VARIANT* result) noexcept {
+    return HostMember(L"Arguments.Item", [&] {
+        Out out{result};
+        out = Variant::Through(at(index));
+    });
+}
+
+STDMETHODIMP ProgramArguments::put_Item(long index, VARIANT value) noexcept {
+    return HostMember(L"Arguments.Item", [&] {
+        Variant copy = Variant::Through(value);
+        std::swap(at(index), *copy.inOut());
+    });
+}
+
+VARIANT& ProgramArguments::at(long index) const {
+    if (index < 1 || static_cast<std::size_t>(index) > current.size()) {
+        throw Error(kSubscriptOutOfRange,
+                    kHostSource,
+                    L"The program was called with " +
+                        DecimalText(static_cast<long>(current.size())) +
+                        L" arguments; there is no number " + DecimalText(index) + L".");
+    }
+    return *current[static_cast<std::size_t>(index - 1)];
+}
+
+}  // namespace kel::embedded

@@ -1,0 +1,81 @@
+#include "hosts/embedded/connection.h"
+
+#include <algorithm>
+#include <atomic>
+
+#include "hosts/embedded/edges.h"
+
+namespace kel::embedded {
+
+using multivalue::Text;
+using multivalue::TextView;
+
+namespace {
+
+// Forms differ in few correlatives; a client that has more begins afresh now and then.
+constexpr std::size_t kKeptEvaluators = 500;
+
+unsigned long NextConnection() noexcept {
+    static std::atomic<unsigned long> last = 0;
+    return ++last;
+}
+
+}  // namespace
+
+void AccountSurroundings::CallProgram(TextView name, std::vector<Text>& arguments) {
+    std::vector<automation::Variant> values;
+    std::vector<VARIANT*> addresses;
+    values.reserve(arguments.size());
+    for (const Text& argument : arguments) {
+        values.emplace_back(Wide(argument));
+    }
+    for (automation::Variant& value : values) {
+        addresses.push_back(value.inOut());
+    }
+    programs_->run(name, addresses);
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        arguments[i] = Units(values[i].text().view());
+    }
+}
+
+Connection::Connection(const ConnectionOptions& options)
+    : store_(OpenStore(options.path, options.store)),
+      around_(*store_, options.family, options.dateOrder),
+      session_(*store_, around_),
+      programs_(*this, options.application),
+      lockWaitMs_(options.lockWaitMs),
+      number_(NextConnection()) {
+    around_.UsePrograms(programs_);
+    session_.SetUser(options.store.user);
+}
+
+Connection::~Connection() {
+    programs_.end();
+    for (const auto& given : lists_) {
+        if (const auto list = given.lock()) {
+            list->list.reset();
+        }
+    }
+}
+
+std::shared_ptr<OpenList> Connection::handOut(std::unique_ptr<multivalue::SelectList> list) {
+    std::erase_if(lists_, [](const auto& given) { return given.expired(); });
+    auto open = std::make_shared<OpenList>(OpenList{std::move(list)});
+    lists_.push_back(open);
+    return open;
+}
+
+multivalue::CorrelativeEvaluator& Connection::evaluator(TextView internalForm) {
+    const auto found = evaluators_.find(internalForm);
+    if (found != evaluators_.end()) {
+        return *found->second;
+    }
+    if (evaluators_.size() >= kKeptEvaluators) {
+        evaluators_.clear();
+    }
+    auto made = std::make_unique<multivalue::CorrelativeEvaluator>(
+        multivalue::ReadProgram(internalForm), around_);
+    return *evaluators_.emplace(internalForm, std::move(made)).first->second;
+}
+
+}  // namespace kel::embedded

@@ -1,0 +1,107 @@
+// Select lists of the embedded back-end. Records are read as ids are asked for; a list is closed by
+// its client or ends with the connection.
+#include "hosts/embedded/edges.h"
+#include "hosts/embedded/host.h"
+
+namespace kel::embedded {
+
+using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
+
+namespace {
+
+OpenList& ListOf(IDispatch* selectList) {
+    const auto object = SelectListObject::From(selectList);
+    if (!object || object->content.open == nullptr || object->content.open->list == nullptr) {
+        throw Error(mvSelectError, kHostSource, L"The select list is not open in this connection.");
+    }
+    return *object->content.open;
+}
+
+ComPtr<IDispatch> HandOut(Connection& connection, std::unique_ptr<multivalue::SelectList> list) {
+    return Make<SelectListObject>(connection.handOut(std::move(list)));
+}
+
+}  // namespace
+
+STDMETHODIMP Host::ProcessSelect(BSTR sentence, IDispatch** result) noexcept {
+    return HostMember(L"ProcessSelect", [&] {
+        Out out{result};
+        try {
+            out = HandOut(connection(), connection().session().Select(Units(sentence)));
+        } catch (const multivalue::Error& error) {
+            if (error.kind() != multivalue::ErrorKind::kBadArgument) {
+                throw;
+            }
+            throw Error(mvSelectError, kHostSource, Wide(error.text()));
+        }
+    });
+}
+
+STDMETHODIMP Host::CloseSelect(IDispatch* selectList, VARIANT* result) noexcept {
+    return HostMember(L"CloseSelect", [&] {
+        const Out out{result};
+        // The engine closes "no list" of every key field when it disconnects; and closing what the
+        // end of the connection closed already is no mistake.
+        const auto object = SelectListObject::From(selectList);
+        if (object && object->content.open != nullptr) {
+            object->content.open->list.reset();
+        } else if (selectList != nullptr) {
+            throw Error(
+                kTypeMismatch, kHostSource, L"The object is no select list of this back-end.");
+        }
+    });
+}
+
+STDMETHODIMP
+Host::ReadNext(IDispatch** selectList, BSTR* id, VARIANT_BOOL* result) noexcept {
+    return HostMember(L"ReadNext", [&] {
+        Out out{result};
+        Require(id);
+        multivalue::SelectedId next;
+        const bool more = ListOf(Require(selectList)).list->Next(next);
+        Assign(id, Wide(next.id));
+        out = more;
+    });
+}
+
+STDMETHODIMP Host::SelectDictName(BSTR fileName,
+                                  VARIANT_BOOL withCorrelatives,
+                                  IDispatch** result) noexcept {
+    return HostMember(L"SelectDictName", [&] {
+        Out out{result};
+        multivalue::Store& store = connection().store();
+        const auto file = multivalue::RequireFile(store, Units(fileName));
+        std::vector<multivalue::Text> names;
+        const auto dictionary = store.FindFile(multivalue::DictionaryFileName(file.name));
+        if (dictionary) {
+            const auto scan = store.OpenScan(*dictionary, {});
+            std::vector<multivalue::ScanEntry> entries;
+            constexpr std::size_t kChunk = 200;
+            while (scan->Next(entries, kChunk)) {
+                for (const multivalue::ScanEntry& entry : entries) {
+                    const auto item = multivalue::ReadDictionaryItem(entry.record);
+                    if (item.kind == multivalue::DictionaryItem::Kind::kField &&
+                        (withCorrelatives != VARIANT_FALSE || item.correlative.empty())) {
+                        names.push_back(entry.id);
+                    }
+                }
+            }
+        }
+        out = HandOut(connection(), multivalue::ListOfIds(std::move(names)));
+    });
+}
+
+STDMETHODIMP Host::SelectFileName(IDispatch** result) noexcept {
+    return HostMember(L"SelectFileName", [&] {
+        Out out{result};
+        std::vector<multivalue::Text> names = connection().store().FileNames();
+        // Dictionaries come with their files; names in & are the system's own.
+        const multivalue::Text prefix = multivalue::DictionaryFileName({});
+        std::erase_if(names, [&](const multivalue::Text& name) {
+            return name.starts_with(prefix) || name.starts_with(u'&');
+        });
+        out = HandOut(connection(), multivalue::ListOfIds(std::move(names)));
+    });
+}
+
+}  // namespace kel::embedded

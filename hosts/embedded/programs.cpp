@@ -1,0 +1,105 @@
+#include "hosts/embedded/programs.h"
+
+#include "hosts/embedded/account_objects.h"
+#include "hosts/embedded/connection.h"
+#include "hosts/embedded/edges.h"
+#include "hosts/embedded/script_engine.h"
+
+namespace kel::embedded {
+
+using automation::ComPtr;
+using automation::Error;
+using multivalue::Text;
+using multivalue::TextView;
+
+namespace {
+
+// Programs that call one another without end would take the process with them.
+constexpr int kDeepest = 32;
+
+Text Capitals(TextView text) {
+    Text result(text);
+    for (char16_t& unit : result) {
+        if (unit >= u'a' && unit <= u'z') {
+            unit = static_cast<char16_t>(unit - (u'a' - u'A'));
+        }
+    }
+    return result;
+}
+
+// Counts a level of calls, whatever ends it.
+class Level {
+public:
+    Level(int& depth, TextView name) : depth_(depth) {
+        if (depth_ >= kDeepest) {
+            throw Error(automation::kOverflow,
+                        kHostSource,
+                        automation::Text(L"Stored programs call one another too deeply, at \"")
+                            .append(Wide(name))
+                            .append(L"\"."));
+        }
+        ++depth_;
+    }
+    Level(const Level&) = delete;
+    Level& operator=(const Level&) = delete;
+    ~Level() { --depth_; }
+
+private:
+    int& depth_;
+};
+
+}  // namespace
+
+Programs::Programs(Connection& connection, ComPtr<IDispatch> application)
+    : connection_(connection), application_(std::move(application)) {}
+
+Programs::~Programs() {
+    end();
+}
+
+Programs::Source Programs::find(TextView name) {
+    multivalue::Store& store = connection_.store();
+    if (const auto file = store.FindFile(kProgramFile)) {
+        for (const Text& written : {Text(name), Capitals(name)}) {
+            for (const TextView suffix : {u"", u".vbs", u".js"}) {
+                Source source{written + Text(suffix), {}};
+                if (!source.id.empty() && store.Read(*file, source.id, source.text)) {
+                    return source;
+                }
+            }
+        }
+    }
+    throw multivalue::Error(multivalue::ErrorKind::kNoSuchProgram,
+                            u"There is no stored program \"" + Text(name) + u"\" in the file " +
+                                Text(kProgramFile) + u".");
+}
+
+void Programs::run(TextView name, std::span<VARIANT* const> arguments) {
+    const Level level(depth_, name);
+    Source source = find(name);
+    auto node = idle_.extract(source.id);
+    if (node.empty() || node.mapped()->source() != source.text) {
+        if (!account_) {
+            account_ = MakeAccount(connection_);
+        }
+        std::map<Text, std::unique_ptr<ScriptEngine>> fresh;
+        fresh.emplace(
+            source.id,
+            std::make_unique<ScriptEngine>(source.id, source.text, account_, application_));
+        node = fresh.extract(fresh.begin());
+    }
+    node.mapped()->run(arguments);
+    if (node.mapped()->isReusable()) {
+        idle_.insert(std::move(node));
+    }
+}
+
+void Programs::end() noexcept {
+    idle_.clear();
+    if (account_) {
+        EndAccount(*account_);
+        account_.reset();
+    }
+}
+
+}  // namespace kel::embedded

@@ -1,0 +1,56 @@
+// Stored programs: scripts kept as records of the file PROGRAMS, run by the platform's script
+// engines.
+//
+// A program NAME is the record NAME, NAME.vbs or NAME.js, as written or in capitals; .js is JScript
+// and everything else VBScript. Its lines are attributes. It sees Account (the calling session,
+// kelScript.idl), Arguments, and Application when the client set that property. A procedure Main is
+// called with the arguments, by reference in VBScript; without one the code outside procedures is
+// the program, run at every call.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <span>
+
+#include "automation/variant.h"
+#include "hosts/multivalue/text.h"
+
+namespace kel::embedded {
+
+class Connection;
+class ScriptEngine;
+
+inline constexpr multivalue::TextView kProgramFile = u"PROGRAMS";
+
+class Programs {
+public:
+    // `application` may be empty.
+    Programs(Connection& connection, automation::ComPtr<IDispatch> application);
+    Programs(const Programs&) = delete;
+    Programs& operator=(const Programs&) = delete;
+    ~Programs();
+
+    // Runs a program; it may change what the arguments hold. Throws kNoSuchProgram; for a failing
+    // program automation::Error with its number, the description naming program and line.
+    void run(multivalue::TextView name, std::span<VARIANT* const> arguments);
+
+    // Closes all engines. Objects that scripts made end here.
+    void end() noexcept;
+
+private:
+    struct Source {
+        multivalue::Text id;
+        multivalue::Text text;
+    };
+    Source find(multivalue::TextView name);
+
+    Connection& connection_;
+    automation::ComPtr<IDispatch> application_;
+    automation::ComPtr<IDispatch> account_;
+    // By id; used again as long as the record says the same. Programs that call themselves find
+    // theirs taken and get another.
+    std::map<multivalue::Text, std::unique_ptr<ScriptEngine>> idle_;
+    int depth_ = 0;
+};
+
+}  // namespace kel::embedded
