@@ -31,7 +31,7 @@ using Listeners = std::vector<std::shared_ptr<Listener>>;
 class ConnectionPoint final : public IConnectionPoint {
 public:
     // `owner` is the object that contains this part; not counted.
-    ConnectionPoint(IConnectionPointContainer& owner, REFIID source) noexcept
+    ConnectionPoint(IConnectionPointContainer& owner, REFIID source)
         : owner_(owner), source_(source) {}
     ConnectionPoint(const ConnectionPoint&) = delete;
     ConnectionPoint& operator=(const ConnectionPoint&) = delete;

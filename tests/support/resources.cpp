@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <map>
 #include <unordered_map>
 
@@ -17,6 +18,18 @@ namespace kel::tests {
 namespace {
 
 constexpr std::array kProductModules = {L"kelSDK.dll", L"kelos1.dll", L"kelos99.dll"};
+
+// C memory, so that the spy neither sees itself nor fails where a test makes C++ memory fail.
+template <typename T>
+struct PlainMemory {
+    using value_type = T;
+    PlainMemory() = default;
+    template <typename U>
+    PlainMemory(const PlainMemory<U>&) {}  // NOLINT(google-explicit-constructor): an allocator's
+    T* allocate(std::size_t count) { return static_cast<T*>(std::malloc(count * sizeof(T))); }
+    void deallocate(T* block, std::size_t) { std::free(block); }
+    friend bool operator==(const PlainMemory&, const PlainMemory&) { return true; }
+};
 
 // Sees every allocation of the task allocator. The platform calls it under a lock of its own, from
 // before an allocation until after it.
@@ -66,7 +79,12 @@ public:
     STDMETHODIMP_(void) PreHeapMinimize() noexcept override {}
     STDMETHODIMP_(void) PostHeapMinimize() noexcept override {}
 
-    const std::unordered_map<void*, Block>& blocks() const { return blocks_; }
+    using Blocks = std::unordered_map<void*,
+                                      Block,
+                                      std::hash<void*>,
+                                      std::equal_to<>,
+                                      PlainMemory<std::pair<void* const, Block>>>;
+    const Blocks& blocks() const { return blocks_; }
 
 private:
     void add(void* block) {
@@ -75,8 +93,7 @@ private:
         }
     }
 
-    // Plain C memory, so that the spy does not see itself.
-    std::unordered_map<void*, Block> blocks_;
+    Blocks blocks_;
     SIZE_T pending_ = 0;
     void* former_ = nullptr;
     unsigned long serial_ = 0;
