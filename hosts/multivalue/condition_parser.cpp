@@ -9,6 +9,7 @@ namespace kel::multivalue {
 namespace {
 
 constexpr int kMaxParentheses = 100;
+constexpr std::size_t kMaxTests = 1000;
 
 std::uint32_t Add(Condition& condition, Condition::Node node) {
     condition.nodes.push_back(node);
@@ -119,6 +120,9 @@ ConditionParser::Node ConditionParser::Term(Condition& condition) {
 }
 
 ConditionParser::Node ConditionParser::TestTerm(Condition& condition) {
+    if (condition.tests.size() >= kMaxTests) {
+        Refuse(reader_.Peek().text, u"is one condition too many.");
+    }
     Test test;
     test.ignoresCase = options_.noCase;
     for (bool more = true; more;) {

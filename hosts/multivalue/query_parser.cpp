@@ -101,6 +101,7 @@ public:
           conditions_(reader_, idField_, options, around) {
         query_.verb = front.verb;
         query_.file = std::move(front.file);
+        query_.dictionary = dictionary_;
         query_.idField = &idField_;
     }
 
@@ -177,7 +178,7 @@ private:
 
     bool HasRecord(TextView id) {
         const std::optional<FileNumber> file = store_.FindFile(query_.file);
-        return file && id.size() <= kMaxIdUnits && store_.Exists(*file, id);
+        return file && CanBeId(id) && store_.Exists(*file, id);
     }
 
     bool ConditionClause(Keyword keyword) {

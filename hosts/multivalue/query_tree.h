@@ -109,7 +109,8 @@ struct ReportOptions {
 
 struct Query {
     QueryVerb verb = QueryVerb::kSelect;
-    Text file;  // as the store has it: of a dictionary with its prefix
+    Text file;        // as the store has it: of a dictionary with its prefix
+    Text dictionary;  // the file whose dictionary describes the fields; "" when there is none
     std::unique_ptr<FieldEvaluator> fields;  // all Field pointers belong to it
     const Field* idField = nullptr;          // @ID
     std::vector<Text> ids;                   // explicit ones

@@ -27,6 +27,11 @@ Text DictionaryFileName(TextView file) {
     return Text(u"DICT ").append(file);
 }
 
+bool CanBeId(TextView id) {
+    return !id.empty() && id.size() <= kMaxIdUnits &&
+           id.find_first_of(u"\u00FB\u00FC\u00FD\u00FE\u00FF") == TextView::npos;
+}
+
 NamedFile RequireFile(Store& store, TextView name) {
     // What cannot be a name is no file, whatever the reason.
     if (!name.empty() && name.size() <= kMaxFileName) {
@@ -56,8 +61,7 @@ std::int32_t StoreSurroundings::SecondOfDay() const {
 
 std::optional<Text> StoreSurroundings::ReadRecord(TextView file, bool dictionary, TextView id) {
     const Text name = dictionary ? DictionaryFileName(file) : Text(file);
-    if (id.empty() || id.size() > kMaxIdUnits ||
-        id.find_first_of(u"\u00FB\u00FC\u00FD\u00FE\u00FF") != TextView::npos) {
+    if (!CanBeId(id)) {
         RequireFile(store_, name);
         return std::nullopt;
     }

@@ -11,6 +11,9 @@ namespace kel::multivalue {
 // The file that holds the dictionary of `file`.
 Text DictionaryFileName(TextView file);
 
+// Whether a record could have this id.
+bool CanBeId(TextView id);
+
 // A file by its name as written, else in capitals. Raises kNoSuchFile.
 struct NamedFile {
     FileNumber number{};
