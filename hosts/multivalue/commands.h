@@ -75,9 +75,16 @@ std::unique_ptr<SelectList> TakeSourceList(Session& session,
                                            std::optional<int> number,
                                            bool isRequired);
 
-// The lists that the other verbs of lists make, GET-LIST and QSELECT. `command` stands behind the
-// verb. Raise kBadArgument.
-std::unique_ptr<SelectList> ReadSavedList(Command& command);
-std::unique_ptr<SelectList> ReadAttributeList(Command& command);
+// A list, and the number it is to become active under.
+struct MadeList {
+    std::unique_ptr<SelectList> list;
+    int number = 0;
+};
+
+// The lists of SELECT and SSELECT, GET-LIST, QSELECT. `command` stands behind the verb. Raise
+// kBadArgument and what the store raises.
+MadeList SelectByQuery(Session& session, TextView sentence);
+MadeList ReadSavedList(Command& command);
+MadeList ReadAttributeList(Command& command);
 
 }  // namespace kel::multivalue

@@ -4,6 +4,7 @@
 #include "hosts/multivalue/commands.h"
 #include "hosts/multivalue/element_functions.h"
 #include "hosts/multivalue/query_parser.h"
+#include "hosts/multivalue/query_selection.h"
 #include "hosts/multivalue/record_fields.h"
 
 namespace kel::multivalue {
@@ -18,27 +19,15 @@ void TellSelected(Command& command, std::uint64_t count, int list) {
 }
 
 // Makes a list active. An empty one is a list too: what works on it finds nothing.
-void Activate(Command& command, SelectList& list, int number) {
-    std::vector<SelectedId> entries = Drain(list);
+void Activate(Command& command, const MadeList& made) {
+    std::vector<SelectedId> entries = Drain(*made.list);
     const std::size_t count = entries.size();
-    command.Own().PutList(number, ListOf(std::move(entries)));
-    TellSelected(command, count, number);
-}
-
-// The number behind the word, anywhere in the rest of a query.
-int TargetList(TextView sentence) {
-    const std::vector<Word> words = SplitWords(sentence, Signs::kApart);
-    for (std::size_t i = 0; i + 1 < words.size(); ++i) {
-        if (words[i].kind == Word::Kind::kPlain && words[i].keyword == u"TO") {
-            return Number::OrZero(words[i + 1].text).ToPosition();
-        }
-    }
-    return 0;
+    command.Own().PutList(made.number, ListOf(std::move(entries)));
+    TellSelected(command, count, made.number);
 }
 
 void Select(Command& command) {
-    const std::unique_ptr<SelectList> list = command.Own().Select(command.Sentence());
-    Activate(command, *list, TargetList(command.Sentence()));
+    Activate(command, SelectByQuery(command.Own(), command.Sentence()));
 }
 
 // A saved list is a record: an attribute for each entry, of its id and, for an exploded one, the
@@ -92,8 +81,7 @@ void SaveList(Command& command) {
 }
 
 void GetList(Command& command) {
-    const std::unique_ptr<SelectList> list = ReadSavedList(command);
-    Activate(command, *list, TargetList(command.Sentence()));
+    Activate(command, ReadSavedList(command));
 }
 
 void DeleteList(Command& command) {
@@ -108,8 +96,7 @@ void DeleteList(Command& command) {
 }
 
 void SelectAttributes(Command& command) {
-    const std::unique_ptr<SelectList> list = ReadAttributeList(command);
-    Activate(command, *list, 0);
+    Activate(command, ReadAttributeList(command));
 }
 
 void ClearSelect(Command& command) {
@@ -148,11 +135,21 @@ std::unique_ptr<SelectList> TakeSourceList(Session& session,
     return list;
 }
 
-std::unique_ptr<SelectList> ReadSavedList(Command& command) {
-    const Text name = command.RequireName(u"the name of a saved list");
-    if (command.TakeIf(u"TO")) {
-        command.TakeListNumber();
+MadeList SelectByQuery(Session& session, TextView sentence) {
+    Query query = ParseQuery(sentence, session.Options(), session.OwnStore(), session.Around());
+    const int number = query.toList.value_or(0);
+    std::unique_ptr<SelectList> list;
+    if (query.ids.empty()) {
+        list = TakeSourceList(session, query.fromList, query.requiresList);
     }
+    return {std::make_unique<Selection>(
+                std::move(query), std::move(list), session.OwnStore(), session.Around()),
+            number};
+}
+
+MadeList ReadSavedList(Command& command) {
+    const Text name = command.RequireName(u"the name of a saved list");
+    const int number = command.TakeIf(u"TO") ? command.TakeListNumber() : 0;
     command.RequireEnd();
     Text record;
     const std::optional<FileNumber> file = command.OwnStore().FindFile(kSavedListFile);
@@ -167,10 +164,10 @@ std::unique_ptr<SelectList> ReadSavedList(Command& command) {
                           Number::OrZero(ElementOf(part, kValueMark, 3)).ToPosition()};
         entries.push_back(std::move(entry));
     });
-    return ListOf(std::move(entries));
+    return {ListOf(std::move(entries)), number};
 }
 
-std::unique_ptr<SelectList> ReadAttributeList(Command& command) {
+MadeList ReadAttributeList(Command& command) {
     const NamedFile file = command.RequireFileName();
     std::vector<Text> ids;
     std::int32_t attribute = 0;
@@ -199,7 +196,7 @@ std::unique_ptr<SelectList> ReadAttributeList(Command& command) {
             parts.emplace_back(part);
         });
     }
-    return ListOfIds(std::move(parts));
+    return {ListOfIds(std::move(parts)), 0};
 }
 
 std::span<const CommandVerb> ListCommands() {

@@ -51,6 +51,8 @@ constexpr std::array kKeywords{
     Named{TextView(u"FOR"), Keyword::kThrowaway},
     Named{TextView(u"FROM"), Keyword::kFrom},
     Named{TextView(u"GRAND-TOTAL"), Keyword::kGrandTotal},
+    Named{TextView(u"HDR-SUP"), Keyword::kHideHeading},
+    Named{TextView(u"HDR-SUPP"), Keyword::kHideHeading},
     Named{TextView(u"HEADER"), Keyword::kHeading},
     Named{TextView(u"HEADING"), Keyword::kHeading},
     Named{TextView(u"ID-ONLY"), Keyword::kOnlyId},

@@ -53,6 +53,7 @@ enum class Keyword {
     kHideDetail,
     kHideColumnHeadings,
     kHideCount,
+    kHideHeading,
     kDoubleSpaced,
     kVertical
 };

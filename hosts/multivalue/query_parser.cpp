@@ -351,6 +351,9 @@ private:
             case Keyword::kGrandTotal:
                 report.grandTotal = reader_.RequireText(word);
                 return true;
+            case Keyword::kHideHeading:
+                report.heading = Text();
+                return true;
             case Keyword::kHideId:
                 report.hidesId = true;
                 return true;

@@ -119,6 +119,9 @@ Selection::Selection(Query query,
             exploded_.push_back(key.field);
         }
     }
+    for (const Test& test : query_.when.tests) {
+        whenFields_.push_back(test.field);
+    }
     if (query_.verb == QueryVerb::kSortedSelect || query_.verb == QueryVerb::kSortedList) {
         keys_.push_back({query_.idField});
     } else if (query_.verb == QueryVerb::kCount || query_.verb == QueryVerb::kSum) {
@@ -225,18 +228,24 @@ void Selection::Explode() {
     }
 }
 
-// Whether a field goes with the exploded ones value by value.
-bool Selection::Follows(const Field& field) const {
+// Whether a field goes with one of the others value by value.
+bool Selection::Follows(const Field& field, const std::vector<const Field*>& others) {
     const Text& association = field.Item().association;
     return field.Item().multivalued &&
-           std::any_of(exploded_.begin(), exploded_.end(), [&](const Field* exploded) {
-               return exploded == &field ||
-                      (!association.empty() && exploded->Item().association == association);
+           std::any_of(others.begin(), others.end(), [&](const Field* other) {
+               return other == &field ||
+                      (!association.empty() && other->Item().association == association);
            });
 }
 
+bool Selection::ShowsValue(const Field& field, ValuePosition entry, std::int32_t value) {
+    const bool isEntrys =
+        entry.value == 0 || entry.value == value || !Follows(field, exploded_);
+    return isEntrys && (!Follows(field, whenFields_) || when_.HoldsAt({value, 0}));
+}
+
 TextView Selection::ValueAt(const Field& field, ValuePosition position) {
-    return position.value > 0 && Follows(field) ? Fields().Internal(field, position)
+    return position.value > 0 && Follows(field, exploded_) ? Fields().Internal(field, position)
                                                 : Fields().Internal(field);
 }
 

@@ -36,9 +36,10 @@ public:
     FieldEvaluator& Fields() { return *query_.fields; }
     const Query& Sentence() const { return query_; }
 
-    // Whether the values at a position are to be shown: they meet WHEN. Of the record loaded.
-    bool ShowsValues(ValuePosition position) { return when_.HoldsAt(position); }
-    bool HasWhen() const { return !query_.when.Empty(); }
+    // Whether the value of a field at a position is to be shown: the position is that of the entry,
+    // where entries stand for values of the field, and meets WHEN, where that is about the field.
+    // Of the record loaded.
+    bool ShowsValue(const Field& field, ValuePosition entry, std::int32_t value);
 
     // Ids of the list, or of the sentence itself, that the file did not have: the first few.
     const std::vector<Text>& Missing() const { return missing_; }
@@ -56,7 +57,7 @@ private:
     void QueueEntries();
     void QueueValues(ValuePosition position);
     void Explode();
-    bool Follows(const Field& field) const;
+    static bool Follows(const Field& field, const std::vector<const Field*>& others);
     TextView ValueAt(const Field& field, ValuePosition position);
     void SortAll();
     bool NextUnsorted(SelectedId& entry);
@@ -66,6 +67,7 @@ private:
     FileNumber file_{};
     std::vector<SortKey> keys_;          // with the id, where the verb sorts by it
     std::vector<const Field*> exploded_;
+    std::vector<const Field*> whenFields_;
     bool needsRecords_ = false;
     ConditionEvaluator with_;
     ConditionEvaluator when_;

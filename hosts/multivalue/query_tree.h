@@ -95,7 +95,7 @@ struct Saving {
 };
 
 struct ReportOptions {
-    std::optional<Text> heading;
+    std::optional<Text> heading;  // "": none; nothing: the sentence itself
     std::optional<Text> footing;
     std::optional<Text> grandTotal;
     bool hidesId = false;

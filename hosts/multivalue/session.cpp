@@ -4,7 +4,6 @@
 
 #include "hosts/multivalue/commands.h"
 #include "hosts/multivalue/query_parser.h"
-#include "hosts/multivalue/query_selection.h"
 
 namespace kel::multivalue {
 
@@ -57,18 +56,13 @@ std::unique_ptr<SelectList> Session::Select(TextView sentence) {
     if (keyword == u"GET-LIST" || keyword == u"QSELECT") {
         Command command(*this, sentence);
         command.ReadWords();
-        return keyword == u"QSELECT" ? ReadAttributeList(command) : ReadSavedList(command);
+        return (keyword == u"QSELECT" ? ReadAttributeList(command) : ReadSavedList(command)).list;
     }
     const std::optional<QueryVerb> queryVerb = QueryVerbOf(keyword);
     if (queryVerb != QueryVerb::kSelect && queryVerb != QueryVerb::kSortedSelect) {
         Refuse(verb, u"is not a verb that selects records.");
     }
-    Query query = ParseQuery(sentence, options_, store_, around_);
-    std::unique_ptr<SelectList> list;
-    if (query.ids.empty()) {
-        list = TakeSourceList(*this, query.fromList, query.requiresList);
-    }
-    return std::make_unique<Selection>(std::move(query), std::move(list), store_, around_);
+    return SelectByQuery(*this, sentence).list;
 }
 
 std::unique_ptr<SelectList> Session::TakeList(int number) {

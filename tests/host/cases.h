@@ -23,6 +23,7 @@ using Checks = std::map<std::string, Check>;
 void AddArrayChecks(Checks& checks);
 void AddConversionChecks(Checks& checks);
 void AddDictionaryChecks(Checks& checks, const std::filesystem::path& folder);
+void AddQueryChecks(Checks& checks, const std::filesystem::path& folder);
 
 Text FromUtf8(const std::string& utf8);
 // A null reads as the empty text.

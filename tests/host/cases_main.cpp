@@ -80,6 +80,7 @@ int RunFolder(const std::filesystem::path& folder) {
     AddArrayChecks(checks);
     AddConversionChecks(checks);
     AddDictionaryChecks(checks, folder);
+    AddQueryChecks(checks, folder);
     std::vector<std::filesystem::path> files;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         if (entry.path().extension() == ".jsonl") {
