@@ -100,9 +100,10 @@ const std::vector<CommandVerb>& AllCommands() {
                                                          SessionCommands()}) {
             verbs.insert(verbs.end(), group.begin(), group.end());
         }
-        std::sort(verbs.begin(), verbs.end(), [](const CommandVerb& left, const CommandVerb& right) {
-            return left.name < right.name;
-        });
+        std::sort(
+            verbs.begin(), verbs.end(), [](const CommandVerb& left, const CommandVerb& right) {
+                return left.name < right.name;
+            });
         return verbs;
     }();
     return all;
@@ -110,8 +111,9 @@ const std::vector<CommandVerb>& AllCommands() {
 
 const CommandVerb* FindCommand(TextView keyword) {
     const std::vector<CommandVerb>& all = AllCommands();
-    const auto found = std::find_if(
-        all.begin(), all.end(), [keyword](const CommandVerb& verb) { return verb.name == keyword; });
+    const auto found = std::find_if(all.begin(), all.end(), [keyword](const CommandVerb& verb) {
+        return verb.name == keyword;
+    });
     return found == all.end() ? nullptr : &*found;
 }
 

@@ -28,7 +28,7 @@ public:
     bool TakeIf(TextView keyword);  // an unquoted word, in the form of KeywordOf
     Text RequireName(TextView what);
     void RequireEnd() const;
-    int TakeListNumber();           // of the word taken next
+    int TakeListNumber();  // of the word taken next
     std::vector<Text> TakeRest();
 
     // A file, or DICT and a file. Raises kNoSuchFile.

@@ -19,18 +19,17 @@ std::vector<Text> TakeNames(Command& command) {
 // By its name, in whatever case.
 const IndexInfo* FindIndex(const std::vector<IndexInfo>& indexes, TextView name) {
     const Text keyword = KeywordOf(name);
-    const auto found =
-        std::find_if(indexes.begin(), indexes.end(), [&](const IndexInfo& index) {
-            return index.name == name || KeywordOf(index.name) == keyword;
-        });
+    const auto found = std::find_if(indexes.begin(), indexes.end(), [&](const IndexInfo& index) {
+        return index.name == name || KeywordOf(index.name) == keyword;
+    });
     return found == indexes.end() ? nullptr : &*found;
 }
 
 void CreateIndex(Command& command) {
     const NamedFile file = command.RequireFileName();
-    FieldEvaluator fields(command.Own().Around(),
-                          command.OwnStore().FindFile(DictionaryFileName(file.name)) ? file.name
-                                                                                     : Text());
+    FieldEvaluator fields(
+        command.Own().Around(),
+        command.OwnStore().FindFile(DictionaryFileName(file.name)) ? file.name : Text());
     for (const Text& name : TakeNames(command)) {
         const Field* field = fields.Resolve(name);
         if (field == nullptr) {

@@ -12,7 +12,9 @@ constexpr std::size_t kChunk = 256;
 constexpr std::size_t kNumberWidth = 3;
 
 // The ids a sentence names: those written, ALL of the file, or those of the active list.
-std::unique_ptr<SelectList> TakeIds(Command& command, const NamedFile& file, std::vector<Text> ids) {
+std::unique_ptr<SelectList> TakeIds(Command& command,
+                                    const NamedFile& file,
+                                    std::vector<Text> ids) {
     if (ids.empty()) {
         std::unique_ptr<SelectList> list = command.Own().TakeList(0);
         if (!list) {

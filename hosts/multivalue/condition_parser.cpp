@@ -47,33 +47,27 @@ void ConditionParser::Continue(Condition& condition,
                                Keyword clause,
                                std::optional<Condition::Kind> joint) {
     clause_ = clause;
-    const std::optional<Node> left =
-        condition.Empty() ? std::nullopt : std::optional(condition.Root());
-    Sequence(condition, left, joint.value_or(ImpliedJoint()));
+    Sequence(
+        condition, condition.Empty() ? kNoNode : condition.Root(), joint.value_or(ImpliedJoint()));
 }
 
 // Terms joined from left to right; with priority for AND, runs of AND are joined first.
 ConditionParser::Node ConditionParser::Sequence(Condition& condition,
-                                                std::optional<Node> left,
+                                                Node left,
                                                 Condition::Kind joint) {
-    std::optional<Node> before;  // what stands in front of an OR that waits for its right side
-    if (left && options_.priorityAnd && joint == Condition::Kind::kOr) {
-        std::swap(before, left);
-    }
-    std::optional<Condition::Kind> next = joint;
-    while (next) {
+    Node before = kNoNode;  // what stands in front of an OR that waits for its right side
+    for (std::optional<Condition::Kind> next = joint; next; next = TakeJoint()) {
+        if (options_.priorityAnd && *next == Condition::Kind::kOr && left != kNoNode) {
+            if (before != kNoNode) {
+                left = Add(condition, {Condition::Kind::kOr, before, left});
+            }
+            before = left;
+            left = kNoNode;
+        }
         const Node term = Term(condition);
-        left = left ? Add(condition, {*next, *left, term}) : term;
-        next = TakeJoint();
-        if ((!next || *next == Condition::Kind::kOr) && before) {
-            left = Add(condition, {Condition::Kind::kOr, *before, *left});
-            before.reset();
-        }
-        if (options_.priorityAnd && next == Condition::Kind::kOr) {
-            std::swap(before, left);
-        }
+        left = left != kNoNode ? Add(condition, {*next, left, term}) : term;
     }
-    return *left;
+    return before != kNoNode ? Add(condition, {Condition::Kind::kOr, before, left}) : left;
 }
 
 // What joins the next term to those before; nothing when the condition ends. A clause of the other
@@ -110,7 +104,7 @@ ConditionParser::Node ConditionParser::Term(Condition& condition) {
     }
     reader_.Take();
     reader_.TakeIf(clause_);
-    const Node inner = Sequence(condition, std::nullopt, Condition::Kind::kAnd);
+    const Node inner = Sequence(condition, kNoNode, Condition::Kind::kAnd);
     if (reader_.Peek().kind != Word::Kind::kClose) {
         Refuse(u"(", u"has no closing parenthesis.");
     }
@@ -213,9 +207,9 @@ void ConditionParser::TakeOperands(Test& test) {
     }
     if (test.constants.empty() || (isBetween && test.constants.size() < 2)) {
         const Word& word = reader_.Peek();
-        const TextView needed =
-            isBetween ? u"stands where BETWEEN needs its two constants."
-                      : u"stands where the comparison needs a constant or a field.";
+        const TextView needed = isBetween
+                                    ? u"stands where BETWEEN needs its two constants."
+                                    : u"stands where the comparison needs a constant or a field.";
         if (word.kind == Word::Kind::kEnd) {
             Refuse(test.field->Name(), u"is compared with nothing.");
         }

@@ -24,8 +24,10 @@ public:
 
 private:
     using Node = std::uint32_t;
+    static constexpr Node kNoNode = 0xFFFFFFFF;
 
-    Node Sequence(Condition& condition, std::optional<Node> left, Condition::Kind joint);
+    // `left`: a node in front, or kNoNode.
+    Node Sequence(Condition& condition, Node left, Condition::Kind joint);
     std::optional<Condition::Kind> TakeJoint();
     Node Term(Condition& condition);
     Node TestTerm(Condition& condition);

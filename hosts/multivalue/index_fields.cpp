@@ -114,7 +114,8 @@ void FieldIndexKeys::KeysOf(FileNumber /*file*/,
         if (description.size() < kLetters) {
             throw Error(ErrorKind::kDamaged, u"The description of an index is damaged.");
         }
-        known = compiled_.emplace(description, std::make_unique<Compiled>(description, around_)).first;
+        known =
+            compiled_.emplace(description, std::make_unique<Compiled>(description, around_)).first;
     }
     Compiled& field = *known->second;
     RecordFields fields(record);

@@ -36,7 +36,9 @@ Text PlainKey(TextView value);
 
 // The description for an index over a field. Empty when the field cannot have one: its values
 // depend on more than the record.
-std::optional<Text> IndexDescription(const DictionaryItem& item, TextView file, Surroundings& around);
+std::optional<Text> IndexDescription(const DictionaryItem& item,
+                                     TextView file,
+                                     Surroundings& around);
 
 class FieldIndexKeys : public IndexKeys {
 public:

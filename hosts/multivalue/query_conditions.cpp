@@ -32,13 +32,10 @@ int CompareWith(TextView value, const Constant& constant, bool isRight) {
 }
 
 bool SameUnits(TextView value, TextView mask) {
-    return std::equal(value.begin(),
-                      value.end(),
-                      mask.begin(),
-                      mask.end(),
-                      [](char16_t unit, char16_t wanted) {
-                          return unit == wanted || wanted == u'^';
-                      });
+    return std::equal(
+        value.begin(), value.end(), mask.begin(), mask.end(), [](char16_t unit, char16_t wanted) {
+            return unit == wanted || wanted == u'^';
+        });
 }
 
 bool IsOfWildcards(TextView value, const Constant& constant) {
@@ -71,7 +68,8 @@ Text SoundOf(TextView text) {
     Text sound;
     char16_t last = u'0';
     for (const char16_t unit : text) {
-        const char16_t upper = unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
+        const char16_t upper =
+            unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
         if (upper < u'A' || upper > u'Z' || sound.size() == kLength) {
             continue;
         }

@@ -298,8 +298,7 @@ std::unique_ptr<SelectList> IndexOrder(const Query& query,
         return nullptr;  // such values are sorted otherwise than their keys
     }
     range.withKeys = true;
-    range.order =
-        keys.front().descending ? ScanOrder::kDescending : ScanOrder::kAscending;
+    range.order = keys.front().descending ? ScanOrder::kDescending : ScanOrder::kAscending;
     return std::make_unique<OrderedList>(store.OpenIndexScan(file, index->name, range), !thenById);
 }
 

@@ -107,7 +107,8 @@ public:
 
     Query Parse() {
         Clauses();
-        const bool isReport = query_.verb == QueryVerb::kList || query_.verb == QueryVerb::kSortedList;
+        const bool isReport =
+            query_.verb == QueryVerb::kList || query_.verb == QueryVerb::kSortedList;
         if (isReport && query_.columns.empty() && !query_.report.onlyId) {
             InsertDefaultColumns();
             Clauses();
@@ -214,8 +215,7 @@ private:
         SortKey key;
         key.descending =
             keyword == Keyword::kByDescending || keyword == Keyword::kByExplodedDescending;
-        key.exploded =
-            keyword == Keyword::kByExploded || keyword == Keyword::kByExplodedDescending;
+        key.exploded = keyword == Keyword::kByExploded || keyword == Keyword::kByExplodedDescending;
         if (keyword != Keyword::kBy && !key.descending && !key.exploded) {
             return false;
         }

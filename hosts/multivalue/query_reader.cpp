@@ -56,7 +56,8 @@ const Field& QueryReader::RequireField(TextView afterWord) {
         Refuse(afterWord, u"needs a field behind it.");
     }
     Text what = u"is not a field of ";
-    Refuse(Peek().text, dictionary_.empty() ? what + u"this file." : what.append(dictionary_) + u".");
+    Refuse(Peek().text,
+           dictionary_.empty() ? what + u"this file." : what.append(dictionary_) + u".");
 }
 
 bool QueryReader::ExpandPhrase() {

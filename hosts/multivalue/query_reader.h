@@ -16,7 +16,10 @@ namespace kel::multivalue {
 class QueryReader {
 public:
     // Borrows everything.
-    QueryReader(std::vector<Word> words, FieldEvaluator& fields, TextView dictionary, Surroundings& around)
+    QueryReader(std::vector<Word> words,
+                FieldEvaluator& fields,
+                TextView dictionary,
+                Surroundings& around)
         : words_(std::move(words)), fields_(fields), dictionary_(dictionary), around_(around) {}
 
     const Word& Peek() const { return words_[at_]; }
@@ -36,7 +39,9 @@ public:
     const Field& RequireField(TextView afterWord);
     bool NextIsField();
     // Whether the word after the next names a field.
-    bool SecondIsField() { return Names(PeekSecond()) || KeywordOfWord(PeekSecond()) == Keyword::kEval; }
+    bool SecondIsField() {
+        return Names(PeekSecond()) || KeywordOfWord(PeekSecond()) == Keyword::kEval;
+    }
 
     // Puts the words of a phrase in the place of its name. False when the next word names none.
     bool ExpandPhrase();

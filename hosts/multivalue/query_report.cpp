@@ -307,8 +307,8 @@ private:
     }
 
     void GrandTotal() {
-        const bool hasTotals = std::any_of(
-            shown_.begin(), shown_.end(), [](const ReportColumn& column) {
+        const bool hasTotals =
+            std::any_of(shown_.begin(), shown_.end(), [](const ReportColumn& column) {
                 return column.Asked().total != Total::kNone;
             });
         if (!hasTotals) {
@@ -317,11 +317,8 @@ private:
         std::vector<Cell> cells;
         for (std::size_t i = 0; i < shown_.size(); ++i) {
             const bool isFirst = i == 0 && shown_[0].Asked().total == Total::kNone;
-            AddTotalCell(cells,
-                         shown_[i],
-                         0,
-                         i,
-                         isFirst ? options_.grandTotal.value_or(u"TOTAL") : Text());
+            AddTotalCell(
+                cells, shown_[i], 0, i, isFirst ? options_.grandTotal.value_or(u"TOTAL") : Text());
         }
         if (isVertical_) {
             command_.Line({});

@@ -92,9 +92,8 @@ public:
 
 private:
     bool Read(Selection& selection) {
-        return selection.needsRecords_
-                   ? selection.store_.Read(selection.file_, entry_.id, record_)
-                   : selection.store_.Exists(selection.file_, entry_.id);
+        return selection.needsRecords_ ? selection.store_.Read(selection.file_, entry_.id, record_)
+                                       : selection.store_.Exists(selection.file_, entry_.id);
     }
 
     std::unique_ptr<SelectList> list_;
@@ -147,8 +146,7 @@ bool Selection::NeedsRecords() const {
 // Whether the sort is one by ids, as files are walked anyway.
 bool Selection::ScansInOrder() const {
     return keys_.size() == 1 && exploded_.empty() && IsPlainId(*keys_[0].field) &&
-           keys_[0].field->Item().justification != u'R' &&
-           (!keys_[0].descending || !query_.sample);
+           keys_[0].field->Item().justification != u'R' && (!keys_[0].descending || !query_.sample);
 }
 
 void Selection::MakeSource(std::unique_ptr<SelectList> list, Surroundings& around) {
@@ -239,14 +237,13 @@ bool Selection::Follows(const Field& field, const std::vector<const Field*>& oth
 }
 
 bool Selection::ShowsValue(const Field& field, ValuePosition entry, std::int32_t value) {
-    const bool isEntrys =
-        entry.value == 0 || entry.value == value || !Follows(field, exploded_);
+    const bool isEntrys = entry.value == 0 || entry.value == value || !Follows(field, exploded_);
     return isEntrys && (!Follows(field, whenFields_) || when_.HoldsAt({value, 0}));
 }
 
 TextView Selection::ValueAt(const Field& field, ValuePosition position) {
     return position.value > 0 && Follows(field, exploded_) ? Fields().Internal(field, position)
-                                                : Fields().Internal(field);
+                                                           : Fields().Internal(field);
 }
 
 void Selection::QueueValues(ValuePosition position) {

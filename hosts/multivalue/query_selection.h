@@ -21,10 +21,7 @@ class Selection : public SelectList {
 public:
     // The query's own ids, else `list`, else an index, else the whole file say which records to
     // look at. What is borrowed must outlive this object. Raises kNoSuchFile.
-    Selection(Query query,
-              std::unique_ptr<SelectList> list,
-              Store& store,
-              Surroundings& around);
+    Selection(Query query, std::unique_ptr<SelectList> list, Store& store, Surroundings& around);
     ~Selection() override;
 
     // The next entry; with SAVING the value saved stands in the place of the id.
@@ -65,7 +62,7 @@ private:
     Query query_;
     Store& store_;
     FileNumber file_{};
-    std::vector<SortKey> keys_;          // with the id, where the verb sorts by it
+    std::vector<SortKey> keys_;  // with the id, where the verb sorts by it
     std::vector<const Field*> exploded_;
     std::vector<const Field*> whenFields_;
     bool needsRecords_ = false;

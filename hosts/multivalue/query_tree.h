@@ -80,7 +80,7 @@ struct Column {
     const Field* field = nullptr;
     Total total = Total::kNone;
     bool averageWithoutEmpty = false;
-    bool breaks = false;      // a subtotal whenever its value changes
+    bool breaks = false;       // a subtotal whenever its value changes
     bool breakHidden = false;  // and the column itself is not shown
     Text breakText;
     std::optional<Text> heading;

@@ -24,8 +24,8 @@ void ReadFormat(TextView format, std::size_t& width, char16_t& justification) {
     }
     const std::size_t letter = format.find_first_of(u"LRTUlrtu", at);
     if (letter != TextView::npos) {
-        justification = format[letter] >= u'a' ? static_cast<char16_t>(format[letter] - 32)
-                                               : format[letter];
+        justification =
+            format[letter] >= u'a' ? static_cast<char16_t>(format[letter] - 32) : format[letter];
     }
 }
 

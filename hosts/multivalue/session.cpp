@@ -35,7 +35,8 @@ Answer Session::Execute(TextView sentence) {
     }
     const CommandVerb* found = FindCommand(KeywordOf(verb));
     if (found == nullptr) {
-        command.Line(Text(u"\"").append(verb).append(u"\" is not a verb; HELP lists those there are."));
+        command.Line(
+            Text(u"\"").append(verb).append(u"\" is not a verb; HELP lists those there are."));
         command.Code(kUnknownVerb);
         return command.Finish();
     }

@@ -44,8 +44,7 @@ NamedFile RequireFile(Store& store, TextView name) {
             return {*file, upper};
         }
     }
-    throw Error(ErrorKind::kNoSuchFile,
-                Text(u"There is no file \"").append(name).append(u"\"."));
+    throw Error(ErrorKind::kNoSuchFile, Text(u"There is no file \"").append(name).append(u"\"."));
 }
 
 std::int32_t StoreSurroundings::Today() const {

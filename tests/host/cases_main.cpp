@@ -58,10 +58,14 @@ Tally RunFile(const std::filesystem::path& path, const Check& check) {
     Tally tally;
     std::string shown;
     while (std::getline(file, line)) {
+        const Json row = Json::parse(line);
+        if (row.value("kind", "query") != "query") {
+            continue;  // what cases work on is no case
+        }
         ++tally.cases;
         std::optional<std::string> other;
         try {
-            other = check(Json::parse(line));
+            other = check(row);
         } catch (const std::exception& error) {
             other = std::string("error: ") + error.what();
         }

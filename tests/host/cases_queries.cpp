@@ -1,5 +1,5 @@
 // Query sentences over a file in memory: query. Its first rows are the file, its records and its
-// dictionary; those count as cases that agree.
+// dictionary.
 #include <algorithm>
 #include <fstream>
 #include <memory>
@@ -100,9 +100,6 @@ bool SamePositions(const std::vector<SelectedId>& entries, const Json& positions
 }
 
 std::optional<std::string> CheckQuery(const Json& row, QueryAccount& account) {
-    if (row.at("kind") != "query") {
-        return std::nullopt;
-    }
     const Text sentence = TextOf(row, "sentence");
     const bool isRefused = row.at("return_code") < 0;
     const Text option = row.contains("option") ? TextOf(row, "option") : Text();
