@@ -40,10 +40,15 @@ Record Split(const Text& text) {
 }
 
 struct Model {
+    struct Buffer {
+        Record record;
+        bool isNew = false;
+        bool isChanged = false;
+    };
     struct Session {
         bool exists = false;
         bool connected = false;
-        std::map<Text, Record> buffers;  // by key field, as far as one was read
+        std::map<Text, Buffer> buffers;  // by key field, as far as one was read
     };
     std::map<Text, Session> sessions;
     std::map<Text, Text> database;
@@ -140,42 +145,36 @@ private:
                 if (draw(5) == 0) {
                     EXPECT_EQ(base_->RemoveFieldCallBack(Str(key)), S_OK);
                     model_.ties.erase(key);
-                    // Its record goes with it wherever the key field was tied to the session.
-                    forget(key);
                 }
                 return;
             case 3:
             case 4:
                 EXPECT_EQ(live.tools->mvRead(Str(key), Str(id), Str(L"CUST")), S_OK);
-                session.buffers[key] = Split(model_.database[id]);
+                read(session.buffers[key], id);
                 break;
             case 5:
                 EXPECT_EQ(live.tools->mvWrite(Str(key), Str(id), nullptr), S_OK);
-                model_.database[id] = Joined(buffer->second);
+                model_.database[id] = Joined(buffer->second.record);
                 break;
             case 6:
             case 7:
                 EXPECT_EQ(live.tools->Replace(Str(key), Str(value), attribute, 0, 0), S_OK);
-                replace(buffer->second, attribute, value);
+                replace(buffer->second.record, attribute, value);
+                buffer->second.isChanged = true;
                 break;
             case 8:
                 EXPECT_EQ(live.tools->Insert(Str(key), Str(value), attribute, 0, 0), S_OK);
-                insert(buffer->second, attribute, value);
+                insert(buffer->second.record, attribute, value);
+                buffer->second.isChanged = true;
                 break;
             case 9:
                 EXPECT_EQ(live.tools->Delete(Str(key), attribute, 0, 0), S_OK);
-                if (attribute <= static_cast<long>(buffer->second.size())) {
-                    buffer->second.erase(buffer->second.begin() + attribute - 1);
-                }
+                erase(buffer->second.record, attribute);
+                buffer->second.isChanged = true;
                 break;
             case 10:
                 if (canFail) {
-                    // A failing back-end leaves the buffer as it was.
-                    backend.fail(
-                        draw(2) == 0 ? Member::kReplace : Member::kWrite, SampleFailure(), kOnce);
-                    live.tools->Replace(Str(key), Str(value), attribute, 0, 0);
-                    live.tools->mvWrite(Str(key), Str(id), nullptr);
-                    resynchronize(session, live, key, id);
+                    failOne(live, buffer->second, key, id, attribute, value);
                 }
                 break;
             case 11:
@@ -187,6 +186,20 @@ private:
         checkBuffer(session, live, key);
     }
 
+    // A record that the user has begun to type as a new one survives the read of a missing one.
+    void read(Model::Buffer& buffer, const Text& id) {
+        const auto found = model_.database.find(id);
+        if (found != model_.database.end()) {
+            buffer = {Split(found->second), false, false};
+        } else if (!buffer.isNew || !buffer.isChanged) {
+            buffer = {{}, true, false};
+        }
+    }
+    static void erase(Record& record, long attribute) {
+        if (attribute <= static_cast<long>(record.size())) {
+            record.erase(record.begin() + attribute - 1);
+        }
+    }
     static void replace(Record& record, long attribute, const Text& value) {
         if (record.size() < static_cast<std::size_t>(attribute)) {
             record.resize(static_cast<std::size_t>(attribute));
@@ -194,20 +207,34 @@ private:
         record[static_cast<std::size_t>(attribute) - 1] = value;
     }
     static void insert(Record& record, long attribute, const Text& value) {
-        if (static_cast<std::size_t>(attribute) > record.size()) {
+        // An empty last attribute is filled, not moved up.
+        const auto at = static_cast<std::size_t>(attribute);
+        if (at > record.size() || (at == record.size() && record.back().empty())) {
             replace(record, attribute, value);
         } else {
             record.insert(record.begin() + attribute - 1, value);
         }
     }
 
-    // After a failure: one of the two calls did its work, the other nothing at all.
-    void resynchronize(Model::Session& session, Live& live, const Text& key, const Text& id) {
-        const Text now = whole(live, key);
-        const Text written = backend.record(L"CUST", id).value_or(L"");
-        EXPECT_TRUE(written == now || written == model_.database[id]);
-        session.buffers[key] = Split(now);
-        model_.database[id] = written;
+    // Either the edit or the write fails in the back-end: the other does its work, the failed one
+    // nothing at all.
+    void failOne(Live& live,
+                 Model::Buffer& buffer,
+                 const Text& key,
+                 const Text& id,
+                 long attribute,
+                 const Text& value) {
+        const bool editFails = draw(2) == 0;
+        backend.fail(editFails ? Member::kReplace : Member::kWrite, SampleFailure(), kOnce);
+        EXPECT_EQ(SUCCEEDED(live.tools->Replace(Str(key), Str(value), attribute, 0, 0)),
+                  !editFails);
+        EXPECT_EQ(SUCCEEDED(live.tools->mvWrite(Str(key), Str(id), nullptr)), editFails);
+        if (editFails) {
+            model_.database[id] = Joined(buffer.record);
+        } else {
+            replace(buffer.record, attribute, value);
+            buffer.isChanged = true;
+        }
     }
 
     static Text whole(Live& live, const Text& key) {
@@ -219,12 +246,11 @@ private:
     void checkBuffer(Model::Session& session, Live& live, const Text& key) const {
         const auto buffer = session.buffers.find(key);
         if (buffer != session.buffers.end()) {
-            // An empty last attribute reads like none.
-            EXPECT_EQ(whole(live, key), Joined(buffer->second));
+            EXPECT_EQ(whole(live, key), Joined(buffer->second.record));
         }
     }
     void checkEvery(const Text& name) {
-        for (const auto& [key, record] : model_.sessions[name].buffers) {
+        for (const auto& [key, buffer] : model_.sessions[name].buffers) {
             checkBuffer(model_.sessions[name], live_[name], key);
         }
     }
@@ -237,12 +263,6 @@ private:
             EXPECT_EQ(Text(session.view()), name);
         }
     }
-    void forget(const Text& key) {
-        for (auto& [name, session] : model_.sessions) {
-            session.buffers.erase(key);
-        }
-    }
-
     unsigned seed_ = 0;
     std::mt19937 random_;
     std::map<Text, Text> settings_;
