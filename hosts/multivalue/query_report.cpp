@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "hosts/multivalue/conversion.h"
+#include "hosts/multivalue/report_heading.h"
 #include "hosts/multivalue/report_layout.h"
 #include "hosts/multivalue/report_totals.h"
 
@@ -11,38 +11,6 @@ namespace kel::multivalue {
 namespace {
 
 constexpr std::size_t kPageWidth = 80;
-
-Text Clock(std::int32_t number, TextView conversion, Surroundings& around) {
-    Text text;
-    Number(number).AppendTo(text);
-    return Oconv(text, conversion, around).value;
-}
-
-// The lines of a heading or footing. Letters in single quotes stand for: D the date, T time and
-// date, F the file, P the page, L a new line; any other for nothing. Output has one page.
-Lines HeadingLines(TextView text, const Query& query, Surroundings& around) {
-    Lines lines(1);
-    bool isQuoted = false;
-    for (const char16_t unit : text) {
-        if (unit == u'\'') {
-            isQuoted = !isQuoted;
-        } else if (!isQuoted) {
-            lines.back().push_back(unit);
-        } else if (unit == u'L' || unit == u'l') {
-            lines.emplace_back();
-        } else if (unit == u'D' || unit == u'd') {
-            lines.back() += Clock(around.Today(), u"D", around);
-        } else if (unit == u'T' || unit == u't') {
-            lines.back() += Clock(around.SecondOfDay(), u"MTS", around) + u"  " +
-                            Clock(around.Today(), u"D", around);
-        } else if (unit == u'F' || unit == u'f') {
-            lines.back() += query.file;
-        } else if (unit == u'P' || unit == u'p') {
-            lines.back() += u"1";
-        }
-    }
-    return lines;
-}
 
 class ReportWriter {
 public:
@@ -61,7 +29,9 @@ public:
             if (options_.onlyId) {
                 break;
             }
-            breaks_ += column.breaks ? 1 : 0;
+            if (column.breaks) {
+                breakColumns_.emplace_back(column, around_);
+            }
             if (!column.breakHidden) {
                 shown_.emplace_back(column, around_);
             }
@@ -72,7 +42,7 @@ public:
             width += column.Width() + 1;
         }
         isVertical_ = options_.vertical || width > kPageWidth + 1;
-        totals_.assign(breaks_ + 1, std::vector<RunningTotal>(shown_.size()));
+        totals_.assign(breakColumns_.size() + 1, std::vector<RunningTotal>(shown_.size()));
     }
 
     void Write() {
@@ -86,7 +56,7 @@ public:
             Record(entry, count == 1);
         }
         if (count > 0) {
-            for (std::size_t level = breaks_; level > 0; --level) {
+            for (std::size_t level = breakColumns_.size(); level > 0; --level) {
                 Subtotal(level);
             }
             GrandTotal();
@@ -103,9 +73,7 @@ private:
 
     void Heading() {
         if (!options_.heading) {
-            command_.Line(Text(command_.Sentence()) + u"  " +
-                          Clock(around_.SecondOfDay(), u"MTS", around_) + u"  " +
-                          Clock(around_.Today(), u"D", around_));
+            command_.Line(Text(command_.Sentence()) + u"  " + TimeAndDate(around_));
         } else if (!options_.heading->empty()) {
             WriteLines(HeadingLines(*options_.heading, query_, around_));
         }
@@ -222,24 +190,19 @@ private:
 
     // Tells which break columns changed, writes their subtotals and starts them again.
     void Breaks(const SelectedId& entry, bool isFirst) {
-        if (breaks_ == 0) {
-            return;
-        }
         std::vector<Text> now;
-        for (const Column& column : query_.columns) {
-            if (column.breaks) {
-                const ReportColumn own(column, around_);
-                Text value;
-                for (const Text& part : ValuesOf(own, entry)) {
-                    value += (value.empty() ? u"" : u" ") + own.Shown(part);
-                }
-                now.push_back(std::move(value));
+        for (const ReportColumn& column : breakColumns_) {
+            Text value;
+            for (const Text& part : ValuesOf(column, entry)) {
+                value += (value.empty() ? u"" : u" ") + column.Shown(part);
             }
+            now.push_back(std::move(value));
         }
         if (!isFirst) {
             const auto changed =
                 std::mismatch(now.begin(), now.end(), breakValues_.begin()).first - now.begin();
-            for (std::size_t level = breaks_; level > static_cast<std::size_t>(changed); --level) {
+            for (std::size_t level = now.size(); level > static_cast<std::size_t>(changed);
+                 --level) {
                 Subtotal(level);
             }
         }
@@ -252,7 +215,7 @@ private:
         std::size_t number = 0;
         for (const ReportColumn& column : shown_) {
             Text text;
-            if (column.Asked().breaks && BreakNumber(column) == level) {
+            if (column.Asked().breaks && &column.Own() == &breakColumns_[level - 1].Own()) {
                 text = BreakText(column, breakValues_[level - 1]);
             }
             AddTotalCell(cells, column, level, number++, text);
@@ -260,17 +223,6 @@ private:
         WriteCells(cells);
         command_.Line({});
         totals_[level].assign(shown_.size(), RunningTotal());
-    }
-
-    std::size_t BreakNumber(const ReportColumn& column) const {
-        std::size_t number = 0;
-        for (const Column& asked : query_.columns) {
-            number += asked.breaks ? 1 : 0;
-            if (asked.breaks && asked.field == &column.Own()) {
-                break;
-            }
-        }
-        return number;
     }
 
     // "'V' in all" shows the value that ended; the letters otherwise quoted mean nothing here.
@@ -334,7 +286,7 @@ private:
     std::vector<ReportColumn> shown_;
     std::vector<std::size_t> widths_;
     bool isVertical_ = false;
-    std::size_t breaks_ = 0;
+    std::vector<ReportColumn> breakColumns_;
     std::vector<Text> breakValues_;
     std::vector<std::vector<RunningTotal>> totals_;  // by level, then column
 };

@@ -247,37 +247,42 @@ TextView Selection::ValueAt(const Field& field, ValuePosition position) {
 }
 
 void Selection::QueueValues(ValuePosition position) {
-    const auto queue = [&](TextView id) {
-        SelectedId entry{Text(id), query_.saving ? ValuePosition{} : position};
-        if (!sorter_) {
-            queue_.push_back(std::move(entry));
-            return;
-        }
-        keyValues_.clear();
-        for (const SortKey& key : keys_) {
-            keyValues_.push_back(ValueAt(*key.field, position));
-        }
-        sorter_->Add(std::move(entry), keyValues_);
-    };
     if (!query_.saving) {
-        queue(foundId_);
+        Queue(foundId_, position);
         return;
     }
     const Field& field = *query_.saving->field;
-    const Text saved(ValueAt(field, position));
-    TextView rest = saved;
+    std::vector<Text> values;
+    TextView rest = ValueAt(field, position);
     for (bool more = true; more;) {
         const std::size_t end =
             field.Item().multivalued ? std::min(rest.find(kValueMark), rest.size()) : rest.size();
-        const TextView value = rest.substr(0, end);
+        if (end > 0 || !query_.saving->withoutEmpty) {
+            values.emplace_back(rest.substr(0, end));
+        }
         more = end < rest.size();
         rest.remove_prefix(more ? end + 1 : end);
-        if ((value.empty() && query_.saving->withoutEmpty) ||
-            (query_.saving->unique && !saved_.emplace(value).second)) {
-            continue;
-        }
-        queue(value);
     }
+    if (sorter_) {
+        // Of equal entries the last comes first; the values of one record are to keep their order.
+        std::reverse(values.begin(), values.end());
+    }
+    for (const Text& value : values) {
+        Queue(value, position);
+    }
+}
+
+void Selection::Queue(TextView id, ValuePosition position) {
+    SelectedId entry{Text(id), query_.saving ? ValuePosition{} : position};
+    if (!sorter_) {
+        queue_.push_back(std::move(entry));
+        return;
+    }
+    keyValues_.clear();
+    for (const SortKey& key : keys_) {
+        keyValues_.push_back(ValueAt(*key.field, position));
+    }
+    sorter_->Add(std::move(entry), keyValues_);
 }
 
 void Selection::SortAll() {
@@ -302,7 +307,10 @@ bool Selection::Next(SelectedId& entry) {
     if (sorter_ && !isSorted_) {
         SortAll();
     }
-    const bool found = sorter_ ? sorter_->Next(entry) : NextUnsorted(entry);
+    bool found = false;
+    do {
+        found = sorter_ ? sorter_->Next(entry) : NextUnsorted(entry);
+    } while (found && query_.saving && query_.saving->unique && !saved_.insert(entry.id).second);
     if (sorter_ && needsRecords_) {
         delivered_ = entry;
     }

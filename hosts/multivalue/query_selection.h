@@ -53,6 +53,7 @@ private:
     bool NextFound();
     void QueueEntries();
     void QueueValues(ValuePosition position);
+    void Queue(TextView id, ValuePosition position);
     void Explode();
     static bool Follows(const Field& field, const std::vector<const Field*>& others);
     TextView ValueAt(const Field& field, ValuePosition position);

@@ -19,7 +19,8 @@ const std::vector<Text>& Sentences() {
         u"SELECT F WITH REF > -3",
         u"SSELECT F BY NAME",
         u"SELECT F BY REF",
-        u"LIST F NAME QTY FMT '3R' COL.HDG 'X' CONV 'MD1' BREAK-ON \"'V'x\" CITY TOTAL PRICE DET.SUP",
+        u"LIST F NAME QTY FMT '3R' COL.HDG 'X' CONV 'MD1' BREAK-ON \"'V'x\" CITY TOTAL PRICE "
+        u"DET.SUP",
         u"SORT F BY CITY BREAK-SUP CITY AVERAGE QTY MAX REF MIN PRICE ENUM NAME ID.SUP HEADING "
         u"\"a'DLPT'b\" FOOTING 'z' VERT DBL.SPC",
         u"LIST DICT F '1' \"A\" ONLY COUNT.SUP COL.SUP GRAND.TOTAL 'all'",
@@ -117,8 +118,9 @@ void TryOne(Mutator& mutator) {
 }  // namespace kel::multivalue
 
 int main(int argc, char** argv) {
-    return kel::multivalue::RunFor(argc,
-                                   argv,
-                                   u"0123456789AFGNQ,.:+-*/#=<>()[]^~\"'_@ \u00fb\u00fc\u00fd\u00fe",
-                                   kel::multivalue::TryOne);
+    return kel::multivalue::RunFor(
+        argc,
+        argv,
+        u"0123456789AFGNQ,.:+-*/#=<>()[]^~\"'_@ \u00fb\u00fc\u00fd\u00fe",
+        kel::multivalue::TryOne);
 }
