@@ -21,8 +21,19 @@ set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/driver/wine-run ${KE
 set(CMAKE_C_FLAGS_RELWITHDEBINFO "-O2 -gdwarf-4 -g1 -DNDEBUG" CACHE STRING "")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -gdwarf-4 -g1 -DNDEBUG" CACHE STRING "")
 
+# A function with an array on its stack notices that it was overrun before it returns.
+set(CMAKE_C_FLAGS_INIT -fstack-protector-strong)
+set(CMAKE_CXX_FLAGS_INIT -fstack-protector-strong)
+
+# Loaded at an address of the system's choice (which needs relocations, programs' too), with no
+# executable data. Defaults of some linkers, not of all.
+set(kel_hardening "-Wl,--dynamicbase -Wl,--nxcompat")
+if(KEL_WIDTH STREQUAL x64)
+    string(APPEND kel_hardening " -Wl,--high-entropy-va")
+endif()
+
 # Nothing but the system's own DLLs is needed beside ours. Without a time stamp the same source
 # gives the same DLL, which then need not be registered again.
 foreach(kind EXE SHARED MODULE)
-    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp")
+    set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static -Wl,--no-insert-timestamp ${kel_hardening}")
 endforeach()

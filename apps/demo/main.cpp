@@ -107,6 +107,8 @@ int Run(const std::vector<Text>& arguments) {
 
 int wmain(int count, wchar_t** arguments) {
     using namespace kel::demo;
+    // No DLL comes from the current directory or the search path.
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     // Output is UTF-8 with plain line ends, to a console as well as to a file.
     SetConsoleOutputCP(CP_UTF8);
     _setmode(_fileno(stdout), _O_BINARY);
