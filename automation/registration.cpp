@@ -136,11 +136,39 @@ void RegisterAll(RegistrationScope scope) {
     }
 }
 
+// Whether classes of the 32-bit and of the 64-bit version of this module have keys of their own.
+bool HasOtherWidth() {
+    BOOL emulated = FALSE;
+    return sizeof(void*) == 8 || (IsWow64Process(GetCurrentProcess(), &emulated) && emulated);
+}
+
+// Whether the version of this module that has the other width is registered.
+bool IsRegisteredInOtherWidth(RegistrationScope scope, const ClassEntry& entry) {
+    if (!HasOtherWidth()) {
+        return false;
+    }
+    constexpr REGSAM kOtherView = sizeof(void*) == 8 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+    const HKEY hive = scope == RegistrationScope::kMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+    const std::wstring path =
+        L"Software\\Classes\\CLSID\\" + GuidText(entry.clsid) + L"\\InprocServer32";
+    HKEY handle = nullptr;
+    if (RegOpenKeyExW(hive, path.c_str(), 0, KEY_QUERY_VALUE | kOtherView, &handle) !=
+        ERROR_SUCCESS) {
+        return false;
+    }
+    RegCloseKey(handle);
+    return true;
+}
+
 void UnregisterAll(RegistrationScope scope) {
     const Root root = RootOf(scope);
     for (const ClassEntry& entry : ThisModule().classes) {
-        DeleteTree(root, entry.progId);
+        // First its own key: where the platform has one for both, nothing is found afterwards.
         DeleteTree(root, L"CLSID\\" + GuidText(entry.clsid));
+        // The names of classes are common to both widths; they go with the last.
+        if (!IsRegisteredInOtherWidth(scope, entry)) {
+            DeleteTree(root, entry.progId);
+        }
     }
     if (ThisModule().registersTypeLibrary) {
         UnregisterLibrary(scope);

@@ -55,4 +55,8 @@ HRESULT Dll::unregisterServer() const {
     return entry<HRESULT(STDAPICALLTYPE*)()>("DllUnregisterServer")();
 }
 
+HRESULT Dll::install(bool install, const wchar_t* argument) const {
+    return entry<HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR)>("DllInstall")(install, argument);
+}
+
 }  // namespace kel::tests

@@ -27,6 +27,7 @@ public:
     HRESULT canUnloadNow() const;
     HRESULT registerServer() const;
     HRESULT unregisterServer() const;
+    HRESULT install(bool install, const wchar_t* argument) const;
 
     // A new object through the class factory.
     template <typename T>

@@ -27,6 +27,9 @@ protected:
             RegCreateKeyW(HKEY_CLASSES_ROOT, path, &key);
             RegCloseKey(key);
         }
+        HKEY key = nullptr;
+        RegCreateKeyW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID", &key);
+        RegCloseKey(key);
     }
 
     bool holds(const Text& line) const {
@@ -90,6 +93,51 @@ TEST_F(ProductRegistration, OfTheBackEndLeavesTheComponentsAlone) {
     EXPECT_EQ(backEnd.unregisterServer(), S_OK);
     EXPECT_EQ(machine.lines(), before);
     EXPECT_EQ(component.unregisterServer(), S_OK);
+}
+
+// A newer version lies elsewhere: it takes the place of the old one, under the same identifiers.
+TEST_F(ProductRegistration, OfAnUpdateChangesThePathOnly) {
+    const TempFolder folder;
+    for (const wchar_t* name : {L"kelSDK.dll", L"kelos1.dll"}) {
+        SCOPED_TRACE(Narrow(name));
+        const auto before = machine.lines();
+        ASSERT_EQ(Dll(name).registerServer(), S_OK);
+        const auto old = machine.lines();
+        ASSERT_TRUE(CopyFileW(ProductPath(name).c_str(), (folder / name).c_str(), TRUE));
+        const Dll update(folder / name);
+        ASSERT_EQ(update.registerServer(), S_OK);
+        auto lines = machine.lines();
+        for (Text& line : lines) {
+            const std::size_t at = line.find(folder.path());
+            if (at != Text::npos) {
+                const Text path = ProductPath(name);
+                line.replace(at, folder.path().size(), path.substr(0, path.rfind(L'\\')));
+            }
+        }
+        std::sort(lines.begin(), lines.end());
+        EXPECT_EQ(lines, old);
+        EXPECT_EQ(update.unregisterServer(), S_OK);
+        EXPECT_EQ(machine.lines(), before);
+    }
+}
+
+// Machine-wide and per-user registration exist side by side, and each is taken back by itself.
+TEST_F(ProductRegistration, ForTheUserLeavesTheMachinesAlone) {
+    const Dll component(L"kelSDK.dll");
+    const Dll backEnd(L"kelos1.dll");
+    for (const Dll* dll : {&component, &backEnd}) {
+        const auto userBefore = user.lines();
+        const auto before = machine.lines();
+        ASSERT_EQ(dll->install(true, nullptr), S_OK);
+        const auto registered = machine.lines();
+        ASSERT_EQ(dll->install(true, L"user"), S_OK);
+        EXPECT_EQ(machine.lines(), registered);
+        EXPECT_NE(user.lines(), userBefore);
+        EXPECT_EQ(dll->install(false, nullptr), S_OK);
+        EXPECT_EQ(machine.lines(), before);
+        EXPECT_EQ(dll->install(false, L"user"), S_OK);
+        EXPECT_EQ(user.lines(), userBefore);
+    }
 }
 
 }  // namespace
