@@ -37,6 +37,22 @@ std::string Utf8(TextView text) {
     return result;
 }
 
+// Appending is one step on Windows. Where it is not, as in Wine, writers at the same time would
+// overwrite one another; so they take turns. The lock lies behind everything that is ever written,
+// hinders no reader, and goes with the handle. A turn that does not come, because some process was
+// halted in the middle of its own, is no longer waited for.
+void TakeTurn(HANDLE file) noexcept {
+    constexpr ULONGLONG kPatienceMs = 3000;
+    OVERLAPPED farBehind{};
+    farBehind.OffsetHigh = MAXLONG;
+    const ULONGLONG start = GetTickCount64();
+    while (!LockFileEx(
+               file, LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &farBehind) &&
+           GetLastError() == ERROR_LOCK_VIOLATION && GetTickCount64() - start < kPatienceMs) {
+        Sleep(1);
+    }
+}
+
 // One write per line, at the end of the file wherever that is by then: lines of several threads and
 // processes stay whole.
 void AppendLine(const Text& path, const std::string& line) noexcept {
@@ -49,12 +65,7 @@ void AppendLine(const Text& path, const std::string& line) noexcept {
                                     FILE_ATTRIBUTE_NORMAL,
                                     nullptr);
     if (file != INVALID_HANDLE_VALUE) {
-        // Appending is one step on Windows. Where it is not, as in Wine, writers at the same time
-        // would overwrite one another; so they take turns. The lock lies behind everything that is
-        // ever written, hinders no reader, and goes with the handle.
-        OVERLAPPED farBehind{};
-        farBehind.OffsetHigh = MAXLONG;
-        LockFileEx(file, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &farBehind);
+        TakeTurn(file);
         DWORD written = 0;
         WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
         CloseHandle(file);

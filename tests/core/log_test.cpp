@@ -4,9 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <process.h>
+
 #include <algorithm>
+#include <cstdint>
+#include <map>
 #include <thread>
 
+#include "automation/server.h"
 #include "core/settings.h"
 #include "tests/support/environment.h"
 
@@ -155,34 +160,95 @@ TEST_F(Log, WritesTextsWhole) {
         (Messages{"", Narrow(L"Grüße"), std::string("a\0b"sv), std::string(100000, 'x'), equals}));
 }
 
-TEST_F(Log, KeepsLinesWholeWhenThreadsWriteAtOnce) {
-    constexpr int kThreads = 4;
-    constexpr int kLines = 50;
-    settings.set(L"Log", L"1");
-    settings.set(L"LogLevel", L"1");
+constexpr int kThreads = 4;
+constexpr int kLines = 50;
+
+// Line `number` of one writer; longer from line to line, and different for every writer.
+std::string LineOf(const std::string& writer, int number) {
+    return writer + " " + std::string(static_cast<std::size_t>(100 + number), writer.back());
+}
+
+// What one process writes: its number and the thread's make the writer's name.
+void WriteFromThreads() {
     std::vector<std::thread> threads;
-    std::vector<DWORD> ids(kThreads);
     threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([i, &ids] {
-            ids[static_cast<std::size_t>(i)] = GetCurrentThreadId();
-            for (int line = 0; line < kLines; ++line) {
-                WriteLog(Text(static_cast<std::size_t>(100 + line), static_cast<wchar_t>(L'a' + i)),
-                         5);
-            }
-        });
+        threads.emplace_back(
+            [writer = std::to_string(GetCurrentProcessId()) + ":" + static_cast<char>('a' + i)] {
+                for (int line = 0; line < kLines; ++line) {
+                    const std::string message = LineOf(writer, line);
+                    WriteLog(Text(message.begin(), message.end()), 5);
+                }
+            });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
-    std::vector<int> counts(kThreads);
-    for (const std::string& line : LinesOf(folder / L"1")) {
-        const auto thread = static_cast<std::size_t>(line.back() - 'a');
-        ASSERT_LT(thread, ids.size()) << line;
-        EXPECT_EQ(MessageOf(line, ids[thread]),
-                  std::string(static_cast<std::size_t>(100 + counts[thread]++), line.back()));
+}
+
+// Run as a process of its own, in the current directory of the next test.
+TEST(LogProcess, DISABLED_Writes) {
+    SettingsOverride settings;
+    settings.set(L"Log", L"1");
+    settings.set(L"LogLevel", L"1");
+    WriteFromThreads();
+}
+
+TEST_F(Log, KeepsEveryLineWholeWhenThreadsAndProcessesWriteAtOnce) {
+    constexpr int kProcesses = 3;
+    const Text program = automation::ModulePath();
+    std::vector<std::intptr_t> processes;
+    for (int i = 0; i < kProcesses; ++i) {
+        processes.push_back(_wspawnl(_P_NOWAIT,
+                                     program.c_str(),
+                                     L"core_test",
+                                     L"--gtest_filter=LogProcess.*",
+                                     L"--gtest_also_run_disabled_tests",
+                                     nullptr));
+        ASSERT_NE(processes.back(), -1);
     }
-    EXPECT_EQ(counts, std::vector<int>(kThreads, kLines));
+    settings.set(L"Log", L"1");
+    settings.set(L"LogLevel", L"1");
+    WriteFromThreads();
+    for (const std::intptr_t process : processes) {
+        int code = -1;
+        _cwait(&code, process, 0);
+        EXPECT_EQ(code, 0);
+    }
+    std::map<std::string, int> counts;
+    for (const std::string& line : LinesOf(folder / L"1")) {
+        const std::size_t at = line.find(" - ");
+        ASSERT_NE(at, std::string::npos) << line;
+        const std::string message = line.substr(at + 3);
+        const std::string writer = message.substr(0, message.find(' '));
+        EXPECT_EQ(message, LineOf(writer, counts[writer]++));
+    }
+    EXPECT_EQ(counts.size(), (kProcesses + 1) * kThreads);
+    for (const auto& [writer, count] : counts) {
+        EXPECT_EQ(count, kLines) << writer;
+    }
+}
+
+// Another program keeps the file to itself, or was halted in the middle of its line.
+TEST_F(Log, IsNotHeldUpByOthers) {
+    settings.set(L"Log", L"1");
+    settings.set(L"LogLevel", L"1");
+    const auto open = [this](DWORD sharing) {
+        return CreateFileW(
+            (folder / L"1").c_str(), GENERIC_WRITE, sharing, nullptr, OPEN_ALWAYS, 0, nullptr);
+    };
+    HANDLE other = open(0);
+    WriteLog(L"lost", 1);
+    CloseHandle(other);
+
+    other = open(FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    OVERLAPPED turn{};
+    turn.OffsetHigh = MAXLONG;
+    ASSERT_TRUE(LockFileEx(other, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &turn));
+    WriteLog(L"out of turn", 1);
+    CloseHandle(other);
+    WriteLog(L"free again", 1);
+    EXPECT_EQ(messages(folder / L"1"), (Messages{"out of turn", "free again"}));
 }
 
 TEST_F(Log, ReadsSettingsFreshAndOnlyAsText) {
