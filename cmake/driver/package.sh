@@ -42,7 +42,7 @@ make_packages() {
 }
 
 kel_package() {
-    local presets rest width test=
+    local presets rest width test='' status=0 made=()
     if [[ "${1:-}" == --test ]]; then
         test=1
         shift
@@ -62,8 +62,14 @@ kel_package() {
             fi
         fi
         locked "package-$width" make_packages "$width"
-        [[ ! "$test" ]] || locked "package-$width" test_packages "$width"
+        made+=("$width")
     done
+    if [[ "$test" ]]; then
+        for width in "${made[@]}"; do
+            locked "package-$width" test_packages "$width" || status=1
+        done
+    fi
     stop_server x64
     stop_server x86
+    return "$status"
 }

@@ -157,6 +157,18 @@ test_archive() {
     rm -rf "$folder"
 }
 
+# Both widths in one 64-bit prefix. Wine has no 32-bit programs there to try the other one with.
+test_side_by_side() {
+    local other=${1%x64}x86
+    [[ -f "$other.msi" ]] || return 0
+    verify "is installed" installer /i "$1.msi"
+    verify "the 32-bit one is installed beside it" installer /i "$other.msi"
+    verify "in its own place" test -f "${place/Program Files/Program Files (x86)}/kelSDK.dll"
+    verify "the 32-bit one is removed" installer /x "$other.msi"
+    verify "a script uses the 64-bit one all the same" client
+    verify "the 64-bit one is removed" installer /x "$1.msi"
+}
+
 test_packages() {
     local width=$1 package scratch place passed=0 failed=0
     package="$KEL_BUILD/packages/kelSDK-$(product_version)-$width"
@@ -174,6 +186,7 @@ test_packages() {
     make_installer "$width" 99.0.0 "$scratch/later"
     test_installer "$package" "$scratch/later"
     test_archive "$package"
+    [[ "$width" != x64 ]] || test_side_by_side "$package"
     "${wine_server[@]}" -k >/dev/null 2>&1 </dev/null || true
     echo "package $width: $passed passed, $failed failed"
     ((failed == 0))
