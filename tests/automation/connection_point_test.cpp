@@ -88,33 +88,19 @@ TEST_F(Events, ReachEveryListenerInTheOrderOfArrival) {
     EXPECT_EQ(log, (Log{L"1:Connection()", L"3:Connection()", L"2:Connection()"}));
 }
 
-TEST_F(Events, PassOverListenersThatFailOrThrow) {
-    listeners[0]->failWith(E_FAIL);
-    listeners[1]->onEvent([](Event&) { throw std::runtime_error("listener"); });
-    EXPECT_EQ(ring(L"a").size(), 3U);
-    EXPECT_EQ(ring(L"b").size(), 3U) << "and they hear the next event as well";
-}
-
-TEST_F(Events, AreNotHeardByListenersThatLeaveMeanwhile) {
+TEST_F(Events, AreNotHeardByListenersThatLeaveOrComeMeanwhile) {
     listeners[0]->onEvent([&](Event&) {
         bell->point()->Unadvise(cookies[0]);
         bell->point()->Unadvise(cookies[1]);
         listeners[1].reset();  // gone altogether
+        cookies[0] = Advise(*bell, *listeners[0]);
+        listeners[0]->onEvent([](Event&) { throw std::runtime_error("listener"); });
+        listeners[0]->failWith(E_FAIL);
     });
     EXPECT_EQ(ring(L"a"), (Log{L"1:ConnectionFailed(a)", L"3:ConnectionFailed(a)"}));
-    EXPECT_EQ(ring(L"b"), (Log{L"3:ConnectionFailed(b)"}));
-}
-
-TEST_F(Events, AreHeardFromTheNextOneOnByListenersThatComeMeanwhile) {
-    const auto late = Listener();
-    late->alsoTo(&log, L"late:");
-    listeners[2]->onEvent([&](Event&) {
-        if (late->lines().empty() && log.size() == 3) {
-            Advise(*bell, *late);
-        }
-    });
-    EXPECT_EQ(ring(L"a").size(), 3U);
-    EXPECT_EQ(ring(L"b").back(), L"late:ConnectionFailed(b)");
+    EXPECT_EQ(ring(L"b"), (Log{L"3:ConnectionFailed(b)", L"1:ConnectionFailed(b)"}))
+        << "who comes meanwhile hears the next one";
+    EXPECT_EQ(ring(L"c").size(), 2U) << "and who throws the one after that";
 }
 
 TEST_F(Events, MayBeRaisedInsideEvents) {
@@ -191,13 +177,6 @@ TEST(ConnectionPoint, RefusesNullPointersAndWrongCookies) {
     DWORD cookie = 0;
     EXPECT_EQ(point->Advise(nullptr, &cookie), E_POINTER);
     EXPECT_EQ(point->Advise(listener.get(), nullptr), E_POINTER);
-    EXPECT_EQ(point->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-    EXPECT_EQ(point->GetConnectionInterface(nullptr), E_POINTER);
-    EXPECT_EQ(point->GetConnectionPointContainer(nullptr), E_POINTER);
-    EXPECT_EQ(point->EnumConnections(nullptr), E_POINTER);
-    EXPECT_EQ(bell->FindConnectionPoint(__uuidof(__kelSessionCallBack), nullptr), E_POINTER);
-    EXPECT_EQ(bell->EnumConnectionPoints(nullptr), E_POINTER);
-
     ASSERT_EQ(point->Advise(listener.get(), &cookie), S_OK);
     for (const DWORD wrong : {DWORD{0}, cookie + 1, ~DWORD{0}}) {
         EXPECT_EQ(point->Unadvise(wrong), CONNECT_E_NOCONNECTION) << wrong;
@@ -214,102 +193,30 @@ TEST(ConnectionPoint, RefusesNullPointersAndWrongCookies) {
     SetErrorInfo(0, nullptr);
 }
 
-TEST(ConnectionPoint, IsAPartOfItsObject) {
-    const auto bell = Make<Bell>();
-    auto point = bell->point();
-    IID iid = GUID_NULL;
-    EXPECT_EQ(point->GetConnectionInterface(&iid), S_OK);
-    EXPECT_TRUE(IsEqualIID(iid, __uuidof(__kelSessionCallBack)));
-    ComPtr<IConnectionPointContainer> container;
-    EXPECT_EQ(point->GetConnectionPointContainer(container.put()), S_OK);
-    EXPECT_EQ(container.as<_Collection>().get(), bell.get());
-    EXPECT_FALSE(point.as<_Collection>()) << "but an object of its own";
-    EXPECT_TRUE(point.as<IUnknown>());
-    GUID source = GUID_NULL;
-    EXPECT_EQ(bell->GetGUID(GUIDKIND_DEFAULT_SOURCE_DISP_IID, &source), S_OK);
-    EXPECT_TRUE(IsEqualGUID(source, iid));
-    container.reset();
-    point.reset();
-    EXPECT_EQ(bell->AddRef(), 2U);
-    bell->Release();
-}
-
-TEST(ConnectionPoint, KeepsListenersExactlyAsLongAsTheyAreConnected) {
-    const auto listener = Listener();
-    const auto references = [&] {
-        listener->AddRef();
-        return listener->Release();
-    };
-    auto bell = Make<Bell>();
-    const DWORD first = Advise(*bell, *listener);
-    Advise(*bell, *listener);
-    EXPECT_EQ(references(), 3U);
-    bell->point()->Unadvise(first);
-    EXPECT_EQ(references(), 2U);
-    bell.reset();
-    EXPECT_EQ(references(), 1U);
-}
-
-// The contract of every enumerator, for one with `count` items.
-template <typename Enumerator, typename Item>
-void CheckEnumerator(Enumerator& all, ULONG count, const std::function<void(Item&)>& release) {
-    std::vector<Item> items(count + 1);
-    ULONG fetched = 99;
-    EXPECT_EQ(all.Next(1, nullptr, &fetched), E_POINTER);
-    EXPECT_EQ(all.Next(2, items.data(), nullptr), E_POINTER);
-    EXPECT_EQ(all.Next(0, items.data(), &fetched), S_OK);
-    EXPECT_EQ(fetched, 0U);
-    EXPECT_EQ(all.Next(count + 1, items.data(), &fetched), S_FALSE);
-    ASSERT_EQ(fetched, count);
-    for (ULONG i = 0; i < count; ++i) {
-        release(items[i]);
-    }
-    EXPECT_EQ(all.Next(1, items.data(), nullptr), S_FALSE);
-    EXPECT_EQ(all.Skip(1), S_FALSE);
-    EXPECT_EQ(all.Reset(), S_OK);
-    EXPECT_EQ(all.Skip(count - 1), S_OK);
-    ComPtr<Enumerator> clone;
-    EXPECT_EQ(all.Clone(nullptr), E_POINTER);
-    ASSERT_EQ(all.Clone(clone.put()), S_OK);
-    EXPECT_EQ(all.Next(1, items.data(), nullptr), S_OK);
-    release(items[0]);
-    EXPECT_EQ(clone->Next(2, items.data(), &fetched), S_FALSE);
-    EXPECT_EQ(fetched, 1U) << "a copy starts where the original stood";
-    release(items[0]);
-    EXPECT_EQ(clone->Reset(), S_OK);
-    EXPECT_EQ(clone->Skip(count + 1), S_FALSE);
-    void* unknown = &fetched;
-    EXPECT_EQ(all.QueryInterface(IID_IDispatch, &unknown), E_NOINTERFACE);
-    EXPECT_EQ(unknown, nullptr);
-    EXPECT_EQ(all.QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-    SetErrorInfo(0, nullptr);
-}
-
 TEST_F(Events, ListenersCanBeEnumeratedAsTheyWere) {
     ComPtr<IEnumConnections> all;
     ASSERT_EQ(bell->point()->EnumConnections(all.put()), S_OK);
     bell->point()->Unadvise(cookies[1]);
-    CheckEnumerator<IEnumConnections, CONNECTDATA>(*all, 3, [](CONNECTDATA& connection) {
-        EXPECT_NE(connection.dwCookie, 0U);
-        connection.pUnk->Release();
-    });
-    all->Reset();
-    CONNECTDATA first{};
-    ASSERT_EQ(all->Next(1, &first, nullptr), S_OK);
-    EXPECT_EQ(first.dwCookie, cookies[0]);
-    EXPECT_EQ(first.pUnk, listeners[0].get());
-    first.pUnk->Release();
-}
-
-TEST(ConnectionPoint, IsTheOnlyOneOfItsObject) {
-    const auto bell = Make<Bell>();
-    ComPtr<IEnumConnectionPoints> all;
-    ASSERT_EQ(bell->EnumConnectionPoints(all.put()), S_OK);
-    CheckEnumerator<IEnumConnectionPoints, IConnectionPoint*>(
-        *all, 1, [&](IConnectionPoint*& point) {
-            EXPECT_EQ(point, bell->point().get());
-            point->Release();
-        });
+    std::array<CONNECTDATA, 4> found{};
+    ULONG fetched = 99;
+    EXPECT_EQ(all->Next(1, nullptr, &fetched), E_POINTER);
+    EXPECT_EQ(all->Next(2, found.data(), nullptr), E_POINTER);
+    EXPECT_EQ(all->Next(4, found.data(), &fetched), S_FALSE);
+    ASSERT_EQ(fetched, 3U);
+    for (std::size_t i = 0; i < fetched; ++i) {
+        EXPECT_EQ(found[i].dwCookie, cookies[i]);
+        EXPECT_EQ(found[i].pUnk, listeners[i].get());
+        found[i].pUnk->Release();
+    }
+    EXPECT_EQ(all->Skip(1), S_FALSE);
+    EXPECT_EQ(all->Reset(), S_OK);
+    EXPECT_EQ(all->Skip(2), S_OK);
+    ComPtr<IEnumConnections> clone;
+    ASSERT_EQ(all->Clone(clone.put()), S_OK);
+    EXPECT_EQ(clone->Next(2, found.data(), &fetched), S_FALSE);
+    EXPECT_EQ(fetched, 1U) << "a copy starts where the original stood";
+    found[0].pUnk->Release();
+    SetErrorInfo(0, nullptr);
 }
 
 }  // namespace

@@ -1,7 +1,8 @@
 // The test back-end as a DLL: its classes and its control function.
+#include "automation/object.h"
 #include "automation/server.h"
-#include "tests/backend/host.h"
 #include "tests/backend/setup.h"
+#include "tests/backend/state.h"
 
 namespace kel::tests {
 namespace {
@@ -12,10 +13,9 @@ HRESULT CreateHost(REFIID iid, void** object) noexcept {
     *object = nullptr;
     std::optional<Failure> failure;
     const HRESULT code = automation::ComMethod([&] {
-        const VARIANT number = Value(osType).get();
-        const Parameter parameter{L"OsType", number};
-        failure = TheState().script.run(0, Member::kCreate, {&parameter, 1}, [&] {
-            automation::Check(automation::Make<Host>(osType)->QueryInterface(iid, object));
+        const Parameter parameter(osType);
+        failure = TheState().script.run(Member::kCreate, {&parameter, 1}, [&] {
+            automation::Check(MakeHost(osType)->QueryInterface(iid, object));
         });
     });
     return failure ? RaiseFailure(*failure) : code;

@@ -1,9 +1,5 @@
 #include "tests/backend/opaque.h"
 
-#include <array>
-
-#include "automation/module.h"
-
 namespace kel::tests {
 namespace {
 
@@ -12,23 +8,14 @@ constexpr IID kOpaqueIid = {
 
 constexpr std::array kNames = {L"array#", L"file#", L"list#"};
 
-std::array<long, kNames.size()> liveObjects;
-std::array<long, kNames.size()> lastNumbers;
-
-std::size_t Index(Opaque::Kind kind) {
-    return static_cast<std::size_t>(kind);
-}
-
 }  // namespace
 
-Opaque::Opaque(Kind itsKind) : kind(itsKind), number(++lastNumbers[Index(itsKind)]) {
-    ++liveObjects[Index(kind)];
-    automation::ModuleLocks::add();
+Opaque::Opaque(Kind itsKind) : kind(itsKind), number(++last_[static_cast<std::size_t>(itsKind)]) {
+    ++live_[static_cast<std::size_t>(kind)];
 }
 
-Opaque::~Opaque() {
-    --liveObjects[Index(kind)];
-    automation::ModuleLocks::remove();
+bool Opaque::answers(REFIID iid) const noexcept {
+    return MuteObject::answers(iid) || IsEqualIID(iid, kOpaqueIid);
 }
 
 ComPtr<Opaque> Opaque::Make(Kind kind) {
@@ -40,7 +27,7 @@ Opaque* Opaque::From(IUnknown* object) {
     if (object == nullptr || FAILED(object->QueryInterface(kOpaqueIid, &found))) {
         return nullptr;
     }
-    auto* const opaque = static_cast<Opaque*>(found);
+    auto* const opaque = static_cast<Opaque*>(static_cast<IDispatch*>(found));
     opaque->Release();
     return opaque;
 }
@@ -50,40 +37,9 @@ Text Opaque::NameOf(IUnknown* object) {
         return L"Nothing";
     }
     const Opaque* const opaque = From(object);
-    return opaque == nullptr ? L"object"
-                             : kNames[Index(opaque->kind)] + std::to_wstring(opaque->number);
-}
-
-long Opaque::Live(Kind kind) {
-    return liveObjects[Index(kind)];
-}
-
-void Opaque::RestartNumbers() {
-    lastNumbers = {};
-}
-
-STDMETHODIMP Opaque::QueryInterface(REFIID iid, void** object) noexcept {
-    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IDispatch) ||
-                       IsEqualIID(iid, kOpaqueIid);
-    *object = known ? this : nullptr;
-    if (!known) {
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-}
-
-STDMETHODIMP_(ULONG) Opaque::Release() noexcept {
-    const ULONG left = --references_;
-    if (left == 0) {
-        delete this;
-    }
-    return left;
-}
-
-STDMETHODIMP Opaque::GetTypeInfoCount(UINT* count) noexcept {
-    *count = 0;
-    return S_OK;
+    return opaque == nullptr
+               ? L"object"
+               : kNames[static_cast<std::size_t>(opaque->kind)] + std::to_wstring(opaque->number);
 }
 
 }  // namespace kel::tests

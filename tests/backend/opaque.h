@@ -2,18 +2,16 @@
 // Opaque to everybody else: they have no members to call.
 #pragma once
 
-#include <windows.h>
-
-#include <oaidl.h>
-
+#include <array>
 #include <vector>
 
 #include "hosts/multivalue/dynamic_array.h"
 #include "tests/backend/test_backend.h"
+#include "tests/support/mute_object.h"
 
 namespace kel::tests {
 
-class Opaque final : public IDispatch {
+class Opaque final : public MuteObject {
 public:
     enum class Kind { kArray, kFile, kList };
 
@@ -21,8 +19,8 @@ public:
     // The object behind a reference, when it is one of ours; borrowed.
     static Opaque* From(IUnknown* object);
     static Text NameOf(IUnknown* object);
-    static long Live(Kind kind);
-    static void RestartNumbers();
+    static long Live(Kind kind) { return live_[static_cast<std::size_t>(kind)]; }
+    static void RestartNumbers() { last_ = {}; }
 
     const Kind kind;
     const long number;
@@ -33,24 +31,13 @@ public:
     std::size_t next = 0;
     bool isOpen = true;
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override;
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() noexcept override;
-    STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override;
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
-        return DISP_E_UNKNOWNNAME;
-    }
-    STDMETHODIMP Invoke(
-        DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) noexcept override {
-        return DISP_E_MEMBERNOTFOUND;
-    }
-
 private:
     explicit Opaque(Kind itsKind);
-    ~Opaque();
+    ~Opaque() override { --live_[static_cast<std::size_t>(kind)]; }
+    bool answers(REFIID iid) const noexcept override;
 
-    ULONG references_ = 1;
+    inline static std::array<long, 3> live_;
+    inline static std::array<long, 3> last_;
 };
 
 inline multivalue::TextView Units(TextView text) {

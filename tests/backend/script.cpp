@@ -1,60 +1,26 @@
 #include "tests/backend/script.h"
 
-#include <algorithm>
-#include <array>
-
 #include "tests/backend/opaque.h"
 
 namespace kel::tests {
 namespace {
 
 // In the order of Member. A name that ends in "=" has the new value as its last parameter.
-constexpr std::array<TextView, 43> kMemberNames = {
-    L"Create",
-    L"PropertyCount",
-    L"GetPropertyName",
-    L"PropertyValue",
-    L"PropertyValue=",
-    L"PropertyObject",
-    L"PropertyObject=",
-    L"PropertyDescription",
-    L"PropertyDefault",
-    L"OsType",
-    L"OsDescription",
-    L"DatabaseType",
-    L"Version",
-    L"IsConnected",
-    L"ConnectFailed",
-    L"Connect",
-    L"Disconnect",
-    L"CreateDynamicArray",
-    L"Extract",
-    L"Replace",
-    L"Insert",
-    L"Delete",
-    L"Locate",
-    L"Dcount",
-    L"Oconv",
-    L"Iconv",
-    L"mvRead",
-    L"mvWrite",
-    L"mvDelete",
-    L"mvRelease",
-    L"CallHost",
-    L"OpenFile",
-    L"CloseFile",
-    L"ProcessSelect",
-    L"CloseSelect",
-    L"ReadNext",
-    L"Execute",
-    L"ReadDictItem",
-    L"WriteDictItem",
-    L"ProcessCorrelative",
-    L"ValidCorrelative",
-    L"SelectDictName",
-    L"SelectFileName",
-};
-static_assert(kMemberNames.size() == static_cast<std::size_t>(Member::kSelectFileName) + 1);
+constexpr TextView kMemberNames =
+    L"Create PropertyCount GetPropertyName PropertyValue PropertyValue= PropertyObject "
+    L"PropertyObject= PropertyDescription PropertyDefault OsType OsDescription DatabaseType "
+    L"Version IsConnected ConnectFailed Connect Disconnect CreateDynamicArray Extract Replace "
+    L"Insert Delete Locate Dcount Oconv Iconv mvRead mvWrite mvDelete mvRelease CallHost OpenFile "
+    L"CloseFile ProcessSelect CloseSelect ReadNext Execute ReadDictItem WriteDictItem "
+    L"ProcessCorrelative ValidCorrelative SelectDictName SelectFileName ";
+
+Text NameOf(Member member) {
+    std::size_t start = 0;
+    for (int i = 0; i < static_cast<int>(member); ++i) {
+        start = kMemberNames.find(L' ', start) + 1;
+    }
+    return Text(kMemberNames.substr(start, kMemberNames.find(L' ', start) - start));
+}
 
 Text ShownParameter(const VARIANT& place) {
     if (automation::IsMissing(&place)) {
@@ -65,10 +31,10 @@ Text ShownParameter(const VARIANT& place) {
 }
 
 Text CallText(Member member, Parameters parameters) {
-    Text name(kMemberNames[static_cast<std::size_t>(member)]);
+    Text name = NameOf(member);
     std::vector<Text> shown;
     for (const Parameter& parameter : parameters) {
-        if (!parameter.name.empty()) {
+        if (!parameter.isResult) {
             shown.push_back(ShownParameter(parameter.place));
         }
     }
@@ -128,34 +94,20 @@ void Assign(const VARIANT& place, const Variant& value) {
 
 class Call final : public CallInProgress {
 public:
-    Call(long host, Member member, Parameters parameters)
-        : host_(host),
-          member_(member),
-          parameters_(parameters),
-          text_(CallText(member, parameters)) {}
+    Call(Member member, Parameters parameters)
+        : parameters_(parameters), text_(CallText(member, parameters)) {}
 
-    Member member() const override { return member_; }
-    long host() const override { return host_; }
     Text text() const override { return text_; }
-    Variant argument(TextView name) const override { return Variant::Through(find(name)); }
-    void set(TextView name, const Variant& value) override { Assign(find(name), value); }
+    void set(int parameter, const Variant& value) override {
+        Assign(parameter == kResult ? parameters_.back().place
+                                    : parameters_[static_cast<std::size_t>(parameter)].place,
+               value);
+    }
     void fail(const Failure& failure) override { failure_ = failure; }
 
     const std::optional<Failure>& failure() const { return failure_; }
 
 private:
-    const VARIANT& find(TextView name) const {
-        const auto found = std::find_if(parameters_.begin(),
-                                        parameters_.end(),
-                                        [&](const Parameter& one) { return one.name == name; });
-        if (found == parameters_.end()) {
-            throw automation::Error(E_INVALIDARG, L"tests", L"No such parameter: " + Text(name));
-        }
-        return found->place;
-    }
-
-    long host_;
-    Member member_;
     Parameters parameters_;
     Text text_;
     std::optional<Failure> failure_;
@@ -163,12 +115,11 @@ private:
 
 }  // namespace
 
-std::optional<Failure> Script::run(long host,
-                                   Member member,
+std::optional<Failure> Script::run(Member member,
                                    Parameters parameters,
                                    const std::function<void()>& body) {
-    Call call(host, member, parameters);
-    calls_.push_back({member, host, call.text()});
+    Call call(member, parameters);
+    calls_.push_back({member, call.text()});
     ++number_;
     // Taken before anything runs: a handler may call again, add rules or reset everything.
     const Due rules = due(member);
@@ -195,16 +146,10 @@ Script::Due Script::due(Member member) {
     bool hasInstead = false;
     const auto take = [&](const std::shared_ptr<Rule>& rule) {
         const bool isInstead = rule->phase == Phase::kInstead;
-        if (rule->when.times == 0 || (isInstead && hasInstead)) {
+        if (rule->isSpent || (isInstead && hasInstead)) {
             return;
         }
-        if (rule->when.skip > 0) {
-            --rule->when.skip;
-            return;
-        }
-        if (rule->when.times > 0) {
-            --rule->when.times;
-        }
+        rule->isSpent = rule->when == kOnce;
         hasInstead = hasInstead || isInstead;
         result.push_back(rule);
     };

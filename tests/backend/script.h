@@ -8,11 +8,28 @@
 
 namespace kel::tests {
 
-// A parameter of a call, or with the name "" its result. `place` holds the value of an incoming
-// parameter, borrowed, or refers to the caller's variable.
+// A parameter of a call or its result. `place` holds the value of an incoming parameter, borrowed,
+// or refers to the caller's variable; a null address stays one and is refused by the entry.
 struct Parameter {
-    TextView name;
-    VARIANT place;
+    Parameter(BSTR text) {  // NOLINT: implicit on purpose, like those below
+        V_VT(&place) = VT_BSTR;
+        V_BSTR(&place) = text;
+    }
+    Parameter(IDispatch* object) {  // NOLINT
+        V_VT(&place) = VT_DISPATCH;
+        V_DISPATCH(&place) = object;
+    }
+    Parameter(long number) : place(Value(number).get()) {}   // NOLINT
+    Parameter(short number) : place(Value(number).get()) {}  // NOLINT
+    template <typename T>
+    Parameter(T* target) : place(ByRef(target).get()) {}  // NOLINT
+    Parameter(VARIANT* target)                            // NOLINT
+        : place(target != nullptr && automation::IsMissing(target)
+                    ? *target
+                    : ByRef(VT_VARIANT, target).get()) {}
+
+    VARIANT place{};
+    bool isResult = false;
 };
 using Parameters = std::span<const Parameter>;
 
@@ -20,8 +37,7 @@ class Script {
 public:
     // Writes the call down and runs what is due; `body` is the default behaviour, which may throw.
     // What the caller has to raise, if anything.
-    std::optional<Failure> run(long host,
-                               Member member,
+    std::optional<Failure> run(Member member,
                                Parameters parameters,
                                const std::function<void()>& body);
 
@@ -38,6 +54,7 @@ private:
         When when;
         Phase phase;
         Handler handler;
+        bool isSpent = false;
     };
     using Due = std::vector<std::shared_ptr<const Rule>>;
 

@@ -12,19 +12,7 @@ namespace {
 constexpr const wchar_t* kNames[] = {
     L"PutRecord", L"PutDictItem", L"PutProgram", L"Listen", L"Heard", L"Deaf", L"Marked"};
 
-Text WithMarks(Text text) {
-    std::replace(text.begin(), text.end(), L'^', L'\xFE');
-    std::replace(text.begin(), text.end(), L']', L'\xFD');
-    std::replace(text.begin(), text.end(), L'\\', L'\xFC');
-    return text;
-}
-
 }  // namespace
-
-STDMETHODIMP Setup::GetTypeInfoCount(UINT* count) noexcept {
-    *count = 0;
-    return S_OK;
-}
 
 STDMETHODIMP
 Setup::GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids) noexcept {
@@ -57,7 +45,7 @@ STDMETHODIMP Setup::Invoke(DISPID id,
         };
         switch (id) {
             case 0:
-                TheState().putRecord(text(0), text(1), WithMarks(text(2)));
+                TheState().putRecord(text(0), text(1), Marked(text(2)));
                 break;
             case 1:
                 TheState().putDictItem(text(0),
@@ -85,7 +73,7 @@ STDMETHODIMP Setup::Invoke(DISPID id,
                 listening_.clear();
                 break;
             default:
-                answer(WithMarks(text(0)));
+                answer(Marked(text(0)));
         }
     });
 }

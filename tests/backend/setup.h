@@ -5,7 +5,6 @@
 #include <list>
 #include <memory>
 
-#include "automation/plain_object.h"
 #include "tests/support/event_recorder.h"
 
 namespace kel::tests {
@@ -19,10 +18,8 @@ namespace kel::tests {
 //   Heard                        The events since the last call, parted by blanks.
 //   Deaf                         Stops listening to everything.
 //   Marked text                  The text with its marks.
-class Setup final : public automation::PlainObject<IDispatch> {
+class Setup final : public MuteObject {
 public:
-    STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override;
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
     STDMETHODIMP
     GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) noexcept override;
     STDMETHODIMP Invoke(DISPID id,

@@ -1,9 +1,5 @@
 #include "tests/backend/state.h"
 
-#include <algorithm>
-
-#include "tests/backend/host.h"
-
 namespace kel::tests {
 namespace {
 
@@ -21,14 +17,14 @@ State& TheState() {
     return state;
 }
 
-long State::enter(Host& host) {
-    hosts_.push_back(&host);
+long State::enter() {
+    ++liveHosts_;
     return ++lastHost_;
 }
 
-void State::leave(Host& host) {
-    std::erase(hosts_, &host);
-    std::erase_if(lockHolders, [&](const auto& entry) { return entry.second == host.number(); });
+void State::leave(long host) {
+    --liveHosts_;
+    std::erase_if(lockHolders, [&](const auto& entry) { return entry.second == host; });
 }
 
 bool State::lock(const RecordName& record, long host) {
@@ -48,14 +44,11 @@ void State::reset() {
     lockHolders.clear();
     dictionary.clear();
     programs.clear();
+    propertyTexts.clear();
     versions = {{kTestOsType, L"2.1"},
                 {kOtherOsType, L"10.3"},
                 {kOldOsType, L"1.9"},
                 {kUndottedOsType, L"2"}};
-    properties = {{L"Server", L"String", L"Name of the server", L"localhost"},
-                  {L"Account", L"String", L"Account to work in", L""},
-                  {L"Monitor", L"OBJECT", L"Told of every call", L""},
-                  {L"Window", L"Object", L"Owner of dialogs", L""}};
     connectedAtStart = false;
     lastHost_ = 0;
     Opaque::RestartNumbers();
@@ -69,22 +62,8 @@ void State::addCallRule(long number, Phase phase, Handler handler) {
     script.addRule({}, number, kOnce, phase, std::move(handler));
 }
 
-Host* State::find(long number) const {
-    const auto found = std::find_if(hosts_.rbegin(), hosts_.rend(), [&](const Host* host) {
-        return number == 0 || host->number() == number;
-    });
-    return found != hosts_.rend() ? *found : nullptr;
-}
-
-Text State::propertyValue(TextView name, long host) const {
-    const Host* const found = find(host);
-    return found != nullptr ? found->propertyText(name) : Text();
-}
-
-void State::setConnected(bool connected, long host) {
-    if (Host* const found = find(host)) {
-        found->setConnected(connected);
-    }
+Text State::propertyValue(TextView name) const {
+    return Find(propertyTexts, Text(name)).value_or(L"");
 }
 
 void State::putRecord(TextView file, TextView id, TextView text) {
@@ -98,10 +77,6 @@ std::optional<Text> State::record(TextView file, TextView id) const {
 
 void State::lockRecord(TextView file, TextView id, long host) {
     lockHolders[{Text(file), Text(id)}] = host;
-}
-
-void State::unlockRecord(TextView file, TextView id) {
-    lockHolders.erase({Text(file), Text(id)});
 }
 
 Lines State::locks() const {
@@ -126,7 +101,7 @@ void State::putProgram(TextView name, Program program) {
 }
 
 LiveObjects State::live() const {
-    return {static_cast<long>(hosts_.size()),
+    return {liveHosts_,
             Opaque::Live(Opaque::Kind::kArray),
             Opaque::Live(Opaque::Kind::kFile),
             Opaque::Live(Opaque::Kind::kList)};
@@ -143,11 +118,6 @@ std::optional<Text> State::arrayText(IUnknown* array) const {
     return opaque != nullptr && opaque->kind == Opaque::Kind::kArray
                ? std::optional(FromUnits(opaque->array.ToText()))
                : std::nullopt;
-}
-
-bool State::isOpen(IUnknown* object) const {
-    const Opaque* const opaque = Opaque::From(object);
-    return opaque != nullptr && opaque->isOpen;
 }
 
 }  // namespace kel::tests

@@ -4,18 +4,15 @@
 #include <map>
 #include <utility>
 
+#include "kelSDK.h"
 #include "tests/backend/opaque.h"
 #include "tests/backend/script.h"
 
 namespace kel::tests {
 
-class Host;
-
 class State final : public TestBackend {
 public:
     using RecordName = std::pair<Text, Text>;  // file and id, or file and dictionary name
-
-    static constexpr long kSomebodyElse = 0;
 
     // ------------------------------------------------------------------ for the back-end objects
 
@@ -25,13 +22,13 @@ public:
     std::map<RecordName, DictItem> dictionary;
     std::map<Text, Program> programs;
     std::map<short, Text> versions;
-    std::vector<Property> properties;
+    std::map<Text, Text> propertyTexts;
     bool connectedAtStart = false;
 
     State() { reset(); }
 
-    long enter(Host& host);  // the new object's number
-    void leave(Host& host);
+    long enter();  // the new object's number
+    void leave(long host);
     // Takes a lock, or answers false when somebody else has it.
     bool lock(const RecordName& record, long host);
     void unlock(const RecordName& record, long host);
@@ -44,32 +41,33 @@ public:
     void addRule(Member member, When when, Phase phase, Handler handler) override;
     void addCallRule(long number, Phase phase, Handler handler) override;
     void setVersion(short osType, TextView version) override { versions[osType] = version; }
-    void setProperties(std::vector<Property> list) override { properties = std::move(list); }
-    Text propertyValue(TextView name, long host) const override;
+    Text propertyValue(TextView name) const override;
     void setConnectedAtStart(bool connected) override { connectedAtStart = connected; }
-    void setConnected(bool connected, long host) override;
     void createFile(TextView file) override { files[Text(file)]; }
     void putRecord(TextView file, TextView id, TextView text) override;
     std::optional<Text> record(TextView file, TextView id) const override;
     void lockRecord(TextView file, TextView id, long host) override;
-    void unlockRecord(TextView file, TextView id) override;
     Lines locks() const override;
     void putDictItem(TextView file, TextView name, const DictItem& item) override;
-    std::optional<DictItem> dictItem(TextView file, TextView name) const override;
+    std::optional<DictItem> dictItem(TextView file, TextView name) const;
     void putProgram(TextView name, Program program) override;
     LiveObjects live() const override;
     ComPtr<IDispatch> makeArray(TextView text) override;
     std::optional<Text> arrayText(IUnknown* array) const override;
     Text nameOf(IUnknown* object) const override { return Opaque::NameOf(object); }
-    bool isOpen(IUnknown* object) const override;
 
 private:
-    Host* find(long number) const;
-
-    std::vector<Host*> hosts_;  // alive, oldest first
+    long liveHosts_ = 0;
     long lastHost_ = 0;
 };
 
 State& TheState();
+
+// Raises what a test wants raised; the HRESULT to return.
+HRESULT RaiseFailure(const Failure& failure);
+
+// A back-end object: every entry of the interface written down and scripted, and behind that a
+// small database in memory.
+ComPtr<_mviHostDLL> MakeHost(short osType);
 
 }  // namespace kel::tests

@@ -6,7 +6,7 @@
 //     backend.answer(Member::kRead, Nothing(), {{L"Status", Value(2)}});   // locked, once
 //     backend.fail(Member::kWrite, SampleFailure());                       // always
 //     ... work with the component ...
-//     EXPECT_EQ(backend.callTexts(), (Lines{L"OpenFile(CUST)", L"mvRead(False,17,file#1,0)"}));
+//     EXPECT_EQ(backend.takeCalls(), (Lines{L"OpenFile(CUST)", L"mvRead(False,17,file#1,0)"}));
 //
 // The component and the test program share one copy in the process. One thread. All back-end
 // objects share one database and one script; locks belong to the back-end object that took them.
@@ -77,6 +77,14 @@ inline constexpr short kForeignOsType = 96;   // does not implement the interfac
 
 using Lines = std::vector<Text>;
 
+// Marks as they are written on paper: ^ attribute, ] value, \ subvalue.
+inline Text Marked(Text text) {
+    for (wchar_t& unit : text) {
+        unit = unit == L'^' ? L'\xFE' : unit == L']' ? L'\xFD' : unit == L'\\' ? L'\xFC' : unit;
+    }
+    return text;
+}
+
 // What a member raises.
 struct Failure : ErrorFields {
     bool described = true;  // false: the bare HRESULT, no error object
@@ -95,30 +103,20 @@ inline Failure Late(Failure failure) {
     return failure;
 }
 
-// Which calls a rule is for: the first `skip` are passed over, then it holds `times` times, -1 for
-// ever.
-struct When {
-    int skip = 0;
-    int times = 1;
-};
-inline constexpr When kOnce{0, 1};
-inline constexpr When kAlways{0, -1};
-constexpr When Nth(int number) {
-    return {number - 1, 1};
-}
+// How many times a rule holds.
+enum class When { kAlways, kOnce };
+inline constexpr When kOnce = When::kOnce;
+inline constexpr When kAlways = When::kAlways;
 
 enum class Phase { kBefore, kInstead, kAfter };
 
-// A call in progress, as a handler sees it. Parameters have the names of the type library; the
-// result has the name "".
+// A call in progress, as a handler sees it.
 class CallInProgress {
 public:
-    virtual Member member() const = 0;
-    virtual long host() const = 0;  // number of the back-end object, from 1 since reset()
     virtual Text text() const = 0;  // as it is written down
-    virtual Variant argument(TextView name) const = 0;
-    // Replaces the result or a by-reference parameter, converted to its type.
-    virtual void set(TextView name, const Variant& value) = 0;
+    // Replaces the by-reference parameter with this number, from 0, or the result (kResult),
+    // converted to its type.
+    virtual void set(int parameter, const Variant& value) = 0;
     // The member raises this when the handler returns; nothing else runs.
     virtual void fail(const Failure& failure) = 0;
 
@@ -131,24 +129,17 @@ using Handler = std::function<void(CallInProgress&)>;
 
 struct RecordedCall {
     Member member;
-    long host;
     Text text;  // "Extract(array#1,2,1,0)", "PropertyValue(Server)=local"
 };
 
-// The answer to one by-reference parameter.
+inline constexpr int kResult = -1;
+
+// The answer to one by-reference parameter, by its number from 0.
 struct Output {
-    Text name;
+    int parameter;
     Variant value;
 };
 using Outputs = std::vector<Output>;
-
-// A connection property. The type word is handed out as it stands.
-struct Property {
-    Text name;
-    Text type;
-    Text description = {};
-    Text defaultText = {};
-};
 
 struct DictItem {
     long attribute = 0;
@@ -205,16 +196,12 @@ public:
     virtual std::vector<RecordedCall> calls() const = 0;
     // Forgets the recorded calls; call numbers start at 1 again.
     virtual void clearCalls() = 0;
-    Lines callTexts() const {
+    // The recorded calls, which are then forgotten.
+    Lines takeCalls() {
         Lines texts;
         for (const RecordedCall& call : calls()) {
             texts.push_back(call.text);
         }
-        return texts;
-    }
-    // The recorded calls, which are then forgotten.
-    Lines takeCalls() {
-        Lines texts = callTexts();
         clearCalls();
         return texts;
     }
@@ -251,10 +238,10 @@ public:
                 When when = kOnce) {
         addRule(member, when, Phase::kInstead, [result, outputs](CallInProgress& call) {
             if (V_VT(&result.get()) != VT_EMPTY) {
-                call.set({}, result);
+                call.set(kResult, result);
             }
             for (const Output& output : outputs) {
-                call.set(output.name, output.value);
+                call.set(output.parameter, output.value);
             }
         });
     }
@@ -271,22 +258,14 @@ public:
     void after(Member member, Action action, When when = kAlways) {
         addRule(member, when, Phase::kAfter, Guarded(std::move(action)));
     }
-    template <typename Action>
-    void beforeCall(long number, Action action) {
-        addCallRule(number, Phase::kBefore, Guarded(std::move(action)));
-    }
 
     // ------------------------------------------------------------------ identity, connection
 
     virtual void setVersion(short osType, TextView version) = 0;
-    // Default: Server and Account ("String"), Monitor ("OBJECT"), Window ("Object").
-    virtual void setProperties(std::vector<Property> properties) = 0;
-    // The text set last, in the back-end object with this number; 0 for the newest.
-    virtual Text propertyValue(TextView name, long host = 0) const = 0;
+    // The text set last, in whichever back-end object.
+    virtual Text propertyValue(TextView name) const = 0;
     // Whether new back-end objects find themselves connected. False at first.
     virtual void setConnectedAtStart(bool connected) = 0;
-    // Makes or breaks the connection of a living back-end object, as a database does by itself.
-    virtual void setConnected(bool connected, long host = 0) = 0;
 
     // ------------------------------------------------------------------ the database
 
@@ -296,11 +275,9 @@ public:
     virtual std::optional<Text> record(TextView file, TextView id) const = 0;
     // As held by back-end object `host`; 0 is another user altogether.
     virtual void lockRecord(TextView file, TextView id, long host = 0) = 0;
-    virtual void unlockRecord(TextView file, TextView id) = 0;
     // "CUST 17 1" for record 17 of CUST locked by back-end object 1.
     virtual Lines locks() const = 0;
     virtual void putDictItem(TextView file, TextView name, const DictItem& item) = 0;
-    virtual std::optional<DictItem> dictItem(TextView file, TextView name) const = 0;
     // Must not throw, as handlers must not.
     virtual void putProgram(TextView name, Program program) = 0;
 
@@ -313,8 +290,6 @@ public:
     virtual std::optional<Text> arrayText(IUnknown* array) const = 0;
     // "array#1", "file#2", "list#1", "Nothing", "object".
     virtual Text nameOf(IUnknown* object) const = 0;
-    // Whether a file variable or select list of this back-end is still open.
-    virtual bool isOpen(IUnknown* object) const = 0;
 
 protected:
     ~TestBackend() = default;

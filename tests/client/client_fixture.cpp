@@ -10,40 +10,21 @@ Text Shown(HRESULT code, const Bstr& text) {
 }  // namespace
 
 ClientTest::ClientTest() {
-    backend.putRecord(kFile,
-                      L"17",
-                      L"Smith\xFELondon\xFDParis\xFDRome\xFE"
-                      L"a\xFC"
-                      L"b");
-    base->GetSessionCallBack(Str(kSession), session.put());
-    session_ = ListenTo(*session);
-    sessionEvents = session_.sink.get();
-    sessionEvents->answerProperty(L"OsType", L"99");
-    ComPtr<_kelFieldCallBack> field;
-    base->GetFieldCallBack(Str(kKey), field.put());
-    base->SetKeyFieldSession(Str(kKey), Str(kSession));
-    base->SetKeyFieldFileName(Str(kKey), Str(kFile));
-    field_ = ListenTo(*field);
-    fieldEvents = field_.sink.get();
-}
-
-void ClientTest::TearDown() {
-    session_.end();
-    field_.end();
-    session.reset();
-    base.reset();
-    ComponentTest::TearDown();
+    backend.putRecord(kFile, L"17", Marked(L"Smith^London]Paris]Rome^a\\b"));
+    addField(kKey, kFile);
+    fieldEvents = &listener(kKey);
+    engine.reset();
 }
 
 void ClientTest::endSession() {
-    session_.end();
-    session.reset();
+    session.end();
+    main.reset();
     base->RemoveSessionCallback(Str(kSession));
 }
 
 void ClientTest::connect() {
     VARIANT_BOOL connected = VARIANT_FALSE;
-    ASSERT_EQ(session->Connect(&connected), S_OK);
+    ASSERT_EQ(main->Connect(&connected), S_OK);
     ASSERT_EQ(connected, VARIANT_TRUE);
     backend.clearCalls();
     fieldEvents->take();
@@ -52,18 +33,9 @@ void ClientTest::connect() {
 
 void ClientTest::readRecord() {
     const auto tools = automation::Make<client::Tools>(kSession);
-    ASSERT_EQ(tools->mvRead(Bstr(kKey).get(), Bstr(L"17").get(), Bstr(kFile).get()), S_OK);
+    ASSERT_EQ(tools->mvRead(Str(kKey), Str(L"17"), Str(kFile)), S_OK);
     backend.clearCalls();
     fieldEvents->take();
-}
-
-ComPtr<client::DictItem> ClientTest::makeItem(long amc, long vmc, long smc) const {
-    auto item = automation::Make<client::DictItem>();
-    item->definition.keyId = kKey;
-    item->definition.amc = amc;
-    item->definition.vmc = vmc;
-    item->definition.smc = smc;
-    return item;
 }
 
 ComPtr<_kelInfo> ClientTest::recordState() const {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "client/tools.h"
-#include "tests/registry/component.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 
@@ -11,10 +11,9 @@ inline constexpr const wchar_t* kKey = L"Customer";
 inline constexpr const wchar_t* kFile = L"CUST";
 
 // The key field Customer, tied to file CUST in session Main. The back-end holds record 17 of CUST.
-class ClientTest : public ComponentTest {
+class ClientTest : public SessionTest {
 protected:
     ClientTest();
-    void TearDown() override;
 
     // Connects the session; fails the test when that does not work.
     void connect();
@@ -23,20 +22,16 @@ protected:
     // Ends the session with its engine; the key field stays.
     void endSession();
     // An item of the key field at a position, with nothing else set.
-    ComPtr<client::DictItem> makeItem(long amc = 0, long vmc = 0, long smc = 0) const;
+    ComPtr<client::DictItem> makeItem(long amc = 0, long vmc = 0, long smc = 0) const {
+        return Item(kKey, amc, vmc, smc);
+    }
     ComPtr<_kelInfo> recordState() const;
     // The text of the key field's record buffer.
     Text buffer() const;
     Text recNo() const;
 
-    ComPtr<_kelBase> base = newBase();
-    ComPtr<_kelSessionCallBack> session;
-    EventRecorder* sessionEvents = nullptr;
+    EventRecorder* const sessionEvents = session.sink.get();
     EventRecorder* fieldEvents = nullptr;
-
-private:
-    Listening session_;
-    Listening field_;
 };
 
 // Properties of an item as texts, for comparing; a failing getter shows its error number.

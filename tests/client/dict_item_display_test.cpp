@@ -1,4 +1,4 @@
-// The combined display text of a dictionary item.
+// What a dictionary item knows of itself, and its combined display text.
 #include <gtest/gtest.h>
 
 #include "tests/client/client_fixture.h"
@@ -33,8 +33,6 @@ TEST_F(DictItemDisplay, JoinsValueAndDescription) {
         {other, L"", L"Text", L"A", L"", L"Text"},
         // The description equals the value.
         {edtValueDescription, L"", L"", L"A", L"A", L"A"},
-        {edtValueDescription, L"", L"A", L"A", L"A", L"A"},
-        {other, L"", L"A", L"A", L"A", L"A"},
         // The value of the field.
         {edtValueDescription, L"", L"", L"", L"Smith", L"Smith"},
         {edtValueDescription, L"", L"Text", L"", L"Smith - Text", L"Text"},
@@ -56,17 +54,6 @@ TEST_F(DictItemDisplay, JoinsValueAndDescription) {
     }
 }
 
-TEST_F(DictItemDisplay, TakesTheValueOfARow) {
-    item->definition.amc = 2;
-    Bstr description(L"City");
-    Bstr shown;
-    EXPECT_EQ(
-        item->get_DisplayValue(edtValueDescription, description.inOut(), nullptr, 2, shown.put()),
-        S_OK);
-    EXPECT_EQ(shown.view(), L"Paris - City");
-    EXPECT_EQ(PositionOf(*item), L"2.0.0");
-}
-
 TEST_F(DictItemDisplay, IgnoresEveryFailure) {
     item->definition.correlative = L"F;1";
     backend.fail(Member::kProcessCorrelative, SampleFailure());
@@ -86,19 +73,45 @@ TEST_F(DictItemDisplay, IgnoresEveryFailure) {
     EXPECT_EQ(shown.view(), L"");
 }
 
-TEST_F(DictItemDisplay, FillsInWhatALateCallerLeavesOut) {
-    const Dispatch late(ComPtr<_kelDictItem>(item).get());
-    Bstr description;
-    EXPECT_EQ(late.get(L"DisplayValue", {1, ByRef(description), L"A"}).text(), L"A");
-    EXPECT_EQ(description.view(), L"A");
-    EXPECT_EQ(late.get(L"DisplayValue", {2, L"Text", L"A"}).text(), L"Text - A")
-        << "a description by value has nowhere to come back to";
-    EXPECT_EQ(late.get(L"InternalValue").text(), L"Smith");
-    EXPECT_TRUE(late.put(L"InternalValue", {0, L"Jones"}).ok());
-    EXPECT_EQ(late.get(L"InternalValue", {0}).text(), L"Jones");
-    EXPECT_TRUE(late.put(L"ExternalValue", {L"Brown"}).ok()) << "the index left out";
-    EXPECT_EQ(late.get(L"ExternalValue").text(), L"Brown");
-    EXPECT_EQ(late.call(L"Count").text(), L"1");
+// Needs no session: the item alone.
+class DictItemDefinition : public testing::Test {
+protected:
+    ComPtr<_kelDictItem> item = automation::Make<client::DictItem>();
+    Dispatch late{item.get()};
+};
+
+TEST_F(DictItemDefinition, ReadsWithItsOwnKeyUntilAnotherIsSet) {
+    late.put(L"KeyId", {L"Cust"});
+    EXPECT_EQ(late.get(L"ReadKeyId").text(), L"Cust");
+    late.put(L"KeyId", {L"Order"});
+    EXPECT_EQ(late.get(L"ReadKeyId").text(), L"Order");
+    late.put(L"ReadKeyId", {L"Line"});
+    EXPECT_EQ(late.get(L"ReadKeyId").text(), L"Line");
+    EXPECT_EQ(late.get(L"KeyId").text(), L"Order");
+    late.put(L"ReadKeyId", {L""});
+    EXPECT_EQ(late.get(L"ReadKeyId").text(), L"Order");
+}
+
+TEST_F(DictItemDefinition, ForgetsTheInternalFormOfAnotherCorrelative) {
+    struct Case {
+        const wchar_t* written;
+        const wchar_t* kept;
+    };
+    late.put(L"Correlative", {L"A;1"});
+    for (const Case& one : {Case{L"A;1", L"internal"}, Case{L"a;1", L""}, Case{L"", L""}}) {
+        late.put(L"InternalCorrelative", {L"internal"});
+        late.put(L"Correlative", {one.written});
+        EXPECT_EQ(late.get(L"InternalCorrelative").text(), one.kept) << Narrow(one.written);
+        EXPECT_EQ(late.get(L"Correlative").text(), one.written);
+    }
+}
+
+TEST_F(DictItemDefinition, IsReadAnewAfterAnyWriteOfItsName) {
+    for (const wchar_t* name : {L"NAME", L"NAME", L""}) {
+        EXPECT_EQ(item.as<IDictItemState>()->SetDictRead(DictReadFailed), S_OK);
+        late.put(L"DictName", {name});
+        EXPECT_EQ(late.get(L"DictRead").text(), L"0") << Narrow(name);
+    }
 }
 
 }  // namespace

@@ -50,14 +50,6 @@ TEST_F(DictItemSession, ConnectsASessionThatIsNot) {
     EXPECT_EQ(backend.count(Member::kConnect), 0);
 }
 
-TEST_F(DictItemSession, DoesNotAskAgainForAConnectionThatFailed) {
-    backend.fail(Member::kConnect, SampleFailure(), kOnce);
-    EXPECT_EQ(initialize(*item), DictReadNoConnection);
-    backend.clearCalls();
-    EXPECT_EQ(initialize(*item), DictReadNoConnection);
-    EXPECT_EQ(backend.count(Member::kConnect), 0);
-}
-
 TEST_F(DictItemSession, WaitsForAConnectionInTheMaking) {
     item->definition.dictName = L"NAME";
     enumDictRead within = DictReadFailed;
@@ -84,30 +76,6 @@ TEST_F(DictItemSession, TakesItsDefinitionFromTheDictionary) {
     EXPECT_EQ(item->definition.length, 12);
     EXPECT_EQ(backend.takeCalls().back(), L"ReadDictItem(CUST,NAME,0,,,,,0)");
     EXPECT_EQ(fieldEvents->take(), Lines()) << "an item without a session of its own stays quiet";
-}
-
-TEST_F(DictItemSession, TellsWhyItsDefinitionCannotBeRead) {
-    connect();
-    struct Case {
-        const wchar_t* dictName;
-        const wchar_t* keyId;
-        const wchar_t* message;
-    };
-    base->SetKeyFieldSession(Str(L"NoFile"), Str(kSession));
-    const Case cases[] = {
-        {L"NAME", kKey, L"10201 (kelos99) No dictionary item NAME in file CUST"},
-        {L"NAME", L"NoFile", L"Unable to find a filename associated with NoFile"},
-    };
-    for (const Case& one : cases) {
-        SCOPED_TRACE(&one - cases);
-        item->definition.keyId = one.keyId;
-        item->definition.dictName = one.dictName;
-        item->definition.session = kSession;
-        EXPECT_EQ(initialize(*item), DictReadFailed);
-        EXPECT_EQ(TextOf(*item, &_kelDictItem::get_DictErrMsg), one.message);
-    }
-    EXPECT_EQ(fieldEvents->take(), Lines()) << "only an item that is initialised is shown";
-    base->RemoveFieldCallBack(Str(L"NoFile"));
 }
 
 TEST_F(DictItemSession, WithItsOwnSessionHandsOverItsReadTypeAndRefreshesItsControl) {
@@ -140,30 +108,6 @@ TEST_F(DictItemSession, WithoutItsKeyFieldsCallbackIsInitialisedAndSaysSo) {
     item->definition.session = kSession;
     EXPECT_EQ(ErrorOf(item->InitalizeDictItem()).number, automation::kInvalidArrayIndex);
     EXPECT_EQ(stateOf(*item), DictReadInitalized);
-}
-
-TEST_F(DictItemSession, LogsTheReadingOfADefinition) {
-    connect();
-    const TempFolder folder;
-    const CurrentDirectory here(folder.path());
-    SettingsOverride settings;
-    settings.set(L"Log", L"1");
-    settings.set(L"LogLevel", L"9");  // the file as well
-    item->definition.dictName = L"NAME";
-    initialize(*item);
-    EXPECT_NE(FileBytes(folder / L"9").find(" - NAMEInitializeDictItem \r\n"), std::string::npos);
-}
-
-TEST_F(DictItemSession, LeadsToTheToolsOfItsSession) {
-    connect();
-    ComPtr<_kelTools> tools;
-    ASSERT_EQ(item->Tools(tools.put()), S_OK);
-    EXPECT_EQ(Dispatch(tools.get()).call(L"IsConnected").text(), L"True");
-    item->definition.keyId = L"Unknown";
-    ASSERT_EQ(item->Tools(tools.put()), S_OK);
-    EXPECT_EQ(Dispatch(tools.get()).call(L"IsConnected").text(), L"False");
-    EXPECT_EQ(Dispatch(tools.get()).call(L"Extract", {kKey, 1}).error,
-              (ErrorFields{NotConnected, L"kelTools::Extract", L"Currently not connected"}));
 }
 
 TEST_F(DictItemSession, LeadsToItsRecordStates) {
@@ -209,25 +153,6 @@ TEST_F(DictItemSession, WithoutASessionRaisesTheLossOfIt) {
     // A late caller sees the same.
     EXPECT_EQ(Dispatch(ComPtr<_kelDictItem>(item).get()).put(L"CommonValue", {L"a", 1}).error,
               lost);
-}
-
-TEST_F(DictItemSession, SharesCommonValuesWithTheSession) {
-    const auto other = makeItem();
-    const Dispatch late(ComPtr<_kelDictItem>(item).get());
-    const Dispatch reader(ComPtr<_kelDictItem>(other).get());
-    EXPECT_TRUE(late.put(L"CommonValue", {L"Rate", 17}).ok());
-    EXPECT_EQ(fieldEvents->take(), (Lines{L"CommonValueChanged(Rate)"}));
-    EXPECT_EQ(reader.get(L"CommonValue", {L"Rate"}).text(), L"17");
-    EXPECT_EQ(reader.get(L"CommonValue", {L"None"}).text(), L"Empty");
-    EXPECT_EQ(Dispatch(session.get()).get(L"CommonValue", {L"Rate"}).text(), L"17");
-    IDispatch* const object = session.get();
-    EXPECT_TRUE(late.putRef(L"CommonObject", {L"Form", object}).ok());
-    EXPECT_EQ(reader.get(L"CommonObject", {L"Form"}).value.object<_kelSessionCallBack>().get(),
-              session.get());
-    EXPECT_EQ(reader.get(L"CommonObject", {L"None"}).text(), L"Nothing");
-    IDispatch* const nothing = nullptr;
-    EXPECT_TRUE(late.putRef(L"CommonObject", {L"Form", nothing}).ok());
-    EXPECT_EQ(reader.get(L"CommonObject", {L"Form"}).text(), L"Nothing");
 }
 
 }  // namespace

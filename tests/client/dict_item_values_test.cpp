@@ -144,74 +144,21 @@ TEST_F(DictItemValues, StartANewRecordByAnotherNumber) {
 TEST_F(DictItemValues, AreComputedByACorrelative) {
     struct Case {
         long amc;
-        Lines calls;
-        Text value;
+        const wchar_t* call;
+        const wchar_t* value;
     };
-    const Case cases[] = {
-        {1,
-         {L"Extract(array#2,1,0,0)", L"ProcessCorrelative(array#2,Smith,17,CUST,5,F;1,)"},
-         L"F;1(Smith)"},
-        {0, {L"ProcessCorrelative(array#2,17,17,CUST,5,F;1,)"}, L"F;1(17)"},
-    };
-    for (const Case& one : cases) {
-        SCOPED_TRACE(&one - cases);
-        const auto item = makeItem(one.amc, one.amc == 0 ? 5 : 0);
+    for (const Case& one :
+         {Case{1, L"ProcessCorrelative(array#2,Smith,17,CUST,0,F;1,)", L"F;1(Smith)"},
+          Case{0, L"ProcessCorrelative(array#2,17,17,CUST,0,F;1,)", L"F;1(17)"}}) {
+        const auto item = makeItem(one.amc);
         item->definition.correlative = L"F;1";
         item->definition.session = kSession;
-        if (one.amc != 0) {
-            item->definition.vmc = 5;
-        }
         backend.clearCalls();
-        const Text value = ValueOf(*item, kInternal);
-        Lines calls = backend.takeCalls();
-        if (one.amc != 0) {
-            EXPECT_EQ(calls.front(), L"Extract(array#2,1,5,0)");
-            EXPECT_EQ(calls.back(), L"ProcessCorrelative(array#2,,17,CUST,5,F;1,)");
-        } else {
-            EXPECT_EQ(calls, one.calls);
-            EXPECT_EQ(value, one.value);
-        }
-        backend.clearCalls();
+        EXPECT_EQ(ValueOf(*item, kInternal), one.value);
+        EXPECT_EQ(backend.takeCalls().back(), one.call);
         EXPECT_EQ(item->put_InternalValue(0, Str(L"typed")), S_OK);
         EXPECT_EQ(backend.count(Member::kReplace), 0) << "a computed field is never written";
     }
-}
-
-TEST_F(DictItemValues, RememberTheInternalFormOfACorrelative) {
-    const auto item = makeItem(1);
-    item->definition.correlative = L"F;1";
-    backend.answer(
-        Member::kProcessCorrelative, Value(L"42"), {{L"InternalCorrelative", Value(L"#1")}});
-    EXPECT_EQ(ValueOf(*item, kInternal), L"42");
-    EXPECT_EQ(TextOf(*item, &_kelDictItem::get_InternalCorrelative), L"#1");
-    EXPECT_EQ(ValueOf(*item, kInternal), L"#1(Smith)");
-}
-
-TEST_F(DictItemValues, IgnoreFailuresOfGettingTheStoredForm) {
-    const auto item = makeItem(2);
-    for (const Member member : {Member::kExtract, Member::kProcessCorrelative}) {
-        item->definition.correlative = member == Member::kExtract ? L"" : L"F;1";
-        backend.fail(member, SampleFailure(), kOnce);
-        EXPECT_EQ(ValueOf(*item, kInternal, 2), member == Member::kExtract ? L"" : L"Paris");
-        EXPECT_EQ(PositionOf(*item), L"2.0.0");
-    }
-}
-
-TEST_F(DictItemValues, AreStoredInTheirRow) {
-    const auto item = makeItem(2);
-    EXPECT_EQ(item->put_InternalValue(2, Str(L"Oslo")), S_OK);
-    EXPECT_EQ(backend.takeCalls(), (Lines{L"Replace(array#2,Oslo,2,2,0)"}));
-    EXPECT_EQ(fieldEvents->take(), (Lines{L"Refresh(2,2,0)"}));
-    EXPECT_EQ(PositionOf(*item), L"2.0.0");
-    item->definition.conversion = L"MD2";
-    EXPECT_EQ(item->put_ExternalValue(1, Str(L"1.25")), S_OK);
-    EXPECT_EQ(backend.takeCalls(), (Lines{L"Iconv(1.25,MD2)", L"Replace(array#2,125,2,1,0)"}));
-    EXPECT_EQ(PositionOf(*item), L"2.0.0");
-    EXPECT_EQ(buffer(),
-              L"Smith\xFE"
-              L"125\xFDOslo\xFDRome\xFE"
-              L"a\xFC"
-              L"b");
 }
 
 TEST_F(DictItemValues, NameTheMemberInTheTextOfFailures) {
@@ -300,25 +247,15 @@ TEST_F(DictItemValues, InsertAndRemoveRows) {
     for (const Member member : {Member::kInsert, Member::kDelete}) {
         backend.fail(member, SampleFailure());
     }
-    EXPECT_EQ(item->InsertRow(Str(L"x"), 1), S_OK);
-    EXPECT_EQ(item->RemoveRow(1), S_OK);
-    EXPECT_EQ(PositionOf(*item), L"2.0.0");
-    item->definition.keyId = L"Unknown";
-    EXPECT_EQ(item->InsertRow(Str(L"x"), 1), S_OK);
-    EXPECT_EQ(item->RemoveRow(1), S_OK);
-}
-
-TEST_F(DictItemValues, AreNothingWithoutASession) {
-    const auto item = makeItem(2);
-    item->definition.keyId = L"Unknown";
-    item->definition.conversion = L"MD2";
-    for (const IndexedGetter getter : {kInternal, kExternal}) {
-        EXPECT_EQ(ValueOf(*item, getter, 2), L"");
+    // Without a session there is nothing to fail.
+    for (const wchar_t* key : {kKey, L"Unknown"}) {
+        item->definition.keyId = key;
+        EXPECT_EQ(item->InsertRow(Str(L"x"), 1), S_OK);
+        EXPECT_EQ(item->RemoveRow(1), S_OK);
+        EXPECT_EQ(PositionOf(*item), L"2.0.0");
     }
     EXPECT_EQ(item->put_InternalValue(2, Str(L"x")), S_OK);
-    EXPECT_EQ(item->put_ExternalValue(2, Str(L"x")), S_OK);
-    EXPECT_EQ(PositionOf(*item), L"2.0.0");
-    EXPECT_EQ(backend.takeCalls(), Lines());
+    EXPECT_EQ(ValueOf(*item, kInternal, 2), L"");
 }
 
 TEST_F(DictItemValues, SurviveTheEndOfTheirItemAndSession) {

@@ -118,51 +118,5 @@ TEST_F(ComponentOverEmbedded, TellsWhyItCannotConnect) {
     EXPECT_EQ(client.session().call(L"Connect").text(), L"True") << "the account may be set right";
 }
 
-TEST_F(ComponentOverEmbedded, LocksRecordsBetweenSessions) {
-    const Client first(base, L"First", account);
-    const Client second(base, L"Second", account);
-    ASSERT_EQ(first.session().call(L"Connect").text(), L"True");
-    ASSERT_EQ(second.session().call(L"Connect").text(), L"True");
-    Execute(first.tools(), L"CREATE-FILE CUST");
-    const auto makeItem = [&](const wchar_t* session, const wchar_t* key) {
-        auto item = Dispatch::Create(L"kelSDK.kelDictItem");
-        item.put(L"KeyId", {key});
-        item.put(L"FileName", {L"CUST"});
-        item.put(L"Session", {session});
-        item.put(L"ReadU", {true});
-        item.put(L"UpdateOnly", {true});
-        item.put(L"ExternalValue", {0, L"17"});
-        return item;
-    };
-    const Dispatch ours = makeItem(L"First", L"A");
-    const Dispatch theirs = makeItem(L"Second", L"B");
-    EXPECT_EQ(ours.call(L"ReadRecord").text(), L"1") << "a new record, locked";
-    EXPECT_EQ(theirs.call(L"ReadRecord").text(), L"2");
-    ours.put(L"AMC", {1});
-    ours.put(L"ExternalValue", {0, L"Smith"});
-    EXPECT_EQ(ours.call(L"WriteRecord").text(), L"0");
-    EXPECT_EQ(theirs.call(L"ReadRecord").text(), L"0") << "the write gave up the lock";
-    theirs.put(L"AMC", {1});
-    EXPECT_EQ(theirs.get(L"ExternalValue").text(), L"Smith");
-    EXPECT_EQ(ours.call(L"ReadRecord").text(), L"2");
-    second.session().call(L"Disconnect");
-    EXPECT_EQ(ours.call(L"ReadRecord").text(), L"0");
-}
-
-TEST_F(ComponentOverEmbedded, ShowsWhatIsNotThereYet) {
-    const Client client(base, L"Main", account);
-    ASSERT_EQ(client.session().call(L"Connect").text(), L"True");
-    const auto tools = client.tools();
-    EXPECT_EQ(tools.call(L"Oconv", {L"12", L"MD2"}).text(), L"") << "a display is never stopped";
-    EXPECT_EQ(
-        tools.call(L"Iconv", {L"12", L"MD2"}).error,
-        (ErrorFields{
-            E_NOTIMPL, L"kelos1::Iconv", L"Iconv is not implemented by the embedded back-end."}));
-    EXPECT_EQ(tools.call(L"CallProg", {L"P"}).error.number, E_NOTIMPL);
-    Bstr id(L"stale");
-    EXPECT_TRUE(tools.call(L"ExecuteSelect", {L"L", L"SELECT CUST"}).ok());
-    EXPECT_EQ(tools.call(L"ReadNext", {L"L", ByRef(id)}).text(), L"False");
-}
-
 }  // namespace
 }  // namespace kel::tests

@@ -1,7 +1,6 @@
 // Configuration, identity and connection of the embedded back-end.
 #include <gtest/gtest.h>
 
-#include "hosts/embedded/store/database.h"
 #include "tests/embedded/embedded_session.h"
 #include "tests/support/dispatch.h"
 
@@ -54,7 +53,7 @@ TEST_F(EmbeddedConnection, DescribesItsProperties) {
         EXPECT_EQ(late.get(L"PropertyDescription", {one.name}).text(), one.description);
         EXPECT_EQ(late.get(L"PropertyDefault", {one.name}).text(), one.fallback);
     }
-    for (const short number : {short{0}, short{6}, short{-1}, short{32767}}) {
+    for (const short number : {short{0}, short{6}}) {
         Bstr name(L"former");
         Bstr type(L"former");
         EXPECT_EQ(ErrorOf(session->GetPropertyName(number, name.inOut(), type.inOut())),
@@ -64,21 +63,6 @@ TEST_F(EmbeddedConnection, DescribesItsProperties) {
                                    std::to_wstring(number) + L"; they are numbered from 1 to 5."}));
         EXPECT_EQ(name.view(), L"former");
     }
-}
-
-TEST_F(EmbeddedConnection, KeepsItsPropertiesByNameInAnyCase) {
-    EXPECT_EQ(late.get(L"PropertyValue", {L"User"}).text(), L"");
-    EXPECT_TRUE(late.put(L"PropertyValue", {L"uSER", L"Smith \x20AC"}).ok());
-    EXPECT_EQ(late.get(L"PropertyValue", {L"USER"}).text(), L"Smith \x20AC");
-    EXPECT_TRUE(late.put(L"PropertyValue", {L"LockWait", L"nonsense"}).ok())
-        << "looked at when connecting";
-    IDispatch* const object = session.get();
-    EXPECT_TRUE(late.putRef(L"PropertyObject", {L"application", object}).ok());
-    EXPECT_EQ(late.get(L"PropertyObject", {L"Application"}).value.object<_mviHostDLL>().get(),
-              session.get());
-    IDispatch* const nothing = nullptr;
-    EXPECT_TRUE(late.putRef(L"PropertyObject", {L"Application", nothing}).ok());
-    EXPECT_EQ(late.get(L"PropertyObject", {L"Application"}).text(), L"Nothing");
 }
 
 TEST_F(EmbeddedConnection, RefusesPropertiesItHasNot) {
@@ -91,80 +75,33 @@ TEST_F(EmbeddedConnection, RefusesPropertiesItHasNot) {
     EXPECT_EQ(late.get(L"PropertyDescription", {L"Server"}).error, unknown);
     EXPECT_EQ(late.get(L"PropertyDefault", {L"Server"}).error, unknown);
     EXPECT_EQ(late.get(L"PropertyObject", {L"Server"}).error, unknown);
-    EXPECT_EQ(late.get(L"PropertyValue", {L""}).error,
-              Refused(L"There is no connection property \"\"."));
     EXPECT_EQ(late.get(L"PropertyValue", {L"Application"}).error, isObject);
     EXPECT_EQ(late.put(L"PropertyValue", {L"Application", L"x"}).error, isObject);
     EXPECT_EQ(late.get(L"PropertyObject", {L"User"}).error, isText);
     EXPECT_EQ(late.putRef(L"PropertyObject", {L"User", object}).error, isText);
 }
 
-TEST_F(EmbeddedConnection, SaysWhatItIs) {
-    EXPECT_EQ(late.get(L"OsType").text(), L"1");
-    EXPECT_EQ(late.get(L"OsDescription").text(), L"Embedded multivalue database");
-    EXPECT_EQ(late.get(L"DatabaseType").text(), L"1");
-    const Text version = late.get(L"Version").text();
-    EXPECT_GE(std::stoi(version.substr(0, version.find(L'.'))), 2);
-    EXPECT_NE(version.find(L'.'), Text::npos);
-    EXPECT_FALSE(session.isConnected());
-    EXPECT_FALSE(session.hasFailed());
-}
-
 TEST_F(EmbeddedConnection, RefusesSettingsThatMeanNothing) {
     const Text account = folder / L"a";
-    struct Case {
-        const wchar_t* name;
-        const wchar_t* value;
-        const wchar_t* text;
-    };
     const Text seconds = L"The property LockWait takes a number of seconds from 0 to 86400, not \"";
     const Text truth = L"The property ReadOnly takes True or False, not \"";
-    const Case cases[] = {
-        {L"LockWait", L"soon", seconds.c_str()},
-        {L"LockWait", L"-1", seconds.c_str()},
-        {L"LockWait", L"86401", seconds.c_str()},
-        {L"LockWait", L"1e400", seconds.c_str()},
-        {L"ReadOnly", L"maybe", truth.c_str()},
-        {L"ReadOnly", L"2", truth.c_str()},
-    };
-    for (const Case& one : cases) {
-        SCOPED_TRACE(Narrow(one.value));
-        EmbeddedSession fresh;
-        EXPECT_EQ(fresh.connect(account, {{one.name, one.value}}),
-                  Refused(Text(one.text) + one.value + L"\"."));
-        EXPECT_FALSE(fresh.isConnected());
-        EXPECT_TRUE(fresh.hasFailed());
-        EXPECT_FALSE(FileExists(account));
-        EXPECT_EQ(fresh.connect(account, {{one.name, L""}}), ErrorFields())
-            << "back to the default";
-        EXPECT_FALSE(fresh.hasFailed());
-        fresh->Disconnect();
-        DeleteFileW(account.c_str());
+    for (const wchar_t* value : {L"soon", L"-1", L"86401"}) {
+        EXPECT_EQ(session.connect(account, {{L"LockWait", value}}),
+                  Refused(seconds + value + L"\"."));
+        EXPECT_TRUE(session.hasFailed() && !session.isConnected() && !FileExists(account));
     }
-    for (const wchar_t* value : {L"True", L"yes", L"1", L"-1", L"FALSE", L"No", L"0"}) {
-        EmbeddedSession fresh;
-        fresh.connect(account);
-        fresh->Disconnect();
-        EXPECT_EQ(fresh.connect(account, {{L"ReadOnly", value}, {L"LockWait", L"0.5"}}),
-                  ErrorFields())
-            << Narrow(value);
+    EXPECT_EQ(session.connect(account, {{L"LockWait", L"0.5"}, {L"ReadOnly", L"maybe"}}),
+              Refused(truth + L"maybe\"."));
+    for (const wchar_t* value : {L"", L"True", L"yes", L"-1", L"FALSE", L"No", L"0"}) {
+        EXPECT_EQ(session.connect(account, {{L"ReadOnly", value}}), ErrorFields()) << Narrow(value);
+        EXPECT_FALSE(session.hasFailed());
+        session->Disconnect();
     }
 }
 
 TEST_F(EmbeddedConnection, SaysWhyAnAccountCannotBeOpened) {
     CreateDirectoryW((folder / L"folder").c_str(), nullptr);
-    PutFile(folder / L"short", "no database");
     PutFile(folder / L"long", std::string(5000, 'x'));
-    PutFile(folder / L"cut", std::string("SQLite format 3\0", 16) + std::string(600, '\0'));
-    {
-        embedded::Database foreign((folder / L"foreign").empty()
-                                       ? multivalue::Text()
-                                       : multivalue::Text(reinterpret_cast<const char16_t*>(
-                                             (folder / L"foreign").c_str())),
-                                   embedded::Database::Mode::kCreate,
-                                   0);
-        foreign.Execute("CREATE TABLE t(x)");
-    }
     struct Case {
         const wchar_t* name;  // in the folder
         long number;
@@ -177,14 +114,7 @@ TEST_F(EmbeddedConnection, SaysWhyAnAccountCannotBeOpened) {
          L"The account cannot be opened: ",
          L" (unable to open database file)."},
         {L"folder", kCannotOpen, L"", L" is a folder, not an account."},
-        {L"short", kNotAnAccount, L"", L" is not an account."},
         {L"long", kNotAnAccount, L"The file is not an account: ", L" (file is not a database)."},
-        {L"cut", kNotAnAccount, L"The file is not an account: ", L" (file is not a database)."},
-        {L"foreign", kNotAnAccount, L"", L" is not an account but another program's database."},
-        {L"a?b",
-         kCannotOpen,
-         L"The account cannot be opened: ",
-         L" (unable to open database file)."},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(Narrow(one.name));
@@ -204,76 +134,40 @@ TEST_F(EmbeddedConnection, SaysWhyAnAccountCannotBeOpened) {
     RemoveDirectoryW((folder / L"folder").c_str());
 }
 
-TEST_F(EmbeddedConnection, NeedsAPath) {
-    const ErrorFields expected =
-        Refused(L"The property Database is empty; it takes the path of the account file.");
-    EXPECT_EQ(ErrorOf(session->Connect()), expected);
-    EXPECT_TRUE(session.hasFailed());
-    EXPECT_EQ(session.connect(L""), expected);
-}
-
-TEST_F(EmbeddedConnection, ReadsAnAccountThatMayNotBeChanged) {
+TEST_F(EmbeddedConnection, NamesAnAccountThatMayNotBeChanged) {
     const Text account = folder / L"a";
     EXPECT_EQ(
         session.connect(account, {{L"ReadOnly", L"True"}}),
         (ErrorFields{kCannotOpen, L"kelos1::Connect", L"\"" + account + L"\" is not there."}));
     ASSERT_EQ(session.connect(account, {{L"ReadOnly", L"False"}}), ErrorFields());
+    EXPECT_EQ(session.connect(account),
+              (ErrorFields{AlreadyConnected, L"kelos1::Connect", L"Already Connected"}));
     session.execute(L"CREATE-FILE CUST");
+    session->Disconnect();
+    EXPECT_EQ(session.connect(account, {{L"ReadOnly", L"True"}}), ErrorFields());
     session.file = session.open(L"CUST");
-    session.setBuffer(L"Smith");
-    ASSERT_EQ(session.write(L"17"), ErrorFields());
-
-    EmbeddedSession reader;
-    ASSERT_EQ(reader.connect(account, {{L"ReadOnly", L"True"}}), ErrorFields());
-    reader.file = reader.open(L"CUST");
-    EXPECT_EQ(reader.read(L"17"), 0);
-    EXPECT_EQ(reader.bufferText(), L"Smith");
     const auto refusedBy = [&](const wchar_t* member) {
         return ErrorFields{kReadOnlyAccount,
                            Text(L"kelos1::") + member,
                            L"The account is open for reading only: \"" + account + L"\"."};
     };
-    EXPECT_EQ(reader.write(L"17"), refusedBy(L"mvWrite"));
-    EXPECT_EQ(reader.remove(L"17"), refusedBy(L"mvDelete"));
-    EXPECT_EQ(reader.read(L"17", true), 77) << "a lock is a change to come";
-    EXPECT_EQ(reader.lastError, refusedBy(L"mvRead"));
-    EXPECT_EQ(reader.execute(L"CREATE-FILE NEW"),
+    EXPECT_EQ(session.read(L"17", true), 77) << "a lock is a change to come";
+    EXPECT_EQ(session.lastError, refusedBy(L"mvRead"));
+    session.setBuffer(L"Smith");
+    EXPECT_EQ(session.write(L"17"), refusedBy(L"mvWrite"));
+    EXPECT_EQ(session.execute(L"DELETE-FILE CUST"),
               L"-2147220985: The account is open for reading only: \"" + account + L"\".");
-    EXPECT_EQ(reader.execute(L"DELETE-FILE CUST"),
-              L"-2147220985: The account is open for reading only: \"" + account + L"\".");
-    EXPECT_EQ(session.read(L"17"), 0);
-    EXPECT_EQ(session.bufferText(), L"Smith");
-}
-
-TEST_F(EmbeddedConnection, NamesAFileThatMayNotBeWritten) {
-    const Text account = folder / L"a";
-    ASSERT_EQ(session.connect(account), ErrorFields());
     session->Disconnect();
     // A protected file would do as well, but there are users whom nothing is protected from.
     const HANDLE jealous = CreateFileW(
         account.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(jealous, INVALID_HANDLE_VALUE);
     EXPECT_EQ(
-        session.connect(account),
+        session.connect(account, {{L"ReadOnly", L""}}),
         (ErrorFields{
             kReadOnlyAccount, L"kelos1::Connect", L"\"" + account + L"\" may not be written to."}));
     EXPECT_TRUE(session.hasFailed());
     CloseHandle(jealous);
-    EXPECT_EQ(session.connect(account), ErrorFields());
-}
-
-TEST_F(EmbeddedConnection, ConnectsOnceUntilItIsEnded) {
-    const Text account = folder / L"a";
-    ASSERT_EQ(session.connect(account), ErrorFields());
-    EXPECT_TRUE(session.isConnected());
-    EXPECT_EQ(session.connect(account),
-              (ErrorFields{AlreadyConnected, L"kelos1::Connect", L"Already Connected"}));
-    EXPECT_TRUE(session.isConnected());
-    EXPECT_FALSE(session.hasFailed());
-    for (int times = 0; times < 2; ++times) {
-        EXPECT_EQ(session->Disconnect(), S_OK);
-        EXPECT_FALSE(session.isConnected());
-    }
     EXPECT_EQ(session.connect(account), ErrorFields());
 }
 
@@ -286,9 +180,6 @@ TEST_F(EmbeddedConnection, IsNeededForFilesAndRecords) {
     EXPECT_EQ(session.lastError, refusedBy(L"OpenFile"));
     EXPECT_EQ(session.read(L"17"), 77);
     EXPECT_EQ(session.lastError, refusedBy(L"mvRead"));
-    EXPECT_EQ(session.write(L"17"), refusedBy(L"mvWrite"));
-    EXPECT_EQ(session.remove(L"17"), refusedBy(L"mvDelete"));
-    EXPECT_EQ(session.release(L"17"), refusedBy(L"mvRelease"));
     EXPECT_EQ(session.execute(L"CREATE-FILE CUST"), L"stale: stale");
     EXPECT_EQ(session.lastError, refusedBy(L"Execute"));
 }

@@ -26,27 +26,6 @@ protected:
     EmbeddedSession other;
 };
 
-TEST_F(EmbeddedLocks, KeepOthersFromLockingButNotFromReading) {
-    EXPECT_EQ(session.read(L"17", true), kRead);
-    EXPECT_EQ(session.read(L"17", true), kRead) << "the owner may again";
-    EXPECT_EQ(other.read(L"17", true), kLocked);
-    EXPECT_EQ(other.lastError, ErrorFields());
-    EXPECT_FALSE(other.buffer);
-    EXPECT_EQ(other.read(L"17"), kRead);
-    EXPECT_EQ(other.bufferText(), L"Smith");
-    EXPECT_EQ(other.read(L"18", true), kMissing) << "another record";
-    EXPECT_EQ(other.release(L"17"), ErrorFields()) << "nobody gives up another's lock";
-    EXPECT_EQ(other.read(L"17", true), kLocked);
-}
-
-TEST_F(EmbeddedLocks, MayBeTakenOnAMissingRecord) {
-    EXPECT_EQ(session.read(L"new", true), kMissing);
-    EXPECT_EQ(other.read(L"new", true), kLocked);
-    EXPECT_EQ(other.read(L"new"), kMissing);
-    EXPECT_EQ(session.release(L"new"), ErrorFields());
-    EXPECT_EQ(other.read(L"new", true), kMissing);
-}
-
 TEST_F(EmbeddedLocks, EndInTheWaysThatEndThem) {
     struct Case {
         const char* how;
@@ -86,44 +65,6 @@ TEST_F(EmbeddedLocks, EndInTheWaysThatEndThem) {
         other.release(L"17");
         session.release(L"17");
     }
-}
-
-TEST_F(EmbeddedLocks, EndWithTheBackEndObject) {
-    {
-        EmbeddedSession third;
-        ASSERT_EQ(third.connect(account), ErrorFields());
-        third.file = third.open(L"CUST");
-        ASSERT_EQ(third.read(L"17", true), kRead);
-        ASSERT_EQ(other.read(L"17", true), kLocked);
-    }
-    EXPECT_EQ(other.read(L"17", true), kRead);
-}
-
-TEST_F(EmbeddedLocks, AreTakenByAWriteThatKeepsThem) {
-    session.setBuffer(L"Jones");
-    EXPECT_EQ(session.write(L"20", true), ErrorFields());
-    EXPECT_EQ(other.read(L"20", true), kLocked);
-    // They advise; a write does not ask.
-    other.setBuffer(L"Brown");
-    EXPECT_EQ(other.write(L"20"), ErrorFields());
-    EXPECT_EQ(session.read(L"20"), kRead);
-    EXPECT_EQ(session.bufferText(), L"Brown");
-    EXPECT_EQ(other.read(L"20", true), kLocked) << "the write took nothing from its owner";
-}
-
-TEST_F(EmbeddedLocks, AreWaitedForAsLongAsAsked) {
-    ASSERT_EQ(session.read(L"17", true), kRead);
-    other->Disconnect();
-    ASSERT_EQ(other.connect(account, {{L"LockWait", L"0.4"}}), ErrorFields());
-    other.file = other.open(L"CUST");
-    ULONGLONG began = GetTickCount64();
-    EXPECT_EQ(other.read(L"17", true), kLocked);
-    EXPECT_GE(GetTickCount64() - began, 380U);
-    EXPECT_LT(GetTickCount64() - began, 10000U);
-    began = GetTickCount64();
-    EXPECT_EQ(other.read(L"17"), kRead);
-    EXPECT_EQ(other.read(L"18", true), kMissing);
-    EXPECT_LT(GetTickCount64() - began, 350U) << "only for a lock of somebody else";
 }
 
 TEST_F(EmbeddedLocks, AreLeftByTheOtherWithinTheWait) {

@@ -80,26 +80,6 @@ TEST_F(KilledProcess, LeavesWholeRecordsAndNoLocks) {
     EXPECT_GT(reported, 1000);
 }
 
-TEST_F(KilledProcess, DoesNotDisturbAnotherWriter) {
-    Program survivor({L"--writer", account, L"400", L"S"});
-    ASSERT_TRUE(survivor.readLine());
-    for (const long lines : {1L, 20L, 45L}) {
-        Program writer({L"--writer", account, kWrites});
-        for (long line = 0; line < lines; ++line) {
-            ASSERT_TRUE(writer.readLine());
-        }
-        writer.kill();
-    }
-    std::string last;
-    while (const auto line = survivor.readLine()) {
-        last = *line;
-    }
-    EXPECT_EQ(survivor.wait(), 0U) << last;
-    EXPECT_EQ(last, "written 400");
-    check(400, L"S");
-    check(1);
-}
-
 TEST_F(KilledProcess, GivesUpALockThatItHeld) {
     EmbeddedSession session;
     ASSERT_EQ(session.connect(account), ErrorFields());

@@ -1,7 +1,7 @@
 // Reading and changing elements of the record in a key field's buffer.
 #include <gtest/gtest.h>
 
-#include "tests/engine/session.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 namespace {
@@ -55,52 +55,17 @@ TEST_F(Arrays, PassTheItemsPositionToTheBackend) {
             const auto item = Item(L"CUST", 2, 1, 3);
             item->definition.controlName = L"Name";
             Text control;
-            listener(L"Cust").onEvent([&](Event&) {
-                control = automation::GetText(*fields[L"Cust"].callback,
-                                              &_kelFieldCallBack::get_RefreshControlName);
-            });
+            noteControl(control);
             const Outcome outcome = run(member, item.get());
             EXPECT_EQ(outcome.error, ErrorFields{});
             EXPECT_EQ(outcome.text(), member.result);
             EXPECT_EQ(backend.takeCalls(), Lines{member.call});
             const bool refreshes = member.changes && autoUpdate;
             EXPECT_EQ(takeEvents(), refreshes ? Lines{L"Cust: Refresh(2,1,3)"} : Lines{});
-            EXPECT_EQ(control, refreshes ? L"Name" : L"");
+            EXPECT_EQ(control, refreshes ? L"Name" : L"none");
             EXPECT_EQ(record().ends_with(L"R-C|0"), member.changes);
             reopen();
         }
-    }
-}
-
-TEST_F(Arrays, ChangeTheBuffer) {
-    struct Case {
-        const wchar_t* member;
-        const wchar_t* value;
-        long at[3];
-        TextView record;
-        const wchar_t* event;
-    };
-    const Case cases[] = {
-        {L"Replace", L"y", {1, 0, 0}, L"y\u00FEa\u00FCb\u00FCc", L"Cust: Refresh(1,0,0)"},
-        {L"Replace", L"", {2, 0, 0}, L"x\u00FE", L"Cust: Refresh(2,0,0)"},
-        {L"Replace", L"all", {0, 0, 0}, L"all", L"Cust: Refresh(0,0,0)"},
-        {L"Insert", L"i", {2, 0, 0}, L"x\u00FEi\u00FEa\u00FCb\u00FCc", L"Cust: Refresh(2,0,0)"},
-        {L"Delete", nullptr, {1, 0, 0}, L"a\u00FCb\u00FCc", L"Cust: Refresh(1,0,0)"},
-        {L"Replace", L"", {0, 0, 0}, L"", L"Cust: Refresh(0,0,0)"},
-    };
-    for (const Case& one : cases) {
-        SCOPED_TRACE(Narrow(one.member));
-        connectAndRead(kRecord);
-        Arguments arguments;
-        if (one.value != nullptr) {
-            arguments.emplace_back(one.value);
-        }
-        const auto item = Item(L"Cust", one.at[0], one.at[1], one.at[2]);
-        arguments.emplace_back(item.get());
-        EXPECT_EQ(call(one.member, arguments).error, ErrorFields{});
-        EXPECT_EQ(record(), Text(one.record) + L"|17|CUST|R-C|0");
-        EXPECT_EQ(takeEvents(), Lines{one.event});
-        reopen();
     }
 }
 
@@ -172,62 +137,6 @@ TEST_F(Arrays, NeedAKeyFieldAndAnItem) {
     }
     EXPECT_EQ(backend.takeCalls(), Lines{});
     EXPECT_EQ(takeEvents(), Lines{});
-}
-
-TEST_F(Arrays, AnswerNothingOrFailWithoutABackend) {
-    addField(L"Cust");
-    auto all = members();
-    all.push_back(correlative());
-    for (const ArrayMember& member : all) {
-        SCOPED_TRACE(Narrow(member.name));
-        const auto item = Item(L"Cust", 2, 1, 3);
-        item->definition.correlative = L"A;1";
-        const Outcome outcome = run(member, item.get());
-        const Text name = member.name;
-        const bool isTrapped = name == L"Extract" || name == L"Dcount";
-        EXPECT_EQ(outcome.error, isTrapped ? ErrorFields{} : kNoBackend);
-        if (isTrapped) {
-            EXPECT_EQ(outcome.text(), name == L"Extract" ? L"" : L"0");
-        }
-    }
-    EXPECT_EQ(record(), L"Nothing|||---|0");
-    EXPECT_EQ(takeEvents(), Lines{});
-}
-
-TEST_F(Arrays, TellTheCallerWhereAValueIsOrBelongs) {
-    connectAndRead(L"x\u00FEb\u00FDd");
-    struct Case {
-        const wchar_t* search;
-        const wchar_t* found;
-        long position;
-    };
-    for (const Case& one :
-         {Case{L"d", L"True", 2}, Case{L"b", L"True", 1}, Case{L"c", L"False", 2}}) {
-        SCOPED_TRACE(Narrow(one.search));
-        position = 1;
-        const auto item = Item(L"Cust", 2);
-        const Outcome outcome = call(L"Locate", {one.search, ByRef(&position), L"AL", item.get()});
-        EXPECT_EQ(outcome.text(), one.found);
-        EXPECT_EQ(position, one.position);
-    }
-    EXPECT_EQ(record(), L"x\u00FEb\u00FDd|17|CUST|R--|0");
-    EXPECT_EQ(takeEvents(), Lines{});
-}
-
-TEST_F(Arrays, AreFinishedBeforeListenersHear) {
-    connectAndRead(kRecord);
-    Text seen;
-    listener(L"Cust").onEvent([&](Event& event) {
-        if (event.name() == L"Refresh") {
-            seen = call(L"Extract", {Item(L"Cust", 1).get()}).text() + L" " + record();
-        }
-    });
-    listener(L"Cust").failWith(E_FAIL);
-    EXPECT_EQ(call(L"Replace", {L"new", Item(L"Cust", 1).get()}).error, ErrorFields{});
-    EXPECT_EQ(seen, L"new new\u00FEa\u00FCb\u00FCc|17|CUST|R-C|0");
-    base->RemoveFieldCallBack(Str(L"Cust"));
-    EXPECT_EQ(call(L"Replace", {L"x", Item(L"Cust", 1).get()}).error, ErrorFields{})
-        << "nobody to tell is no failure";
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/engine/message_box.h"
-#include "tests/engine/session.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 namespace {
@@ -18,69 +18,26 @@ protected:
 
 TEST_F(Correlative, IsHandedToTheBackendWithTheRecord) {
     struct Case {
-        const char* name;
         const wchar_t* correlative;
         const wchar_t* internal;
         const wchar_t* key;
         const wchar_t* itemFile;
         const wchar_t* bufferFile;
-        const wchar_t* call;
+        const wchar_t* passed;  // id, file, number, correlative
     };
     const Case cases[] = {
-        {"id and file of the buffer",
-         L"A;1",
-         L"",
-         L"",
-         L"",
-         L"CUST",
-         L"ProcessCorrelative(array#2,v,17,CUST,7,A;1,)"},
-        {"id given",
-         L"A;1",
-         L"",
-         L"4",
-         L"",
-         L"CUST",
-         L"ProcessCorrelative(array#2,v,4,CUST,7,A;1,)"},
-        {"file of the item",
-         L"A;1",
-         L"",
-         L"",
-         L"ITEM",
-         L"CUST",
-         L"ProcessCorrelative(array#2,v,17,ITEM,7,A;1,)"},
-        {"file of the key field",
-         L"A;1",
-         L"",
-         L"",
-         L"",
-         L"",
-         L"ProcessCorrelative(array#2,v,17,TIED,7,A;1,)"},
-        {"internal form",
-         L"A;1",
-         L"#1",
-         L"",
-         L"",
-         L"CUST",
-         L"ProcessCorrelative(array#2,v,17,CUST,7,#1,)"},
-        {"internal form alone",
-         L"",
-         L"#1",
-         L"",
-         L"",
-         L"CUST",
-         L"ProcessCorrelative(array#2,v,17,CUST,7,#1,)"},
-        {"something that only begins like a call",
-         L"CAL P",
-         L"",
-         L"",
-         L"",
-         L"CUST",
-         L"ProcessCorrelative(array#2,v,17,CUST,7,CAL P,)"},
+        {L"A;1", L"", L"", L"", L"CUST", L"17,CUST,7,A;1"},
+        {L"A;1", L"", L"4", L"", L"CUST", L"4,CUST,7,A;1"},
+        {L"A;1", L"", L"", L"ITEM", L"CUST", L"17,ITEM,7,A;1"},
+        {L"A;1", L"", L"", L"", L"", L"17,TIED,7,A;1"},
+        {L"A;1", L"#1", L"", L"", L"CUST", L"17,CUST,7,#1"},
+        {L"", L"#1", L"", L"", L"CUST", L"17,CUST,7,#1"},
+        {L"CAL P", L"", L"", L"", L"CUST", L"17,CUST,7,CAL P"},
     };
     connectAndRead();
     base->SetKeyFieldFileName(Str(L"Cust"), Str(L"TIED"));
     for (const Case& one : cases) {
-        SCOPED_TRACE(one.name);
+        SCOPED_TRACE(&one - cases);
         info()->put_FileName(Str(one.bufferFile));
         const auto item = Item(L"Cust", 1);
         item->definition.correlative = one.correlative;
@@ -88,35 +45,24 @@ TEST_F(Correlative, IsHandedToTheBackendWithTheRecord) {
         item->definition.fileName = one.itemFile;
         const Text written = *one.internal != 0 ? one.internal : one.correlative;
         EXPECT_EQ(process(*item, L"v", one.key).text(), written + L"(v)");
-        EXPECT_EQ(backend.takeCalls().back(), one.call);
+        EXPECT_EQ(backend.takeCalls().back(),
+                  L"ProcessCorrelative(array#2,v," + Text(one.passed) + L",)");
         EXPECT_EQ(item->definition.internalCorrelative, one.internal);
     }
     EXPECT_EQ(record(), L"Smith|17|CUST|R--|0") << "not changed";
-    EXPECT_EQ(takeEvents(), Lines{});
-}
-
-TEST_F(Correlative, KeepsTheBackendsOwnFormOfIt) {
-    connectAndRead();
+    // The back-end's own form of it is kept.
     const auto item = Item(L"Cust", 1);
     item->definition.correlative = L"A;1";
-    backend.answer(
-        Member::kProcessCorrelative, Value(L"one"), {{L"InternalCorrelative", Value(L"#1")}});
+    backend.answer(Member::kProcessCorrelative, Value(L"one"), {{6, Value(L"#1")}});
     EXPECT_EQ(process(*item).text(), L"one");
     EXPECT_EQ(item->definition.internalCorrelative, L"#1");
     EXPECT_EQ(process(*item).text(), L"#1(v)");
-    EXPECT_EQ(item->definition.internalCorrelative, L"#1") << "no other form, no change";
-}
-
-TEST_F(Correlative, ThatIsEmptyLeavesTheValue) {
-    EXPECT_EQ(process(*Item(L"Cust", 1)).text(), L"v");
-    EXPECT_EQ(backend.takeCalls(), Lines{}) << "no back-end is needed";
-    EXPECT_EQ(process(*Item(L"Cust", 1), L"").text(), L"");
+    EXPECT_EQ(takeEvents(), Lines{});
 }
 
 TEST_F(Correlative, MayCallAStoredProgram) {
     const MessageBoxRecorder boxes;
     struct Case {
-        const char* name;
         const wchar_t* correlative;
         Program program;
         const wchar_t* result;
@@ -131,17 +77,18 @@ TEST_F(Correlative, MayCallAStoredProgram) {
         Leave(arguments[4], L"emptied by the code");
     };
     const Case cases[] = {
-        {"upper case", L"CALL DOUBLE", doubles, L"vv"},
-        {"lower case", L"call DOUBLE", doubles, L"vv"},
-        {"words behind the name", L"Call DOUBLE and more", doubles, L"vv"},
-        {"a longer first word", L"CALLING DOUBLE", doubles, L"vv"},
-        {"an error text empties the result", L"CALL DOUBLE", complains, L""},
-        {"code 2 empties the error text", L"CALL DOUBLE", codeTwo, L"v"},
-        {"no name: nothing happens", L"CALL", doubles, L"v"},
+        {L"CALL DOUBLE", doubles, L"vv"},
+        {L"call DOUBLE", doubles, L"vv"},
+        {L"Call DOUBLE and more", doubles, L"vv"},
+        {L"CALLING DOUBLE", doubles, L"vv"},
+        {L"CALL DOUBLE", complains, L""},
+        {L"CALL DOUBLE", codeTwo, L"v"},
+        {L"CALL", doubles, L"v"},
+        {L"", doubles, L"v"},
     };
     connectAndRead();
     for (const Case& one : cases) {
-        SCOPED_TRACE(one.name);
+        SCOPED_TRACE(&one - cases);
         backend.putProgram(L"DOUBLE", one.program);
         const auto item = Item(L"Cust", 1);
         item->definition.correlative = one.correlative;

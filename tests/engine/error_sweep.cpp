@@ -8,7 +8,7 @@ void ErrorSweep::arrangeSession() {
     backend.putRecord(L"CUST", L"17", L"Smith");
     backend.putDictItem(L"CUST", L"NAME", {1});
     backend.putProgram(L"PROG", [](VARIANT* const*) {});
-    item = Item(L"Cust", 1);
+    item->definition = Item(L"Cust", 1)->definition;
     item->definition.dictName = L"NAME";
     value = Bstr(L"in");
     number = 1;
@@ -128,6 +128,16 @@ void ErrorSweep::sweep(const std::vector<Swept>& members) {
             sweep(member, failure);
         }
     }
+}
+
+void ErrorSweep::sweepFromFirstUse(std::vector<Swept> members) {
+    sweep(members);
+    for (Swept& member : members) {
+        member.arrange = [this] { connected(); };
+        member.keepsRecord = false;
+    }
+    SCOPED_TRACE("first use");
+    sweep(members);
 }
 
 }  // namespace kel::tests

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "tests/engine/message_box.h"
-#include "tests/engine/session.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 
@@ -48,26 +48,29 @@ protected:
         read();
         EXPECT_TRUE(call(L"ExecuteSelectList", {L"SELECT CUST", item.get()}).ok());
     }
-    // Calls a member with arguments made at the time of the call.
-    std::function<Outcome()> calling(const wchar_t* member,
-                                     std::function<Arguments()> arguments) const {
-        return [this, member, arguments] { return call(member, arguments()); };
+    std::function<Outcome()> calling(const wchar_t* member, const Arguments& arguments = {}) const {
+        return [this, member, arguments] { return call(member, arguments); };
+    }
+    std::function<Outcome()> getting(const wchar_t* member, const Arguments& arguments = {}) const {
+        return [this, member, arguments] { return get(member, arguments); };
+    }
+    std::function<Outcome()> putting(const wchar_t* member, const Arguments& arguments) const {
+        return [this, member, arguments] { return Dispatch(engine.get()).put(member, arguments); };
     }
 
     // Fails each call that each member makes, in every way, and checks what comes of it.
     void sweep(const std::vector<Swept>& members);
+    // The same for a record that is read, as the members have it, and for one of which there is
+    // nothing yet.
+    void sweepFromFirstUse(std::vector<Swept> members);
 
     MessageBoxRecorder boxes;
-    ComPtr<client::DictItem> item;
+    const ComPtr<client::DictItem> item = Item(L"Cust", 1);
     Bstr value;
     Variant extra;
     long number = 0;
     inline static long combinations = 0;
 
-    void TearDown() override {
-        item.reset();
-        SessionTest::TearDown();
-    }
     static void TearDownTestSuite() { std::printf("sweep: %ld combinations\n", combinations); }
 
 private:

@@ -8,115 +8,60 @@ namespace kel::tests {
 namespace {
 
 TEST_F(ErrorSweep, OfTheConnection) {
-    const auto none = [] { return Arguments{}; };
     const auto nothing = [] {};
     const auto isConnected = [this] { connected(); };
-    const auto property = [this](const wchar_t* name) {
-        return [this, name] { return get(name); };
-    };
+    const auto isSelected = [this] { select(); };
+    const Text no = L"False";
+    const Text none = L"Empty";
     sweep({
-        {"IsConnected", isConnected, property(L"IsConnected"), Fate::kTrapped, L"False"},
-        {"ConnectionFailed", isConnected, property(L"ConnectionFailed"), Fate::kTrapped, L"False"},
-        {"IsConnecting", isConnected, property(L"IsConnecting"), Fate::kTrapped},
-        {"ConnectionErrMsg", isConnected, property(L"ConnectionErrMsg"), Fate::kTrapped},
-        {"OsType", isConnected, property(L"OsType"), Fate::kRaised},
-        {"OsType let",
-         nothing,
-         [this] { return Dispatch(engine.get()).put(L"OsType", {kTestOsType}); },
-         Fate::kRefused},
-        {"ValidOsType",
-         nothing,
-         calling(L"ValidOsType", [] { return Arguments{kTestOsType}; }),
-         Fate::kTrapped,
-         L"False"},
+        {"IsConnected", isConnected, getting(L"IsConnected"), Fate::kTrapped, no},
+        {"ConnectionFailed", isConnected, getting(L"ConnectionFailed"), Fate::kTrapped, no},
+        {"IsConnecting", isConnected, getting(L"IsConnecting"), Fate::kTrapped},
+        {"ConnectionErrMsg", isConnected, getting(L"ConnectionErrMsg"), Fate::kTrapped},
+        {"OsType", isConnected, getting(L"OsType"), Fate::kRaised},
+        {"OsType let", nothing, putting(L"OsType", {kTestOsType}), Fate::kRefused},
+        {"ValidOsType", nothing, calling(L"ValidOsType", {kTestOsType}), Fate::kTrapped, no},
         // What is connected in truth has a record buffer at its next use.
-        {"Connect", nothing, calling(L"Connect", none), Fate::kInText, L"False", {}, false},
-        {"Connect, with a back-end",
-         isConnected,
-         calling(L"Connect", none),
-         Fate::kInText,
-         L"False"},
-        {"Disconnect",
-         [this] { select(); },
-         calling(L"Disconnect", none),
-         Fate::kHarmless,
-         L"Empty",
-         {},
-         false},
-        {"mvInfo",
-         isConnected,
-         [this] { return get(L"mvInfo", {L"Cust"}); },
-         Fate::kHarmless,
-         L"object",
-         {},
-         false},
-        {"CommonValue let",
-         isConnected,
-         [this] {
-             return Dispatch(engine.get()).put(L"CommonValue", {L"Day", 1});
-         },
-         Fate::kHarmless},
+        {"Connect", nothing, calling(L"Connect"), Fate::kInText, no, {}, false},
+        {"Connect, with a back-end", isConnected, calling(L"Connect"), Fate::kInText, no},
+        {"Disconnect", isSelected, calling(L"Disconnect"), Fate::kHarmless, none, {}, false},
+        {"mvInfo", isConnected, getting(L"mvInfo", {L"Cust"}), Fate::kHarmless, none, {}, false},
+        {"CommonValue let", isConnected, putting(L"CommonValue", {L"Day", 1}), Fate::kHarmless},
     });
 }
 
 TEST_F(ErrorSweep, OfElements) {
     const auto isRead = [this] { read(); };
-    const auto isConnected = [this] { connected(); };
-    const auto onItem = [this] { return Arguments{item.get()}; };
-    const auto onValue = [this] { return Arguments{L"v", item.get()}; };
-    const auto evaluate = [this](const wchar_t* correlative) {
-        return calling(L"ProcessCorrelative", [this, correlative] {
+    const Arguments onItem = {item.get()};
+    const Arguments onValue = {L"v", item.get()};
+    const Arguments search = {L"x", ByRef(&number), L"", item.get()};
+    const Arguments evaluated = {L"v", L"", short{0}, item.get()};
+    const auto with = [this](const wchar_t* correlative) {
+        return [this, correlative] {
+            read();
             item->definition.correlative = correlative;
-            return Arguments{L"v", L"", short{0}, item.get()};
-        });
+        };
     };
-    sweep({
+    sweepFromFirstUse({
         {"Extract", isRead, calling(L"Extract", onItem), Fate::kTrapped, L""},
-        {"Extract, first use",
-         isConnected,
-         calling(L"Extract", onItem),
-         Fate::kTrapped,
-         L"",
-         {},
-         false},
-        {"Dcount",
-         isRead,
-         calling(L"Dcount",
-                 [this] {
-                     return Arguments{L"m", item.get()};
-                 }),
-         Fate::kTrapped,
-         L"0"},
         {"Replace", isRead, calling(L"Replace", onValue), Fate::kRaised},
-        {"Replace, first use",
-         isConnected,
-         calling(L"Replace", onValue),
-         Fate::kRaised,
-         L"Empty",
-         {},
-         false},
+    });
+    sweep({
+        {"Dcount", isRead, calling(L"Dcount", {L"m", item.get()}), Fate::kTrapped, L"0"},
         {"Replace of everything",
-         isRead,
-         calling(L"Replace",
-                 [this] {
-                     item->definition.amc = 0;
-                     return Arguments{L"", item.get()};
-                 }),
+         [this] {
+             read();
+             item->definition.amc = 0;
+         },
+         calling(L"Replace", {L"", item.get()}),
          Fate::kRaised},
         {"Insert", isRead, calling(L"Insert", onValue), Fate::kRaised},
         {"Delete", isRead, calling(L"Delete", onItem), Fate::kRaised},
-        {"Locate",
-         isRead,
-         calling(L"Locate",
-                 [this] {
-                     number = 1;
-                     return Arguments{L"x", ByRef(&number), L"", item.get()};
-                 }),
-         Fate::kRaised},
-        {"ProcessCorrelative", isRead, evaluate(L"A;1"), Fate::kRaised},
-        {"ProcessCorrelative by a program",
-         isRead,
-         evaluate(L"CALL PROG"),
+        {"Locate", isRead, calling(L"Locate", search), Fate::kRaised},
+        {"correlative", with(L"A;1"), calling(L"ProcessCorrelative", evaluated), Fate::kRaised},
+        {"correlative by a program",
+         with(L"CALL PROG"),
+         calling(L"ProcessCorrelative", evaluated),
          Fate::kShown,
          L"v",
          {{L"IsConnected", Fate::kRaised}}},
@@ -126,157 +71,90 @@ TEST_F(ErrorSweep, OfElements) {
 TEST_F(ErrorSweep, OfRecordsAndFiles) {
     const auto isRead = [this] { read(); };
     const auto isConnected = [this] { connected(); };
-    const auto file = [] { return Arguments{L"CUST"}; };
-    const auto numbered = [this](const wchar_t* id) {
-        return [this, id] { return Arguments{id, item.get()}; };
-    };
-    const auto write = [this] { return Arguments{true, L"17", item.get()}; };
+    const Arguments seventeen = {L"17", item.get()};
+    const Arguments four = {L"4", item.get()};
+    sweepFromFirstUse({
+        {"mvRead", isRead, calling(L"mvRead", seventeen), Fate::kRaised},
+        {"mvWrite", isRead, calling(L"mvWrite", {true, L"17", item.get()}), Fate::kRenamed},
+        {"mvDelete", isRead, calling(L"mvDelete", seventeen), Fate::kRaised},
+    });
     sweep({
-        {"mvOpen", isConnected, calling(L"mvOpen", file), Fate::kRaised},
-        {"OpenFileVar", isRead, calling(L"OpenFileVar", file), Fate::kTrapped},
-        {"mvCloseFile", isRead, calling(L"mvCloseFile", file), Fate::kHarmless},
-        {"mvRead", isRead, calling(L"mvRead", numbered(L"17")), Fate::kRaised},
-        {"mvRead, first use",
-         isConnected,
-         calling(L"mvRead", numbered(L"17")),
-         Fate::kRaised,
-         L"Empty",
-         {},
-         false},
-        {"mvRead of nothing", isRead, calling(L"mvRead", numbered(L"4")), Fate::kRaised},
-        {"mvRead of a blank", isRead, calling(L"mvRead", numbered(L" ")), Fate::kRaised},
+        {"mvOpen", isConnected, calling(L"mvOpen", {L"CUST"}), Fate::kRaised},
+        {"OpenFileVar", isRead, calling(L"OpenFileVar", {L"CUST"}), Fate::kTrapped},
+        {"mvCloseFile", isRead, calling(L"mvCloseFile", {L"CUST"}), Fate::kHarmless},
+        {"mvRead of nothing", isRead, calling(L"mvRead", four), Fate::kRaised},
+        {"mvRead of a blank", isRead, calling(L"mvRead", {L" ", item.get()}), Fate::kRaised},
         {"mvRead of a locked record",
          [this] {
              read();
              backend.lockRecord(L"CUST", L"17");
              item->definition.readU = true;
          },
-         calling(L"mvRead", numbered(L"17")),
+         calling(L"mvRead", seventeen),
          Fate::kRaised},
         {"mvRead, refused",
          [this] {
              read();
              item->definition.readType = 2;
          },
-         calling(L"mvRead", numbered(L"17")),
+         calling(L"mvRead", seventeen),
          Fate::kRaised},
-        {"mvWrite", isRead, calling(L"mvWrite", write), Fate::kRenamed},
-        {"mvWrite, first use",
-         isConnected,
-         calling(L"mvWrite", write),
-         Fate::kRenamed,
-         L"Empty",
-         {},
-         false},
-        {"mvDelete", isRead, calling(L"mvDelete", numbered(L"17")), Fate::kRaised},
-        {"mvDelete, first use",
-         isConnected,
-         calling(L"mvDelete", numbered(L"17")),
-         Fate::kRaised,
-         L"Empty",
-         {},
-         false},
         // The properties set before the new buffer is made stay set.
         {"mvNew of a read record",
          isRead,
-         calling(L"mvNew", numbered(L"4")),
+         calling(L"mvNew", four),
          Fate::kRaised,
          L"Empty",
          {},
          false},
-        {"mvNew of another",
-         isConnected,
-         calling(L"mvNew", numbered(L"4")),
-         Fate::kRaised,
-         L"Empty",
-         {},
-         false},
-        {"mvRelease",
-         isRead,
-         calling(L"mvRelease", [this] { return Arguments{item.get()}; }),
-         Fate::kHarmless},
+        {"mvRelease", isRead, calling(L"mvRelease", {item.get()}), Fate::kHarmless},
     });
 }
 
 TEST_F(ErrorSweep, OfStoredPrograms) {
     const auto isRead = [this] { read(); };
     const auto host = [this](bool four) {
-        return calling(L"CallHost", [this, four] {
-            return Arguments{item.get(), L"PROG", ByRef(extra), ByRef(value), four};
-        });
+        return calling(L"CallHost", {item.get(), L"PROG", ByRef(extra), ByRef(value), four});
     };
     const auto common = [this](const wchar_t* program) {
-        return calling(L"CallCommonHost", [this, program] {
-            return Arguments{program, L"D", ByRef(value), L"Main", item.get()};
-        });
+        return calling(L"CallCommonHost", {program, L"D", ByRef(value), L"Main", item.get()});
     };
+    const Arguments command = {L"WHO", ByRef(value), ByRef(value)};
     sweep({
-        {"CallHostProgram",
-         isRead,
-         calling(L"CallHostProgram",
-                 [] {
-                     return Arguments{L"PROG", 1};
-                 }),
-         Fate::kRaised},
+        {"CallHostProgram", isRead, calling(L"CallHostProgram", {L"PROG", 1}), Fate::kRaised},
         {"CallHost with four", isRead, host(true), Fate::kShown},
         {"CallHost with five", isRead, host(false), Fate::kShown},
         {"CallCommonHost", isRead, common(L"C:PROG"), Fate::kRaised},
         {"CallCommonHost, other name", isRead, common(L"PROG"), Fate::kShown},
-        {"TCLExecute",
-         isRead,
-         calling(L"TCLExecute",
-                 [this] {
-                     return Arguments{L"WHO", ByRef(value), ByRef(value)};
-                 }),
-         Fate::kTrapped},
+        {"TCLExecute", isRead, calling(L"TCLExecute", command), Fate::kTrapped},
     });
 }
 
 TEST_F(ErrorSweep, OfListsAndDictionaries) {
+    const auto nothing = [] {};
     const auto isRead = [this] { read(); };
     const auto isSelected = [this] { select(); };
-    const auto onItem = [this] { return Arguments{item.get()}; };
-    const auto sentence = [this] { return Arguments{L"SELECT CUST", item.get()}; };
-    const auto convert = [] { return Arguments{L"1234", L"MD2"}; };
-    const auto file = [] { return Arguments{L"CUST"}; };
-    const auto none = [] { return Arguments{}; };
-    const auto nothing = [] {};
+    const Arguments onItem = {item.get()};
+    const Arguments sentence = {L"SELECT CUST", item.get()};
+    const Arguments next = {ByRef(value), item.get()};
+    const Arguments convert = {L"1234", L"MD2"};
+    // A back-end that cannot say whether it is connected is asked to connect again.
+    const std::vector<std::pair<Text, Fate>> unasked = {{L"IsConnected", Fate::kHarmless}};
     sweep({
-        {"ExecuteSelectList", isRead, calling(L"ExecuteSelectList", sentence), Fate::kTrapped},
-        {"ExecuteSelectList once more",
-         isSelected,
-         calling(L"ExecuteSelectList", sentence),
-         Fate::kTrapped},
-        {"ReadNext",
-         isSelected,
-         calling(L"ReadNext",
-                 [this] {
-                     return Arguments{ByRef(value), item.get()};
-                 }),
-         Fate::kTrapped,
-         L"False"},
-        {"DestorySelectList", isSelected, calling(L"DestorySelectList", onItem), Fate::kHarmless},
+        {"select", isRead, calling(L"ExecuteSelectList", sentence), Fate::kTrapped},
+        {"select again", isSelected, calling(L"ExecuteSelectList", sentence), Fate::kTrapped},
+        {"ReadNext", isSelected, calling(L"ReadNext", next), Fate::kTrapped, L"False"},
+        {"close", isSelected, calling(L"DestorySelectList", onItem), Fate::kHarmless},
         {"ReadDictItem", isRead, calling(L"ReadDictItem", onItem), Fate::kInItem},
         {"WriteDictItem", isRead, calling(L"WriteDictItem", onItem), Fate::kTrapped},
         {"Oconv", isRead, calling(L"Oconv", convert), Fate::kTrapped},
         {"Iconv", isRead, calling(L"Iconv", convert), Fate::kRaised},
-        // A back-end that cannot say whether it is connected is asked to connect again.
-        {"GetDictNameList",
-         isRead,
-         calling(L"GetDictNameList", file),
-         Fate::kRaised,
-         L"Empty",
-         {{L"IsConnected", Fate::kHarmless}}},
-        {"GetFileNameList",
-         isRead,
-         calling(L"GetFileNameList", none),
-         Fate::kRaised,
-         L"Empty",
-         {{L"IsConnected", Fate::kHarmless}}},
+        {"names", isRead, calling(L"GetDictNameList", {L"CUST"}), Fate::kRaised, L"", unasked},
+        {"files", isRead, calling(L"GetFileNameList"), Fate::kRaised, L"", unasked},
         // Even unconnected a back-end may know its files; without one there is nobody to ask.
-        {"GetFileNameList, connecting",
+        {"files, connecting",
          nothing,
-         calling(L"GetFileNameList", none),
+         calling(L"GetFileNameList"),
          Fate::kHarmless,
          L"object",
          {{L"Create", Fate::kBackendGone},

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/engine/message_box.h"
-#include "tests/engine/session.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 namespace {
@@ -17,7 +17,6 @@ protected:
             }
         });
     }
-    Text lastCall() const { return backend.calls().back().text; }
     Text callOf(Member member) const {
         for (const RecordedCall& one : backend.calls()) {
             if (one.member == member) {
@@ -60,119 +59,58 @@ TEST_F(HostCalls, PassArgumentsUpToTheFirstMissingOne) {
     };
     for (const Case& one : cases) {
         EXPECT_EQ(call(L"CallHostProgram", one.arguments).error, ErrorFields{});
-        EXPECT_EQ(lastCall(), one.call);
+        EXPECT_EQ(backend.calls().back().text, one.call);
     }
-}
-
-TEST_F(HostCalls, BringArgumentsBack) {
-    ASSERT_TRUE(connect());
-    program({{0, L"first"}, {1, L"second"}, {2, L"behind the missing one"}});
-    Variant first = Value(L"a");
-    Variant second;
-    Variant last = Value(L"z");
-    EXPECT_TRUE(call(L"CallHostProgram",
-                     {L"PROG", ByRef(first), ByRef(second), Variant::Missing(), ByRef(last)})
-                    .ok());
-    EXPECT_EQ(Shown(first.get()), L"first");
-    EXPECT_EQ(Shown(second.get()), L"second");
-    EXPECT_EQ(Shown(last.get()), L"z");
     EXPECT_EQ(call(L"CallHostProgram", {L"NONE"}).error,
               (ErrorFields{53, L"kelos99", L"No program NONE"}));
-    call(L"Disconnect");
-    EXPECT_EQ(call(L"CallHostProgram", {L"PROG"}).error, kNoBackend);
     EXPECT_EQ(boxes.take(), Lines{}) << "these failures are the caller's";
 }
 
 TEST_F(HostCalls, WorkOnTheRecordInTheBuffer) {
     struct Case {
-        const char* name;
         bool four;
         std::vector<std::pair<int, Text>> left;
-        const wchar_t* call;
         const wchar_t* value;
         const wchar_t* extra;
-        const wchar_t* record;
-        Lines events;
+        const wchar_t* record;  // its text and id
+        bool refreshes;
     };
     const Case cases[] = {
-        {"four arguments",
-         true,
+        {true,
          {{0, L"18"}, {1, L"Jones"}, {2, L"0"}, {3, L"out"}},
-         L"CallHost(PROG,17,Smith,,in)",
          L"out",
          L"x",
-         L"Jones|18|CUST|R--|0",
-         {}},
-        {"five arguments",
-         false,
-         {{0, L"18"}, {1, L"Jones"}, {2, L"changed"}, {3, L"1"}, {4, L"out"}},
-         L"CallHost(PROG,17,Smith,x,,in)",
+         L"Jones|18",
+         false},
+        {false,
+         {{0, L"18"}, {2, L"changed"}, {3, L"1"}, {4, L"out"}},
          L"out",
          L"changed",
-         L"Jones|18|CUST|R--|0",
-         {}},
-        {"code 2 of four",
-         true,
-         {{2, L"2"}, {3, L"out"}},
-         L"CallHost(PROG,17,Smith,,in)",
-         L"",
-         L"x",
-         L"Smith|17|CUST|R--|0",
-         {L"Cust: Refresh(0,0,0)"}},
-        {"code 2 of five",
-         false,
-         {{1, L"Jones"}, {3, L"2"}},
-         L"CallHost(PROG,17,Smith,x,,in)",
-         L"",
-         L"x",
-         L"Jones|17|CUST|R--|0",
-         {L"Cust: Refresh(0,0,0)"}},
-        {"code 1",
-         true,
-         {{2, L"1"}},
-         L"CallHost(PROG,17,Smith,,in)",
-         L"in",
-         L"x",
-         L"Smith|17|CUST|R--|0",
-         {}},
-        {"code 22",
-         true,
-         {{2, L"22"}},
-         L"CallHost(PROG,17,Smith,,in)",
-         L"in",
-         L"x",
-         L"Smith|17|CUST|R--|0",
-         {}},
-        {"the record emptied",
-         true,
-         {{0, L""}, {1, L""}},
-         L"CallHost(PROG,17,Smith,,in)",
-         L"in",
-         L"x",
-         L"||CUST|R--|0",
-         {}},
+         L"Smith|18",
+         false},
+        // Code 2 takes the value away and shows the record.
+        {true, {{2, L"2"}, {3, L"out"}}, L"", L"x", L"Smith|17", true},
+        {false, {{1, L"Jones"}, {3, L"2"}}, L"", L"x", L"Jones|17", true},
+        {true, {{2, L"1"}}, L"in", L"x", L"Smith|17", false},
+        {true, {{2, L"22"}}, L"in", L"x", L"Smith|17", false},
+        {true, {{0, L""}, {1, L""}}, L"in", L"x", L"|", false},
     };
     for (const Case& one : cases) {
-        SCOPED_TRACE(one.name);
+        SCOPED_TRACE(&one - cases);
         connectAndRead();
         program(one.left);
-        Text control = L"none";
-        listener(L"Cust").onEvent([&](Event&) {
-            control = automation::GetText(*fields[L"Cust"].callback,
-                                          &_kelFieldCallBack::get_RefreshControlName);
-        });
+        Text control;
+        noteControl(control);
         Bstr value(L"in");
         Variant extra = Value(L"x");
         EXPECT_EQ(callHost(L"PROG", one.four, value, extra).error, ErrorFields{});
-        EXPECT_EQ(callOf(Member::kCallHost), one.call);
-        EXPECT_EQ(backend.takeCalls().back(),
-                  L"Replace(array#2," + Text(one.record).substr(0, Text(one.record).find(L'|')) +
-                      L",0,0,0)");
+        EXPECT_EQ(callOf(Member::kCallHost),
+                  one.four ? L"CallHost(PROG,17,Smith,,in)" : L"CallHost(PROG,17,Smith,x,,in)");
         EXPECT_EQ(value.view(), one.value);
         EXPECT_EQ(Shown(extra.get()), one.extra);
-        EXPECT_EQ(record(), one.record);
-        EXPECT_EQ(control, one.events.empty() ? L"none" : L"");
-        EXPECT_EQ(takeEvents(), one.events);
+        EXPECT_EQ(record(), Text(one.record) + L"|CUST|R--|0");
+        EXPECT_EQ(control, one.refreshes ? L"" : L"none");
+        EXPECT_EQ(takeEvents(), one.refreshes ? Lines{L"Cust: Refresh(0,0,0)"} : Lines{});
         reopen();
     }
     EXPECT_EQ(boxes.take(), Lines{});
@@ -189,15 +127,6 @@ TEST_F(HostCalls, ShowTheirFailuresToTheUser) {
     Bstr value(L"in");
     EXPECT_EQ(callHost(L"NONE", true, value, extra).error, ErrorFields{});
     EXPECT_EQ(boxes.take(), box(L"NONE", {53, L"kelos99", L"No program NONE"}));
-    for (const Member member : {Member::kExtract, Member::kCallHost, Member::kReplace}) {
-        program({{3, L"out"}});
-        backend.fail(member, SampleFailure(), kOnce);
-        EXPECT_EQ(callHost(L"PROG", true, value, extra).error, ErrorFields{});
-        EXPECT_EQ(boxes.take(), box(L"PROG", SampleFailure()));
-        EXPECT_EQ(value.view(), L"in") << "as the caller had it";
-    }
-    EXPECT_EQ(record(), L"Smith|17|CUST|R--|0");
-    EXPECT_EQ(takeEvents(), Lines{});
     EXPECT_EQ(callHost(L"", true, value, extra).error, ErrorFields{});
     EXPECT_EQ(boxes.take(), Lines{}) << "no program, no call";
     EXPECT_EQ(call(L"CallHost", {Item(L"").get(), L"", ByRef(extra), ByRef(value), true}).error,
@@ -208,51 +137,21 @@ TEST_F(HostCalls, ShowTheirFailuresToTheUser) {
     EXPECT_EQ(boxes.take().size(), 1U);
 }
 
-// The true box: without a display it is gone at once, and nothing of it reaches the caller.
-TEST(HostCallsWithoutDisplay, FailQuietly) {
-    if (GetEnvironmentVariableW(L"DISPLAY", nullptr, 0) != 0) {
-        GTEST_SKIP() << "somebody would have to answer";
-    }
-    EXPECT_LT(MessageBoxW(nullptr, L"text", L"title", MB_OK), 1);
-}
-
 TEST_F(HostCalls, GetAParameterRecord) {
-    const Text am(1, wchar_t{254});
-    const Text vm(1, wchar_t{253});
     struct Case {
-        const char* name;
         const wchar_t* control;
         const wchar_t* file;
         const wchar_t* message;
         const wchar_t* type;
-        Text parameters;
+        const wchar_t* parameters;  // marks written ^ ]
     };
-    const Text blanks = am + am + am + am + am;
     const Case cases[] = {
-        {"a field",
-         L"Name",
-         L"",
-         L"",
-         L"D",
-         L"D" + am + L"2" + vm + L"1" + vm + L"3" + am + L"cust" + am + L"CUST" + am + L"Main" +
-             blanks},
-        {"a button",
-         L"mvButton",
-         L"",
-         L"",
-         L"B",
-         L"B" + am + L"0" + vm + L"0" + vm + L"0" + am + L"cust" + am + L"CUST" + am + L"Main" +
-             blanks},
-        {"a message and a file of the item",
-         L"MVBUTTON",
-         L"ITEM",
-         L"ask",
-         L"",
-         am + L"2" + vm + L"1" + vm + L"3" + am + L"cust" + am + L"ITEM" + am + L"Main" + blanks +
-             L"ask"},
+        {L"Name", L"", L"", L"D", L"D^2]1]3^cust^CUST^Main^^^^^"},
+        {L"mvButton", L"", L"", L"B", L"B^0]0]0^cust^CUST^Main^^^^^"},
+        {L"MVBUTTON", L"ITEM", L"ask", L"", L"^2]1]3^cust^ITEM^Main^^^^^ask"},
     };
     for (const Case& one : cases) {
-        SCOPED_TRACE(one.name);
+        SCOPED_TRACE(&one - cases);
         connectAndRead();
         program({{3, L"out"}});
         const auto item = Item(L"CUST", 2, 1, 3);
@@ -261,7 +160,8 @@ TEST_F(HostCalls, GetAParameterRecord) {
         item->definition.errMsg = one.message;
         Bstr value(L"in");
         EXPECT_EQ(callCommon(*item, L"C:PROG", one.type, value).error, ErrorFields{});
-        EXPECT_EQ(callOf(Member::kCallHost), L"CallHost(PROG,17,Smith," + one.parameters + L",in)");
+        EXPECT_EQ(callOf(Member::kCallHost),
+                  L"CallHost(PROG,17,Smith," + Marked(one.parameters) + L",in)");
         EXPECT_EQ(value.view(), L"out");
         EXPECT_EQ(takeEvents(), Lines{});
         reopen();
@@ -269,34 +169,24 @@ TEST_F(HostCalls, GetAParameterRecord) {
 }
 
 TEST_F(HostCalls, AnswerBehindTheNinthMark) {
-    const Text am(1, wchar_t{254});
-    const auto marks = [&](int count) {
-        Text text;
-        for (int i = 0; i < count; ++i) {
-            text += am;
-        }
-        return text;
-    };
     struct Case {
-        const char* name;
-        Text parameters;
+        const wchar_t* parameters;
         bool refreshes;
     };
     const Case cases[] = {
-        {"2", marks(9) + L"2", true},
-        {"2 behind parts", L"a" + marks(4) + L"b" + marks(5) + L"2", true},
-        {"1", marks(9) + L"1", false},
-        {"nothing", marks(9), false},
-        {"more behind it", marks(9) + L"2" + am, false},
-        {"2 in front", marks(8) + L"2", false},
-        {"2 in the eleventh part", marks(10) + L"2", false},
-        {"2 alone", L"2", false},
-        {"emptied", L"", false},
+        {L"^^^^^^^^^2", true},
+        {L"a^^^^b^^^^^2", true},
+        {L"^^^^^^^^^1", false},
+        {L"^^^^^^^^^2^", false},
+        {L"^^^^^^^^2", false},
+        {L"^^^^^^^^^^2", false},
+        {L"2", false},
+        {L"", false},
     };
     for (const Case& one : cases) {
-        SCOPED_TRACE(one.name);
+        SCOPED_TRACE(Narrow(one.parameters));
         connectAndRead();
-        program({{0, L"18"}, {1, L"Jones"}, {2, one.parameters}, {3, L"out"}});
+        program({{0, L"18"}, {1, L"Jones"}, {2, Marked(one.parameters)}, {3, L"out"}});
         Bstr value(L"in");
         EXPECT_EQ(callCommon(*Item(L"Cust", 1), L"C:PROG", L"V", value).error, ErrorFields{});
         EXPECT_EQ(record(), L"Jones|18|CUST|R--|0");
@@ -342,17 +232,6 @@ TEST_F(HostCalls, RaiseFailuresOfTheSecondForm) {
     EXPECT_EQ(callCommon(*Item(L"Cust"), L"C:NONE", L"D", value).error,
               (ErrorFields{53, L"kelos99", L"No program NONE"}));
     EXPECT_EQ(callCommon(*Item(L"Cust", 40000), L"C:PROG", L"D", value).error.number, 6);
-    program({{3, L"out"}});
-    for (const Member member : {Member::kExtract, Member::kCallHost, Member::kReplace}) {
-        backend.fail(member, SampleFailure(), kOnce);
-        EXPECT_EQ(callCommon(*Item(L"Cust"), L"C:PROG", L"D", value).error, SampleFailure());
-        EXPECT_EQ(value.view(), L"in");
-    }
-    EXPECT_EQ(record(), L"Smith|17|CUST|R--|0");
-    EXPECT_EQ(boxes.take(), Lines{});
-    // A failure of the first form is shown instead.
-    EXPECT_EQ(callCommon(*Item(L"Cust"), L"NONE", L"D", value).error, ErrorFields{});
-    EXPECT_EQ(boxes.take().size(), 1U);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 #include "client/tools.h"
 #include "tests/engine/message_box.h"
-#include "tests/engine/session.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 namespace {

@@ -1,7 +1,7 @@
 // Select lists of a key field, and commands.
 #include <gtest/gtest.h>
 
-#include "tests/engine/session.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 namespace {
@@ -46,24 +46,14 @@ TEST_F(Selections, AreWalkedToTheirEndAndStayThere) {
     }
     EXPECT_TRUE(isActive()) << "until the caller closes it";
     backend.clearCalls();
+    select(L"Cust");
+    EXPECT_EQ(backend.takeCalls(), (Lines{L"CloseSelect(list#1)", L"ProcessSelect(SELECT CUST)"}));
     destroy(L"Cust");
-    EXPECT_EQ(backend.takeCalls(), Lines{L"CloseSelect(list#1)"});
+    EXPECT_EQ(backend.takeCalls(), Lines{L"CloseSelect(list#2)"});
     EXPECT_FALSE(isActive());
     EXPECT_EQ(next(L"Cust"), L"-");
     EXPECT_EQ(backend.live().lists, 0);
     destroy(L"Unused");
-}
-
-TEST_F(Selections, CloseTheListBefore) {
-    connectAndRead();
-    select(L"Cust");
-    backend.clearCalls();
-    select(L"Cust");
-    EXPECT_EQ(backend.takeCalls(), (Lines{L"CloseSelect(list#1)", L"ProcessSelect(SELECT CUST)"}));
-    EXPECT_EQ(backend.live().lists, 1);
-    select(L"Cust", L"nonsense");
-    EXPECT_FALSE(isActive()) << "the old one is gone, there is no new one";
-    EXPECT_EQ(backend.live().lists, 0);
 }
 
 TEST_F(Selections, BelongToTheItemsOwnKeyField) {
@@ -77,37 +67,6 @@ TEST_F(Selections, BelongToTheItemsOwnKeyField) {
     select(L"");
     EXPECT_EQ(backend.takeCalls(), Lines{}) << "without a key field nothing happens";
     EXPECT_EQ(call(L"ExecuteSelectList", {L"SELECT CUST", Nothing()}).error, ErrorFields{});
-}
-
-TEST_F(Selections, EndInFalseWhenReadingFails) {
-    connectAndRead();
-    select(L"Cust");
-    backend.fail(Member::kReadNext, SampleFailure(), kOnce);
-    EXPECT_EQ(next(L"Cust"), L"-before");
-    EXPECT_EQ(next(L"Cust"), L"17");
-    backend.fail(Member::kCloseSelect, SampleFailure(), kOnce);
-    destroy(L"Cust");
-    EXPECT_FALSE(isActive()) << "gone all the same";
-    call(L"Disconnect");
-    select(L"Cust");
-    EXPECT_FALSE(isActive());
-    EXPECT_EQ(next(L"Cust"), L"-");
-}
-
-TEST_F(Selections, AreNotTheWayToRunACommand) {
-    Bstr capture(L"c");
-    Bstr returning(L"r");
-    const Arguments arguments = {L"WHO", ByRef(capture), ByRef(returning)};
-    EXPECT_EQ(call(L"TCLExecute", arguments).error, ErrorFields{});
-    EXPECT_EQ(capture.view(), L"c") << "without a back-end nothing happens";
-    ASSERT_TRUE(connect());
-    EXPECT_TRUE(call(L"TCLExecute", arguments).ok());
-    EXPECT_EQ(backend.takeCalls().back(), L"Execute(WHO,c,r)");
-    EXPECT_EQ(capture.view(), L"WHO");
-    EXPECT_EQ(returning.view(), L"0");
-    backend.fail(Member::kExecute, SampleFailure());
-    EXPECT_EQ(call(L"TCLExecute", arguments).error, ErrorFields{});
-    EXPECT_EQ(capture.view(), L"WHO");
 }
 
 }  // namespace

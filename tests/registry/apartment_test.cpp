@@ -153,19 +153,5 @@ TEST_F(Apartment, OutlastsHandlersThatStartAllOverAtItsEnd) {
     EXPECT_EQ(backend.live(), LiveObjects());
 }
 
-TEST_F(Apartment, OfEachThreadEndsAlone) {
-    Client mine;
-    mine.open();
-    OnThread([&] {
-        Client theirs;
-        theirs.open();
-        EXPECT_EQ(backend.live().hosts, 2);
-        theirs.close();
-    });
-    EXPECT_EQ(backend.live().hosts, 1);
-    EXPECT_EQ(Dispatch(mine.session.get()).get(L"IsConnected").text(), L"True");
-    mine.close();
-}
-
 }  // namespace
 }  // namespace kel::tests

@@ -26,53 +26,6 @@ protected:
     ComPtr<_kelFieldCallBack> callback;
 };
 
-TEST_F(FieldEvents, CarryTheArgumentsOfTheirMembers) {
-    struct Case {
-        const wchar_t* member;
-        Arguments arguments;
-        const wchar_t* event;
-        DISPID id;  // published
-        std::vector<VARTYPE> types;
-    };
-    const Case cases[] = {
-        {L"FldRefresh",
-         {L"Name", L"1", L"002", L""},
-         L"Refresh(1,002,)",
-         1,
-         {VT_BSTR, VT_BSTR, VT_BSTR}},
-        {L"FldClear", {}, L"Clear()", 2, {}},
-        {L"FldDelete", {L"17"}, L"Deleted(17)", 3, {VT_BSTR}},
-        {L"FldReadValid", {L"17", true, 2}, L"ReadValid(17,True,2)", 4, {VT_BSTR, VT_BOOL, VT_I2}},
-        {L"FldReadValid", {L"", false, 0}, L"ReadValid(,False,0)", 4, {VT_BSTR, VT_BOOL, VT_I2}},
-        {L"FldConnected", {}, L"Connected()", 5, {}},
-        {L"FldDisconnected", {}, L"Disconnected()", 6, {}},
-        {L"FldCommonValueChanged", {L"Date"}, L"CommonValueChanged(Date)", 7, {VT_BSTR}},
-        {L"FldSessionChanged", {L"S2"}, L"SessionChanged(S2)", 8, {VT_BSTR}},
-        {L"FldKeyFieldChanged", {L"Client"}, L"KeyFieldChanged(Client)", 9, {VT_BSTR}},
-    };
-    const auto listening = ListenTo(*callback);
-    const auto info = automation::TypeInfoOf(__uuidof(__kelFieldCallBack));
-    std::vector<VARTYPE> types;
-    Text name;
-    listening.sink->onEvent([&](Event& event) {
-        name = event.name();
-        for (std::size_t i = 0; i < event.count(); ++i) {
-            types.push_back(V_VT(&event.argument(i).get()));
-        }
-    });
-    for (const Case& one : cases) {
-        SCOPED_TRACE(Narrow(one.member));
-        EXPECT_TRUE(Dispatch(callback.get()).call(one.member, one.arguments).ok());
-        EXPECT_EQ(listening.sink->take(), Lines{one.event});
-        EXPECT_EQ(std::exchange(types, {}), one.types);
-        LPOLESTR names[] = {name.data()};
-        DISPID id = 0;
-        EXPECT_EQ(info->GetIDsOfNames(names, 1, &id), S_OK);
-        EXPECT_EQ(id, one.id);
-    }
-    EXPECT_EQ(GetText(*callback, &_kelFieldCallBack::get_KeyId), L"Cust");
-}
-
 TEST_F(FieldEvents, NameTheRefreshingControlOnlyWhileItRefreshes) {
     const auto first = ListenTo(*callback);
     const auto second = ListenTo(*callback);
@@ -134,14 +87,6 @@ TEST_F(FieldEvents, TellWhetherTheirKeyFieldIsRegistered) {
     const auto nameless = automation::Make<registry::FieldCallBack>();
     EXPECT_EQ(state(*nameless), fcbDestoried);
     EXPECT_EQ(GetText<_kelFieldCallBack>(*nameless, &_kelFieldCallBack::get_KeyId), L"");
-}
-
-TEST_F(FieldEvents, GoOnForAListenerOfARemovedKeyField) {
-    const auto listening = ListenTo(*callback);
-    base->RemoveFieldCallBack(Str(L"Cust"));
-    callback->FldConnected();
-    EXPECT_EQ(base->RefreshFieldCallback(Str(L"Cust")), S_OK);
-    EXPECT_EQ(listening.sink->take(), Lines{L"Connected()"});
 }
 
 }  // namespace

@@ -95,15 +95,15 @@ TEST_F(KeyFieldTable, LosesEveryRowOfARemovedKeyField) {
 }
 
 TEST_F(KeyFieldTable, TakesNoMoreKeyFieldsThanItCanNumber) {
-    constexpr long kMost = 32767;
     auto& table = registry().xref();
-    for (long i = 0; table.upper() < kMost; ++i) {
-        // Grown by renaming, as looking for a free row each time would take too long.
-        for (long row = i; row <= table.upper(); ++row, ++i) {
-            table.renameKeyField(row, std::to_wstring(row));
+    // Grown by renaming, as looking for a free row each time would take too long.
+    for (long next = 0; table.upper() < 32767;) {
+        for (; next <= table.upper(); ++next) {
+            table.renameKeyField(next, L"k" + std::to_wstring(next));
         }
         table.setSession(L"one more", L"S");
-        table.renameKeyField(i, std::to_wstring(i));
+        table.renameKeyField(next, L"k" + std::to_wstring(next));
+        ++next;
     }
     for (long row = 0; row <= table.upper(); ++row) {
         table.renameKeyField(row, L"k" + std::to_wstring(row));

@@ -109,7 +109,7 @@ TEST_F(MisbehavingBackEnd, IsAnsweredWithAnErrorAndGoneOnWith) {
         return [code](CallInProgress& call) { call.fail({{code}, false}); };
     };
     const auto answer = [](Variant value) {
-        return [value](CallInProgress& call) { call.set({}, value); };
+        return [value](CallInProgress& call) { call.set(kResult, value); };
     };
     const struct {
         const char* what;

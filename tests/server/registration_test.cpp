@@ -81,20 +81,6 @@ TEST_F(ProductRegistration, OfTheComponentIsCompleteAndLeavesNoResidue) {
     EXPECT_EQ(user.lines(), userBefore);
 }
 
-TEST_F(ProductRegistration, OfTheBackEndLeavesTheComponentsAlone) {
-    const Dll component(L"kelSDK.dll");
-    const Dll backEnd(L"kelos1.dll");
-    ASSERT_EQ(component.registerServer(), S_OK);
-    const auto before = machine.lines();
-    ASSERT_EQ(backEnd.registerServer(), S_OK);
-    EXPECT_TRUE(holds(L"kelos1.IHostDLL\\CLSID@=" + GuidText(kEmbeddedClass)));
-    EXPECT_TRUE(holds(L"CLSID\\" + GuidText(kEmbeddedClass) + L"\\InprocServer32@=" +
-                      ProductPath(L"kelos1.dll")));
-    EXPECT_EQ(backEnd.unregisterServer(), S_OK);
-    EXPECT_EQ(machine.lines(), before);
-    EXPECT_EQ(component.unregisterServer(), S_OK);
-}
-
 // A newer version lies elsewhere: it takes the place of the old one, under the same identifiers.
 TEST_F(ProductRegistration, OfAnUpdateChangesThePathOnly) {
     const TempFolder folder;

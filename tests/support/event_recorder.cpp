@@ -65,29 +65,9 @@ void EventRecorder::alsoTo(std::vector<Text>* shared, TextView prefix) {
     prefix_ = prefix;
 }
 
-STDMETHODIMP EventRecorder::QueryInterface(REFIID iid, void** object) noexcept {
-    const bool known = IsEqualIID(iid, IID_IUnknown) ||
-                       (knows_ != Knows::kOnlyUnknown && IsEqualIID(iid, IID_IDispatch)) ||
-                       (knows_ == Knows::kEvents && IsEqualIID(iid, events_));
-    *object = known ? static_cast<IDispatch*>(this) : nullptr;
-    if (!known) {
-        return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-}
-
-STDMETHODIMP_(ULONG) EventRecorder::Release() noexcept {
-    const ULONG left = --references_;
-    if (left == 0) {
-        delete this;
-    }
-    return left;
-}
-
-STDMETHODIMP EventRecorder::GetTypeInfoCount(UINT* count) noexcept {
-    *count = 0;
-    return S_OK;
+bool EventRecorder::answers(REFIID iid) const noexcept {
+    return (knows_ != Knows::kOnlyUnknown && IsEqualIID(iid, IID_IDispatch)) ||
+           (knows_ == Knows::kEvents && IsEqualIID(iid, events_));
 }
 
 STDMETHODIMP EventRecorder::Invoke(

@@ -10,6 +10,7 @@
 #include <map>
 #include <vector>
 
+#include "tests/support/mute_object.h"
 #include "tests/support/values.h"
 
 namespace kel::tests {
@@ -34,7 +35,7 @@ private:
     DISPPARAMS& params_;
 };
 
-class EventRecorder final : public IDispatch {
+class EventRecorder final : public MuteObject {
 public:
     enum class Knows { kEvents, kOnlyDispatch, kOnlyUnknown };
 
@@ -54,15 +55,6 @@ public:
     // Lines are also appended here: for the order of events between several recorders.
     void alsoTo(std::vector<Text>* shared, TextView prefix);
 
-    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override;
-    STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-    STDMETHODIMP_(ULONG) Release() noexcept override;
-    STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override;
-    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
-    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
-        return E_NOTIMPL;
-    }
-    // Not noexcept: a listener may throw at its caller.
     STDMETHODIMP Invoke(DISPID id,
                         REFIID riid,
                         LCID lcid,
@@ -74,9 +66,9 @@ public:
 
 private:
     EventRecorder(REFIID events, Knows knows);
-    ~EventRecorder() = default;
+    ~EventRecorder() override = default;
+    bool answers(REFIID iid) const noexcept override;
 
-    ULONG references_ = 1;
     const IID events_;
     const Knows knows_;
     std::map<DISPID, Text> names_;

@@ -8,8 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <map>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "automation/module.h"
 #include "automation/type_library.h"
@@ -35,11 +34,6 @@ struct PlainMemory {
 // before an allocation until after it.
 class MallocSpy final : public IMallocSpy {
 public:
-    struct Block {
-        SIZE_T bytes;
-        unsigned long serial;
-    };
-
     STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
         const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IMallocSpy);
         *object = known ? this : nullptr;
@@ -79,24 +73,19 @@ public:
     STDMETHODIMP_(void) PreHeapMinimize() noexcept override {}
     STDMETHODIMP_(void) PostHeapMinimize() noexcept override {}
 
-    using Blocks = std::unordered_map<void*,
-                                      Block,
-                                      std::hash<void*>,
-                                      std::equal_to<>,
-                                      PlainMemory<std::pair<void* const, Block>>>;
+    using Blocks = std::unordered_set<void*, std::hash<void*>, std::equal_to<>, PlainMemory<void*>>;
     const Blocks& blocks() const { return blocks_; }
 
 private:
     void add(void* block) {
         if (block != nullptr) {
-            blocks_[block] = {pending_, ++serial_};
+            blocks_.insert(block);
         }
     }
 
     Blocks blocks_;
     SIZE_T pending_ = 0;
     void* former_ = nullptr;
-    unsigned long serial_ = 0;
 };
 
 MallocSpy& Spy() {
@@ -121,6 +110,10 @@ long CountHandles() {
 long forgivenHandles = 0;
 long forgivenBlocks = 0;
 
+long LiveBlocks() {
+    return static_cast<long>(Spy().blocks().size());
+}
+
 // Asking whether a module may go makes it drop what it keeps for speed.
 long CountLockedModules() {
     return static_cast<long>(
@@ -134,18 +127,6 @@ long CountLockedModules() {
                 reinterpret_cast<void*>(GetProcAddress(module, "DllCanUnloadNow")));
             return canUnload != nullptr && canUnload() != S_OK;
         }));
-}
-
-std::string Preview(const void* block, SIZE_T bytes) {
-    constexpr SIZE_T kShown = 60;
-    std::string text = std::to_string(bytes) + " bytes \"";
-    // Strings begin with their length.
-    const auto* units = static_cast<const wchar_t*>(block) + (sizeof(void*) / sizeof(wchar_t));
-    for (SIZE_T i = sizeof(void*) / sizeof(wchar_t); i < std::min(bytes / 2, kShown);
-         ++i, ++units) {
-        text += *units >= L' ' && *units < 0x7F ? static_cast<char>(*units) : '.';
-    }
-    return text + "\"";
 }
 
 }  // namespace
@@ -185,24 +166,7 @@ ResourceCounts CountResources(bool withHandles) {
     return counts;
 }
 
-long LiveBlocks() {
-    return static_cast<long>(Spy().blocks().size());
-}
-
-std::string NewestBlocks(long count) {
-    std::map<unsigned long, std::string, std::greater<>> newest;
-    for (const auto& [address, block] : Spy().blocks()) {
-        newest[block.serial] = Preview(address, block.bytes);
-    }
-    std::string text;
-    for (auto it = newest.begin(); it != newest.end() && count > 0; ++it, --count) {
-        text += (text.empty() ? "" : ", ") + it->second;
-    }
-    return text;
-}
-
 std::string Growth(const ResourceCounts& before, const ResourceCounts& after) {
-    constexpr long kMostShown = 8;
     std::string text;
     const auto compare = [&](long former, long now, const char* what) {
         if (now > former) {
@@ -210,9 +174,6 @@ std::string Growth(const ResourceCounts& before, const ResourceCounts& after) {
         }
     };
     compare(before.blocks, after.blocks, "memory blocks");
-    if (after.blocks > before.blocks) {
-        text += " (" + NewestBlocks(std::min(after.blocks - before.blocks, kMostShown)) + ")";
-    }
     compare(before.objects, after.objects, "objects");
     compare(before.lockedModules, after.lockedModules, "DLLs that cannot be unloaded");
     compare(before.heaps, after.heaps, "private heaps");

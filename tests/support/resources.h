@@ -52,13 +52,7 @@ private:
 // Counts. Counting handles takes some tens of milliseconds.
 ResourceCounts CountResources(bool withHandles);
 
-// Memory blocks now, without settling.
-long LiveBlocks();
-
-// "2 memory blocks more: 16 bytes "Cust", 24 bytes"; empty when nothing grew.
+// "2 more memory blocks; 1 more objects"; empty when nothing grew.
 std::string Growth(const ResourceCounts& before, const ResourceCounts& after);
-
-// The first units of the `count` blocks allocated last that are still alive.
-std::string NewestBlocks(long count);
 
 }  // namespace kel::tests

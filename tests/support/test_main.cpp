@@ -38,43 +38,31 @@ public:
     }
     void OnTestSuiteStart(const testing::TestSuite&) override {
         suiteStart_ = CountResources(false);
-        suspects_.clear();
         CoInitialize(nullptr);
-    }
-    void OnTestStart(const testing::TestInfo&) override { blocksAtTestStart_ = LiveBlocks(); }
-    void OnTestEnd(const testing::TestInfo& test) override {
-        if (LiveBlocks() > blocksAtTestStart_) {
-            suspects_ += std::string(" ") + test.name();
-        }
     }
     void OnTestSuiteEnd(const testing::TestSuite& suite) override {
         SettleResources();
         CoUninitialize();
-        report(suite.name(), Growth(suiteStart_, CountResources(false)), suspects_);
+        report(suite.name(), Growth(suiteStart_, CountResources(false)));
     }
     void OnTestProgramEnd(const testing::UnitTest&) override {
         if (growths_ == 0) {
-            report("The whole program", Growth(programStart_, CountResources(true)), "");
+            report("The whole program", Growth(programStart_, CountResources(true)));
         }
     }
 
     int growths() const { return growths_; }
 
 private:
-    void report(const char* who, const std::string& growth, const std::string& suspects) {
+    void report(const char* who, const std::string& growth) {
         if (!growth.empty()) {
             ++growths_;
             std::printf("[  FAILED  ] %s leaves resources behind: %s\n", who, growth.c_str());
-            if (!suspects.empty()) {
-                std::printf("             memory grew in:%s\n", suspects.c_str());
-            }
         }
     }
 
     ResourceCounts programStart_;
     ResourceCounts suiteStart_;
-    long blocksAtTestStart_ = 0;
-    std::string suspects_;
     int growths_ = 0;
 };
 

@@ -1,8 +1,8 @@
 // Values as tests write them: numbers, texts and objects become variants and readable lines.
 #pragma once
 
-#include <concepts>
 #include <string>
+#include <type_traits>
 
 #include "automation/variant.h"
 
@@ -15,39 +15,21 @@ using automation::TextView;
 using automation::Variant;
 
 // The variant that a client would pass for the value: int and long travel as 32 bits, short as 16.
-template <std::same_as<bool> Flag>
-Variant Value(Flag flag) {
-    return Variant(flag);
-}
-inline Variant Value(int number) {
-    return Variant(static_cast<long>(number));
-}
-inline Variant Value(long number) {
-    return Variant(number);
-}
-inline Variant Value(short number) {
-    return Variant(number);
-}
-inline Variant Value(double number) {
-    Variant result;
-    V_VT(result.inOut()) = VT_R8;
-    V_R8(result.inOut()) = number;
-    return result;
-}
-inline Variant Value(TextView text) {
-    return Variant(text);
-}
-inline Variant Value(const Text& text) {
-    return Variant(TextView(text));
-}
-inline Variant Value(const wchar_t* text) {
-    return Variant(TextView(text));
-}
-inline Variant Value(IDispatch* object) {
-    return Variant(object);
-}
-inline Variant Value(Variant value) {
-    return value;
+template <typename T>
+Variant Value(T&& from) {
+    using Plain = std::decay_t<T>;
+    if constexpr (std::is_same_v<Plain, int>) {
+        return Variant(static_cast<long>(from));
+    } else if constexpr (std::is_same_v<Plain, double>) {
+        Variant result;
+        V_VT(result.inOut()) = VT_R8;
+        V_R8(result.inOut()) = from;
+        return result;
+    } else if constexpr (std::is_convertible_v<T, TextView>) {
+        return Variant(TextView(from));
+    } else {
+        return Variant(std::forward<T>(from));
+    }
 }
 
 // A variant that refers to the caller's variable.
@@ -57,23 +39,19 @@ inline Variant ByRef(VARTYPE kind, void* target) {
     V_BYREF(result.inOut()) = target;
     return result;
 }
-inline Variant ByRef(BSTR* text) {
-    return ByRef(VT_BSTR, text);
+template <typename T>
+Variant ByRef(T* target) {
+    return ByRef(std::is_same_v<T, BSTR>    ? VT_BSTR
+                 : std::is_same_v<T, long>  ? VT_I4
+                 : std::is_same_v<T, short> ? VT_I2
+                                            : VT_DISPATCH,
+                 target);
 }
 inline Variant ByRef(Bstr& text) {
     return ByRef(VT_BSTR, text.inOut());
 }
-inline Variant ByRef(long* number) {
-    return ByRef(VT_I4, number);
-}
-inline Variant ByRef(short* number) {
-    return ByRef(VT_I2, number);
-}
 inline Variant ByRef(Variant& value) {
     return ByRef(VT_VARIANT, value.inOut());
-}
-inline Variant ByRef(IDispatch** object) {
-    return ByRef(VT_DISPATCH, object);
 }
 
 // A value as it appears in recorded lines: texts and numbers as they are, "True" and "False",

@@ -1,4 +1,4 @@
-#include "tests/engine/session.h"
+#include "tests/registry/session.h"
 
 namespace kel::tests {
 
@@ -65,6 +65,15 @@ void SessionTest::connectAndRead(TextView text) {
 
 ComPtr<_kelInfo> SessionTest::info(TextView keyField) const {
     return get(L"mvInfo", {keyField}).value.object<_kelInfo>();
+}
+
+void SessionTest::setFlags(_kelInfo& state, TextView flags) {
+    const auto has = [&](wchar_t letter) {
+        return flags.find(letter) != TextView::npos ? VARIANT_TRUE : VARIANT_FALSE;
+    };
+    state.put_IsRead(has(L'R'));
+    state.put_IsNew(has(L'N'));
+    state.put_IsChanged(has(L'C'));
 }
 
 Text SessionTest::recordLine(_kelInfo& state) const {

@@ -1,4 +1,4 @@
-// A session with key fields on the test back-end, as the engine's tests need it.
+// A session with key fields on the test back-end.
 #pragma once
 
 #include <map>
@@ -24,7 +24,7 @@ inline const ErrorFields kNoBackend = {
 // "Cust: Clear()".
 class SessionTest : public ComponentTest {
 protected:
-    void SetUp() override { open(); }
+    SessionTest() { open(); }
     void TearDown() override {
         letGo();
         ComponentTest::TearDown();
@@ -44,6 +44,14 @@ protected:
     // A registered key field with a listener, tied to a file and a session.
     void addField(const Text& keyField, TextView file = L"CUST", TextView session = L"Main");
     EventRecorder& listener(const Text& keyField) { return *fields[keyField].listening.sink; }
+    // The control that key field "Cust" refreshes while the variable lives; L"none" before.
+    void noteControl(Text& control) {
+        control = L"none";
+        listener(L"Cust").onEvent([this, &control](Event&) {
+            control = automation::GetText(*fields[L"Cust"].callback,
+                                          &_kelFieldCallBack::get_RefreshControlName);
+        });
+    }
     // With key field "Cust" and record 17 of file CUST in its buffer, nothing recorded.
     void connectAndRead(TextView text = L"Smith");
 
@@ -55,6 +63,8 @@ protected:
     }
     Lines takeEvents() { return std::exchange(events, {}); }
 
+    // R, N and C for IsRead, IsNew and IsChanged.
+    static void setFlags(_kelInfo& state, TextView flags);
     // What the engine knows of a key field's record. Makes a state where there is none.
     ComPtr<_kelInfo> info(TextView keyField = L"Cust") const;
     // The same as a line, "Smith|17|CUST|RNC|0": buffer, id, file, IsRead, IsNew and IsChanged ("-"
