@@ -22,6 +22,8 @@ int CompareTexts(TextView left, TextView right, bool isRight) {
     return Sign(left.compare(right));
 }
 
+// Two numbers by size, other text of a right-justified field the shorter first, any other by its
+// units. Negative, zero or positive.
 int CompareWith(TextView value, const Constant& constant, bool isRight) {
     if (constant.number) {
         if (const std::optional<Number> number = ComparedNumber(value)) {
@@ -137,13 +139,6 @@ private:
 };
 
 }  // namespace
-
-int CompareValues(TextView left, TextView right, bool isRight) {
-    Constant constant;
-    constant.text = right;
-    constant.number = ComparedNumber(right);
-    return CompareWith(left, constant, isRight);
-}
 
 bool ConditionEvaluator::HoldsNode(std::uint32_t node, const ValuePosition* position) {
     const Condition::Node& top = condition_.nodes[node];

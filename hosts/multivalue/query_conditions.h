@@ -29,8 +29,4 @@ private:
     Text upper_;
 };
 
-// How values compare in conditions: two numbers by size, other text of a right-justified field the
-// shorter first, any other by its units. Negative, zero or positive.
-int CompareValues(TextView left, TextView right, bool isRight);
-
 }  // namespace kel::multivalue

@@ -30,7 +30,7 @@ public:
     // Makes the record of the entry delivered last the one that Fields() speak of, as long as no
     // other is asked for. False when it is no longer there. Not with SAVING.
     bool Load();
-    FieldEvaluator& Fields() { return *query_.fields; }
+    FieldEvaluator& Fields() const { return *query_.fields; }
     const Query& Sentence() const { return query_; }
 
     // Whether the value of a field at a position is to be shown: the position is that of the entry,
