@@ -28,8 +28,4 @@ private:
     const Tools tools_;
 };
 
-// Makes a file unless it is there.
-//   throws  std::runtime_error with what the database said
-void EnsureFile(const Tools& tools, TextView name);
-
 }  // namespace kel::demo

@@ -147,6 +147,9 @@ public:
         return Text(capture.view());
     }
 
+    // The object itself, for code that calls it in its own way.
+    _kelTools& raw() const { return *tools_; }
+
 private:
     ComPtr<_kelTools> tools_;
 };
@@ -193,6 +196,8 @@ public:
     }
 
     IUnknown& source() const { return *session_; }
+    // The object itself, for code that calls it in its own way.
+    _kelSessionCallBack& raw() const { return *session_; }
 
 private:
     ComPtr<_kelSessionCallBack> session_;

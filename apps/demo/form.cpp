@@ -1,6 +1,6 @@
 #include "apps/demo/form.h"
 
-#include "apps/demo/iso_codes.h"
+#include "apps/demo/data.h"
 
 namespace kel::demo {
 

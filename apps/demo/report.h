@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "apps/demo/event_log.h"
-#include "apps/demo/record_text.h"
+#include "apps/demo/data.h"
 #include "automation/error.h"
 
 namespace kel::demo {

@@ -1,7 +1,7 @@
 // Steps about the root object, sessions and connections.
 #include <algorithm>
 
-#include "apps/demo/iso_codes.h"
+#include "apps/demo/data.h"
 #include "apps/demo/steps.h"
 
 namespace kel::demo {

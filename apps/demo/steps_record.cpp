@@ -1,6 +1,6 @@
 // Steps about one record: reading, changing, writing, rows, new records.
-#include "apps/demo/child_process.h"
-#include "apps/demo/iso_codes.h"
+#include "apps/atlas/child_process.h"
+#include "apps/demo/data.h"
 #include "apps/demo/steps.h"
 
 namespace kel::demo {

@@ -5,7 +5,7 @@
 
 #include "apps/demo/account.h"
 #include "apps/demo/dict_item.h"
-#include "apps/demo/iso_codes.h"
+#include "apps/demo/data.h"
 #include "apps/demo/report.h"
 
 namespace kel::demo {

@@ -9,7 +9,7 @@
 
 #include "apps/demo/account.h"
 #include "apps/demo/dict_item.h"
-#include "apps/demo/record_text.h"
+#include "apps/demo/data.h"
 #include "apps/demo/report.h"
 #include "apps/demo/sub_commands.h"
 
@@ -68,7 +68,7 @@ long ExpectedIn(long slot, long newest) {
 int RunWriter(const Text& accountPath, long count, const Text& name) {
     const Account account(accountPath);
     const Tools& tools = account.tools();
-    EnsureFile(tools, kFile);
+    EnsureFile(tools.raw(), kFile);
     const DictItem key({.keyId = kKeyId, .session = kAccountSession, .controlName = L""});
     key.FileName(kFile);
     key.ReadU(true);
@@ -92,7 +92,7 @@ int RunWriter(const Text& accountPath, long count, const Text& name) {
 int CheckWriter(const Text& accountPath, long atLeast, const Text& name) {
     const Account account(accountPath);
     const Tools& tools = account.tools();
-    EnsureFile(tools, kFile);
+    EnsureFile(tools.raw(), kFile);
     const long newest = NewestGeneration(tools, name);
     bool good = newest >= atLeast;
     if (!good) {

@@ -1,5 +1,5 @@
 #!/bin/bash
-# on_desktop.sh PROGRAM: runs a Windows program on a virtual screen of its own and passes its output
+# on_desktop.sh PROGRAM [ARGS...]: runs a Windows program on a virtual screen of its own and passes its output
 # and exit status on.
 set -euo pipefail
 coproc screen { exec Xvfb -displayfd 1 -screen 0 1024x768x24 -nolisten tcp 2>/dev/null; }
@@ -15,6 +15,6 @@ fi
 sleep 3
 # Ending the screen makes Wine's desktop process complain after the program's last line.
 status=0
-DISPLAY=:$number "$KEL_WINE_RUN" "$KEL_WIDTH" "$1" 2> >(grep -v '^X connection' >&2) || status=$?
+DISPLAY=:$number "$KEL_WINE_RUN" "$KEL_WIDTH" "$@" 2> >(grep -v '^X connection' >&2) || status=$?
 exec 2>/dev/null
 exit "$status"

@@ -1,12 +1,13 @@
-// Debian's lists of countries, currencies and languages (package iso-codes) as multivalue records.
+// Debian's lists of countries, currencies and languages (package iso-codes) as multivalue records,
+// with some figures the lists do not have.
 #pragma once
 
 #include <span>
 #include <vector>
 
-#include "apps/demo/record_text.h"
+#include "apps/atlas/record_text.h"
 
-namespace kel::demo {
+namespace kel::atlas {
 
 // One line of a file's layout.
 struct Attribute {
@@ -27,8 +28,8 @@ struct File {
     std::vector<Record> records;  // in the order of their ids
 };
 
-// COUNTRIES: attribute n of the first six, and the associated multivalued attributes of the
-// country's subdivisions: value n of each belongs to the n-th subdivision, in the order of codes.
+// COUNTRIES: single values, and the associated multivalued attributes of the country's subdivisions:
+// value n of each belongs to the n-th subdivision, in the order of codes.
 inline constexpr const wchar_t* kCountries = L"COUNTRIES";
 inline constexpr long kCountryName = 1;
 inline constexpr long kCountryFlag = 6;
@@ -36,12 +37,19 @@ inline constexpr long kSubdivisionCode = 7;
 inline constexpr long kSubdivisionName = 8;
 inline constexpr long kSubdivisionType = 9;  // subvalue 2: the subdivision it belongs to, if any
 inline constexpr int kSubdivisionColumns = 3;
+inline constexpr long kCountryContinent = 10;
+inline constexpr long kCountryCurrency = 11;
+inline constexpr long kCountryArea = 12;
+inline constexpr long kCountryPopulation = 13;
+inline constexpr long kCountryChecked = 14;
+inline constexpr long kCountryMember = 15;
 
 inline constexpr const wchar_t* kCurrencies = L"CURRENCIES";
 inline constexpr const wchar_t* kLanguages = L"LANGUAGES";
+inline constexpr const wchar_t* kContinents = L"CONTINENTS";
 
 // Reads the lists from a folder.
 //   throws  std::exception naming the list that is missing or damaged
 std::vector<File> LoadIsoCodes(const Text& folder);
 
-}  // namespace kel::demo
+}  // namespace kel::atlas

@@ -1,4 +1,4 @@
-#include "apps/demo/iso_codes.h"
+#include "apps/atlas/iso_codes.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -7,7 +7,9 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
-namespace kel::demo {
+#include "apps/atlas/figures.h"
+
+namespace kel::atlas {
 namespace {
 
 using nlohmann::json;
@@ -22,11 +24,21 @@ constexpr Attribute kCountryLayout[] = {
     {kSubdivisionCode, L"codes of subdivisions (multivalued)", nullptr},
     {kSubdivisionName, L"their names (multivalued)", nullptr},
     {kSubdivisionType, L"their types (multivalued); subvalue 2: part of", nullptr},
+    {kCountryContinent, L"continent, an id of CONTINENTS", nullptr},
+    {kCountryCurrency, L"currency, an id of CURRENCIES", nullptr},
+    {kCountryArea, L"area in square kilometres", nullptr},
+    {kCountryPopulation, L"population", nullptr},
+    {kCountryChecked, L"day on which somebody checked the record", nullptr},
+    {kCountryMember, L"1 for a member of the United Nations", nullptr},
 };
 
 constexpr Attribute kCurrencyLayout[] = {
     {1, L"name", "name"},
     {2, L"number", "numeric"},
+};
+
+constexpr Attribute kContinentLayout[] = {
+    {1, L"name", nullptr},
 };
 
 constexpr Attribute kLanguageLayout[] = {
@@ -107,11 +119,36 @@ File FileOf(const wchar_t* name,
     return file;
 }
 
+// What is known of a country beside the lists.
+void AddFigures(const Text& country, std::vector<Text>& attributes) {
+    if (const Figures* figures = FiguresOf(country)) {
+        attributes[kCountryContinent - 1] = figures->continent;
+        attributes[kCountryCurrency - 1] = figures->currency;
+        attributes[kCountryArea - 1] = std::to_wstring(figures->area);
+        attributes[kCountryPopulation - 1] = std::to_wstring(figures->population);
+        attributes[kCountryMember - 1] = figures->isMember ? L"1" : L"";
+    }
+}
+
+File Continents() {
+    return {kContinents,
+            L"two-letter code",
+            kContinentLayout,
+            {{L"AF", L"Africa"},
+             {L"AN", L"Antarctica"},
+             {L"AS", L"Asia"},
+             {L"EU", L"Europe"},
+             {L"NA", L"North America"},
+             {L"OC", L"Oceania"},
+             {L"SA", L"South America"}}};
+}
+
 }  // namespace
 
 std::vector<File> LoadIsoCodes(const Text& folder) {
     const auto subdivisions = SubdivisionsByCountry(List(folder, "3166-2"));
-    const auto addSubdivisions = [&](const Text& country, std::vector<Text>& attributes) {
+    const auto completeCountry = [&](const Text& country, std::vector<Text>& attributes) {
+        AddFigures(country, attributes);
         const auto found = subdivisions.find(country);
         if (found != subdivisions.end()) {
             attributes[kSubdivisionCode - 1] = Join(found->second.codes, kValueMark);
@@ -127,7 +164,7 @@ std::vector<File> LoadIsoCodes(const Text& folder) {
                            kCountryLayout,
                            List(folder, "3166-1"),
                            "alpha_2",
-                           addSubdivisions));
+                           completeCountry));
     files.push_back(FileOf(kCurrencies,
                            L"three-letter code",
                            kCurrencyLayout,
@@ -140,7 +177,8 @@ std::vector<File> LoadIsoCodes(const Text& folder) {
                            List(folder, "639-3"),
                            "alpha_3",
                            addNothing));
+    files.push_back(Continents());
     return files;
 }
 
-}  // namespace kel::demo
+}  // namespace kel::atlas

@@ -1,11 +1,11 @@
-#include "apps/demo/child_process.h"
+#include "apps/atlas/child_process.h"
 
 #include <array>
 #include <stdexcept>
 
-#include "apps/demo/record_text.h"
+#include "apps/atlas/record_text.h"
 
-namespace kel::demo {
+namespace kel::atlas {
 namespace {
 
 // An argument as the usual rules of command lines read it back. The arguments of this program hold
@@ -113,4 +113,4 @@ ChildResult RunChild(const std::vector<Text>& arguments) {
     return result;
 }
 
-}  // namespace kel::demo
+}  // namespace kel::atlas

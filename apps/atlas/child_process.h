@@ -8,11 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "automation/text.h"
+#include "apps/atlas/record_text.h"
 
-namespace kel::demo {
-
-using automation::Text;
+namespace kel::atlas {
 
 struct HandleCloser {
     using pointer = HANDLE;
@@ -48,4 +46,4 @@ struct ChildResult {
 // Runs it to its end, with an empty standard input.
 ChildResult RunChild(const std::vector<Text>& arguments);
 
-}  // namespace kel::demo
+}  // namespace kel::atlas

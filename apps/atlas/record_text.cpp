@@ -1,10 +1,8 @@
-#include "apps/demo/record_text.h"
-
-#include <windows.h>
+#include "apps/atlas/record_text.h"
 
 #include <algorithm>
 
-namespace kel::demo {
+namespace kel::atlas {
 namespace {
 
 constexpr wchar_t kFirstLetter = L'\u00FB';
@@ -55,21 +53,4 @@ Text Join(const std::vector<Text>& parts, TextView mark) {
     return result;
 }
 
-Text FromUtf8(std::string_view text) {
-    const int bytes = static_cast<int>(text.size());
-    const int units = MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, nullptr, 0);
-    Text result(static_cast<std::size_t>(units), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, result.data(), units);
-    return result;
-}
-
-std::string ToUtf8(TextView text) {
-    const int units = static_cast<int>(text.size());
-    const int bytes =
-        WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
-    std::string result(static_cast<std::size_t>(bytes), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), units, result.data(), bytes, nullptr, nullptr);
-    return result;
-}
-
-}  // namespace kel::demo
+}  // namespace kel::atlas

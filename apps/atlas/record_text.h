@@ -1,14 +1,19 @@
 // Records as text: marks, and the letters that have the same codes.
 #pragma once
 
+#include <string>
+#include <string_view>
 #include <vector>
 
-#include "automation/text.h"
+#include "apps/binding/com.h"
 
-namespace kel::demo {
+namespace kel::atlas {
 
-using automation::Text;
-using automation::TextView;
+using binding::FromUtf8;
+using binding::ToUtf8;
+
+using Text = std::wstring;
+using TextView = std::wstring_view;
 
 // A record is attributes parted by attribute marks; an attribute is values parted by value marks; a
 // value is subvalues parted by subvalue marks.
@@ -30,7 +35,4 @@ Text Readable(TextView text);
 // and an empty one read alike.
 Text Join(const std::vector<Text>& parts, TextView mark);
 
-Text FromUtf8(std::string_view text);
-std::string ToUtf8(TextView text);
-
-}  // namespace kel::demo
+}  // namespace kel::atlas

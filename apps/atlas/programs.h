@@ -1,0 +1,11 @@
+// The stored programs of the form.
+#pragma once
+
+namespace kel::atlas {
+
+// As a dictionary item names them. A program named this way is given id, record, parameters and
+// value, and an error that it raises reaches the form.
+inline constexpr const wchar_t* kToday = L"C:FORM.TODAY";  // today, for a field that is empty
+inline constexpr const wchar_t* kCheckCurrency = L"C:FORM.CURRENCY";  // refuses an unknown currency
+
+}  // namespace kel::atlas

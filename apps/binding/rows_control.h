@@ -1,0 +1,68 @@
+// A list view whose rows are associated multivalued fields: value n of each column's attribute
+// makes row n.
+#pragma once
+
+#include <vector>
+
+#include "apps/binding/cell_editor.h"
+#include "apps/binding/field_control.h"
+
+namespace kel::binding {
+
+struct Column {
+    Definition definition;  // vmc 0: the values are the rows. smc: the same part of every value
+    std::wstring heading;
+    int width;  // in pixels
+};
+
+class RowsControl final : public FieldControl {
+public:
+    // `window` is a list view in report style. Its first column decides how many rows there are.
+    // Double click, F2 or Enter edits a cell; the keys Insert and Delete make and remove rows.
+    RowsControl(KeyField& field,
+                HWND window,
+                std::wstring name,
+                const std::vector<Column>& columns);
+
+    void Show() override;
+    bool Store() override { return editor_.Commit(CellExit::kStay); }
+    bool isEdited() const override { return false; }
+
+    // Rows and columns count from 0.
+    int rowCount() const;
+    int selectedRow() const;  // -1: none
+    // Opens the edit box over a cell.
+    void Edit(int row, int column);
+    // Makes an empty row in front of the selected one, or at the end, and edits it.
+    void InsertRow();
+    // Removes the selected row.
+    void RemoveRow();
+    // Puts a text into a cell as the edit box does.
+    bool Put(int row, int column, const std::wstring& text);
+    HWND editWindow() const { return editor_.window(); }
+    // Whether rows can be changed at all.
+    void setReadOnly(bool value) { isReadOnly_ = value; }
+
+private:
+    bool Concerns(long amc) const override;
+    void Rename(const std::wstring& session, const std::wstring& keyId) override;
+    void Notify(NMHDR& header) override;
+    void Leave() override {}
+    void Moved(int row, int column, CellExit exit);
+    void Select(int row) const;
+    // Calls `change` for each attribute once, with whole values addressed.
+    template <typename Change>
+    void ForEachAttribute(Change&& change);
+
+    struct Part {
+        Ptr<_kelDictItem> item;
+        long amc;
+        long smc;
+    };
+    std::vector<Part> parts_;
+    CellEditor editor_;
+    bool isReadOnly_ = false;
+    bool isChanging_ = false;
+};
+
+}  // namespace kel::binding

@@ -1,0 +1,68 @@
+// The session of the program: its connection properties, which the back-end itself describes, and
+// the data the form works on.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "apps/binding/events.h"
+
+namespace kel::form {
+
+inline constexpr const wchar_t* kSession = L"Atlas";
+
+// A connection property as the back-end describes it.
+struct Property {
+    std::wstring name;
+    std::wstring description;
+    std::wstring value;  // the default at first
+};
+
+class Connection {
+public:
+    // `backEnd` is the number under which a back-end is registered.
+    explicit Connection(short backEnd);
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection();
+
+    // The back-end in words.
+    const std::wstring& description() const { return description_; }
+    // The properties that are texts; a session asks for them by name when it connects.
+    std::vector<Property>& properties() { return properties_; }
+    void set(const std::wstring& property, const std::wstring& value);
+
+    // Connects, after disconnecting if need be. False: failure() says why.
+    bool Connect();
+    void Disconnect();
+    bool isConnected() const;
+    const std::wstring& failure() const { return failure_; }
+
+    const binding::Ptr<_kelBase>& base() const { return base_; }
+    _kelSessionCallBack& session() const { return *session_; }
+    binding::Ptr<_kelTools> tools() const;
+
+    // Makes sure that the account has the files of the form: what is missing is made from the
+    // lists of codes in a folder, if there is one.
+    //   throws  std::exception when neither has them
+    void Prepare(const std::wstring& listsFolder) const;
+
+    // The output of a sentence at the database's command level; empty when it cannot be run.
+    std::wstring Execute(const std::wstring& sentence) const;
+
+private:
+    void Describe();
+    void Hear(binding::SessionEvent event, const binding::Arguments& arguments);
+
+    const short backEnd_;
+    std::wstring description_;
+    std::vector<Property> properties_;
+    std::wstring failure_;
+    const binding::Ptr<_kelBase> base_;
+    binding::Ptr<_kelSessionCallBack> session_;
+    binding::Subscription subscription_;
+};
+
+}  // namespace kel::form
