@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -14,16 +13,14 @@ namespace kel::multivalue {
 namespace {
 
 constexpr std::size_t kBuffer = 1 << 16;
-constexpr std::size_t kScanned = 200;  // records read at once
 
 class Exporter {
 public:
-    Exporter(Store& store,
-             FileNumber file,
+    Exporter(RecordSource& source,
              std::ostream& data,
              TransferFields& fields,
              const ExportOptions& options)
-        : store_(store), file_(file), data_(data), fields_(fields), options_(options) {
+        : source_(source), data_(data), fields_(fields), options_(options) {
         for (const Text& column : options.columns) {
             std::optional<TransferField> field = fields.Find(column);
             if (!field) {
@@ -43,10 +40,9 @@ public:
         } else if (options_.format == TransferFormat::kJsonArray) {
             bytes_ += "[";
         }
-        if (options_.nextId) {
-            Listed();
-        } else {
-            Scanned();
+        Text id;
+        Text record;
+        while (source_.Next(id, record) && Put(id, record)) {
         }
         if (options_.format == TransferFormat::kJsonArray) {
             bytes_ += "\n]\n";
@@ -56,28 +52,6 @@ public:
     }
 
 private:
-    void Listed() {
-        Text id;
-        Text record;
-        while (options_.nextId(id)) {
-            if (store_.Read(file_, id, record) && !Put(id, record)) {
-                return;
-            }
-        }
-    }
-
-    void Scanned() {
-        std::vector<ScanEntry> entries;
-        const std::unique_ptr<Scan> scan = store_.OpenScan(file_, {});
-        while (scan->Next(entries, kScanned)) {
-            for (const ScanEntry& entry : entries) {
-                if (!Put(entry.id, entry.record)) {
-                    return;
-                }
-            }
-        }
-    }
-
     // False when the export is to end here.
     bool Put(const Text& id, const Text& record) {
         if (options_.format == TransferFormat::kCsv) {
@@ -198,8 +172,7 @@ private:
         bytes_ += isArray ? "]" : "";
     }
 
-    Store& store_;
-    const FileNumber file_;
+    RecordSource& source_;
     std::ostream& data_;
     TransferFields& fields_;
     const ExportOptions& options_;
@@ -210,12 +183,11 @@ private:
 
 }  // namespace
 
-std::uint64_t Export(Store& store,
-                     FileNumber file,
+std::uint64_t Export(RecordSource& source,
                      std::ostream& data,
                      TransferFields& fields,
                      const ExportOptions& options) {
-    return Exporter(store, file, data, fields, options).Run();
+    return Exporter(source, data, fields, options).Run();
 }
 
 }  // namespace kel::multivalue

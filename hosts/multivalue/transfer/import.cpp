@@ -24,10 +24,28 @@ struct Target {
     std::optional<TransferField> field;  // the attribute it goes to, if any
 };
 
+// A batch that is rolled back unless committed.
+class TargetBatch {
+public:
+    explicit TargetBatch(RecordTarget& target) : target_(&target) { target.Begin(); }
+    TargetBatch(const TargetBatch&) = delete;
+    TargetBatch& operator=(const TargetBatch&) = delete;
+    ~TargetBatch() {
+        if (target_ != nullptr) {
+            target_->Rollback();
+        }
+    }
+
+    void Commit() { std::exchange(target_, nullptr)->Commit(); }
+
+private:
+    RecordTarget* target_;
+};
+
 class Importer {
 public:
-    Importer(Store& store, FileNumber file, TransferFields& fields, const ImportOptions& options)
-        : store_(store), file_(file), fields_(fields), options_(options) {}
+    Importer(RecordTarget& target, TransferFields& fields, const ImportOptions& options)
+        : target_(target), fields_(fields), options_(options) {}
 
     ImportResult Run(std::istream& data) {
         try {
@@ -41,7 +59,7 @@ public:
 private:
     void Transfer(std::istream& data) {
         const std::unique_ptr<RowReader> reader = Reader(data);
-        batch_ = std::make_unique<Batch>(store_);
+        batch_ = std::make_unique<TargetBatch>(target_);
         InputRow row;
         while (TakeNext(*reader, row)) {
             if (pending_ < options_.batch) {
@@ -51,7 +69,7 @@ private:
                 result_.whole = false;
                 return;
             }
-            batch_ = std::make_unique<Batch>(store_);
+            batch_ = std::make_unique<TargetBatch>(target_);
         }
         Commit();
     }
@@ -153,10 +171,9 @@ private:
         }
         Text text;
         AsFault(row, idColumn, [&] {
-            const bool isThere =
-                options_.existing == Existing::kMerge
-                    ? store_.Read(file_, id, text)
-                    : options_.existing == Existing::kKeep && store_.Exists(file_, id);
+            const bool isThere = options_.existing == Existing::kMerge
+                                     ? target_.Read(id, text)
+                                     : options_.existing == Existing::kKeep && target_.Exists(id);
             if (isThere && options_.existing == Existing::kKeep) {
                 ++result_.left;
                 id.clear();
@@ -175,8 +192,7 @@ private:
                 });
             }
         }
-        AsFault(
-            row, idColumn, [&] { store_.Write(file_, id, record.ToText(), AfterWrite::kRelease); });
+        AsFault(row, idColumn, [&] { target_.Write(id, record.ToText()); });
         ++pending_;
     }
 
@@ -216,24 +232,22 @@ private:
         return !options_.progress || options_.progress(result_.records);
     }
 
-    Store& store_;
-    const FileNumber file_;
+    RecordTarget& target_;
     TransferFields& fields_;
     const ImportOptions& options_;
     std::map<Text, Target> targets_;
-    std::unique_ptr<Batch> batch_;
+    std::unique_ptr<TargetBatch> batch_;
     std::uint64_t pending_ = 0;  // written in the open batch
     ImportResult result_;
 };
 
 }  // namespace
 
-ImportResult Import(Store& store,
-                    FileNumber file,
+ImportResult Import(RecordTarget& target,
                     std::istream& data,
                     TransferFields& fields,
                     const ImportOptions& options) {
-    return Importer(store, file, fields, options).Run(data);
+    return Importer(target, fields, options).Run(data);
 }
 
 }  // namespace kel::multivalue

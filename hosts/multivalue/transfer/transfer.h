@@ -71,6 +71,33 @@ struct ImportResult {
     bool whole = true;          // false when `progress` ended it
 };
 
+// Where an import leaves its records: a file of a Store, or whatever else reads and writes records
+// by id.
+class RecordTarget {
+public:
+    virtual ~RecordTarget() = default;
+
+    // A record that is not there is an answer: false.
+    virtual bool Read(TextView id, Text& record) = 0;
+    virtual bool Exists(TextView id) = 0;
+    virtual void Write(TextView id, TextView record) = 0;
+
+    // Around every batch; one that is not committed is rolled back. Without batches of its own a
+    // target leaves these as they are.
+    virtual void Begin() {}
+    virtual void Commit() {}
+    virtual void Rollback() noexcept {}
+};
+
+// Where an export takes its records from.
+class RecordSource {
+public:
+    virtual ~RecordSource() = default;
+
+    // The next record; false at the end.
+    virtual bool Next(Text& id, Text& record) = 0;
+};
+
 // Imports into a file; no batch may be open. A record that comes twice counts as the later one.
 //
 // Throws kBadData for a fault that nobody let pass and for data that cannot be read on (JSON out of
@@ -78,6 +105,12 @@ struct ImportResult {
 // before stay, what came after them is not in, and the text says how many records are.
 ImportResult Import(Store& store,
                     FileNumber file,
+                    std::istream& data,
+                    TransferFields& fields,
+                    const ImportOptions& options = {});
+// The same into any target. What the target throws, other than an Error about the data of a record,
+// ends the import as it is.
+ImportResult Import(RecordTarget& target,
                     std::istream& data,
                     TransferFields& fields,
                     const ImportOptions& options = {});
@@ -100,6 +133,11 @@ struct ExportOptions {
 // stream fails, kBadData for a lone surrogate in CSV, which UTF-8 has no form for.
 std::uint64_t Export(Store& store,
                      FileNumber file,
+                     std::ostream& data,
+                     TransferFields& fields,
+                     const ExportOptions& options);
+// The same from any source; `nextId` is not used.
+std::uint64_t Export(RecordSource& source,
                      std::ostream& data,
                      TransferFields& fields,
                      const ExportOptions& options);
