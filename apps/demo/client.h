@@ -137,6 +137,32 @@ public:
     void mvRelease(TextView keyId) const {
         automation::CallOut([&] { return tools_->mvRelease(Bstr(keyId).get()); });
     }
+    // Runs a selection under a list name. A selection that fails makes an empty list.
+    void ExecuteSelect(TextView listName, TextView sentence) const {
+        automation::CallOut(
+            [&] { return tools_->ExecuteSelect(Bstr(listName).get(), Bstr(sentence).get()); });
+    }
+    // The next id of a list; false at its end.
+    bool ReadNext(TextView listName, Text& id) const {
+        Bstr next;
+        const bool found = AskFlag([&](VARIANT_BOOL* to) {
+            return tools_->ReadNext(Bstr(listName).get(), next.inOut(), to);
+        });
+        id = next.view();
+        return found;
+    }
+    void CloseSelect(TextView listName) const {
+        automation::CallOut([&] { return tools_->CloseSelect(Bstr(listName).get()); });
+    }
+    // By conversion code, for display and back. Oconv answers an empty text for what it cannot do.
+    Text Oconv(TextView value, TextView code) const {
+        return AskText(
+            [&](BSTR* to) { return tools_->Oconv(Bstr(value).get(), Bstr(code).get(), to); });
+    }
+    Text Iconv(TextView value, TextView code) const {
+        return AskText(
+            [&](BSTR* to) { return tools_->Iconv(Bstr(value).get(), Bstr(code).get(), to); });
+    }
     // The output of the sentence.
     Text Execute(TextView sentence) const {
         Bstr capture;
@@ -145,6 +171,15 @@ public:
             return tools_->Execute(Bstr(sentence).get(), capture.inOut(), returning.inOut());
         });
         return Text(capture.view());
+    }
+    // The same with what was there before: a sentence that fails leaves both as they are.
+    void Execute(TextView sentence, Text& capture, Text& returning) const {
+        Bstr output(capture);
+        Bstr codes(returning);
+        automation::CallOut(
+            [&] { return tools_->Execute(Bstr(sentence).get(), output.inOut(), codes.inOut()); });
+        capture = output.view();
+        returning = codes.view();
     }
 
     // The object itself, for code that calls it in its own way.
@@ -259,6 +294,12 @@ public:
     void RemoveSessionCallback(TextView session) const {
         automation::CallOut([&] { return base_->RemoveSessionCallback(Bstr(session).get()); });
     }
+    // The names in a file's dictionary, through a key field's session.
+    std::vector<Text> DictNameList(TextView keyField, TextView fileName) const {
+        return Names(AskObject<_Collection>([&](_Collection** to) {
+            return base_->DictNameList(Bstr(keyField).get(), Bstr(fileName).get(), to);
+        }));
+    }
     std::vector<Text> GetKeyFieldList() const {
         return Names(
             AskObject<_Collection>([&](_Collection** to) { return base_->GetKeyFieldList(to); }));
@@ -267,6 +308,8 @@ public:
         return Names(AskObject<_Collection>(
             [&](_Collection** to) { return base_->GetSessionNameList(to); }));
     }
+
+    _kelBase& raw() const { return *base_; }
 
 private:
     // Items of a collection count from 1.

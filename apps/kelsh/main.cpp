@@ -1,0 +1,88 @@
+// kelsh: a console shell over the component's public automation interfaces. "kelsh --help" teaches
+// it.
+#include <windows.h>
+
+#include <exception>
+
+#include "apps/demo/record_text.h"
+#include "apps/kelsh/help.h"
+#include "apps/kelsh/shell.h"
+
+namespace kel::kelsh {
+
+void PrintBackEnds(Terminal& terminal) {
+    for (const BackEnd& one : BackEnds()) {
+        terminal.Print(automation::DecimalText(one.number) + L"  " + one.description + L" (" +
+                       one.version + L")");
+    }
+}
+
+bool PrintProperties(Terminal& terminal, short number) {
+    try {
+        for (const PropertyInfo& one : PropertiesOf(number)) {
+            terminal.Print(one.name + (one.isObject ? L" (object)" : L"") +
+                           (one.fallback.empty() ? Text() : L" [" + one.fallback + L"]") + L": " +
+                           one.description);
+        }
+        return true;
+    } catch (const automation::Error& error) {
+        terminal.Complain(L"kelsh: back-end " + automation::DecimalText(number) + L": " +
+                          error.description());
+        return false;
+    }
+}
+
+namespace {
+
+// COM for the life of this object; everything that came from it must be gone before.
+class Apartment {
+public:
+    Apartment() { automation::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); }
+    Apartment(const Apartment&) = delete;
+    Apartment& operator=(const Apartment&) = delete;
+    ~Apartment() { CoUninitialize(); }
+};
+
+int Run(const Options& options, Terminal& terminal) {
+    if (options.task == Options::Task::kHelp) {
+        const Text text = HelpOn(options.topic);
+        if (text.empty()) {
+            throw UsageError{L"there is no help on " + options.topic};
+        }
+        terminal.Print(text);
+        return Shell::kGood;
+    }
+    const Apartment apartment;
+    switch (options.task) {
+        case Options::Task::kVersion:
+            terminal.Print(L"kelSDK " + demo::Base().Version());
+            return Shell::kGood;
+        case Options::Task::kBackEnds:
+            PrintBackEnds(terminal);
+            return Shell::kGood;
+        case Options::Task::kProperties:
+            return PrintProperties(terminal, *options.os) ? Shell::kGood : Shell::kFailed;
+        default:
+            return Shell(options, terminal).Run();
+    }
+}
+
+}  // namespace
+}  // namespace kel::kelsh
+
+int wmain(int count, wchar_t** arguments) {
+    using namespace kel::kelsh;
+    Terminal terminal;
+    try {
+        return Run(ParseOptions({arguments + 1, arguments + count}), terminal);
+    } catch (const UsageError& error) {
+        terminal.Complain(L"kelsh: " + error.text + L"\nkelsh --help tells how it is used");
+        return Shell::kUsage;
+    } catch (const kel::automation::Error& error) {
+        terminal.Complain(L"kelsh: " + error.description() + L" (" +
+                          std::to_wstring(error.number()) + L", " + error.source() + L")");
+    } catch (const std::exception& error) {
+        terminal.Complain(L"kelsh: " + kel::demo::FromUtf8(error.what()));
+    }
+    return Shell::kFailed;
+}

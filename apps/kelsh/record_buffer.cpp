@@ -1,0 +1,146 @@
+#include "apps/kelsh/record_buffer.h"
+
+#include <stdexcept>
+
+#include "apps/demo/record_text.h"
+#include "apps/kelsh/units.h"
+#include "hosts/multivalue/transfer/csv.h"
+
+namespace kel::kelsh {
+namespace {
+
+// No control of a user's program is bound to this key field.
+constexpr const wchar_t* kKeyId = L"kelsh.record";
+
+constexpr wchar_t kAttributeMark = L'\u00FE';
+constexpr wchar_t kValueMark = L'\u00FD';
+constexpr wchar_t kSubvalueMark = L'\u00FC';
+
+std::vector<Text> Parts(TextView text, wchar_t mark) {
+    std::vector<Text> parts;
+    for (;;) {
+        const std::size_t end = text.find(mark);
+        parts.emplace_back(text.substr(0, end));
+        if (end == TextView::npos) {
+            return parts;
+        }
+        text.remove_prefix(end + 1);
+    }
+}
+
+}  // namespace
+
+Text AsTyped(TextView stored) {
+    multivalue::Cell cell;
+    for (const Text& value : Parts(stored, kValueMark)) {
+        cell.emplace_back();
+        for (const Text& subvalue : Parts(value, kSubvalueMark)) {
+            cell.back().push_back(Units(demo::FromRecord(subvalue)));
+        }
+    }
+    return Wide(multivalue::JoinCell(cell, {}));
+}
+
+Text AsStored(TextView typed) {
+    Text stored;
+    const multivalue::Cell cell = multivalue::PartCell(Units(demo::ToRecord(typed)), {});
+    for (const auto& value : cell) {
+        stored += &value == &cell.front() ? Text() : Text(1, kValueMark);
+        for (const multivalue::Text& subvalue : value) {
+            stored +=
+                (&subvalue == &value.front() ? Text() : Text(1, kSubvalueMark)) + Wide(subvalue);
+        }
+    }
+    return stored;
+}
+
+Position PositionIn(const Text& text) {
+    long numbers[3] = {};
+    std::size_t count = 0;
+    for (const Text& part : Parts(text, L'.')) {
+        wchar_t* end = nullptr;
+        const long number = std::wcstol(part.c_str(), &end, 10);
+        if (count == 3 || part.empty() || *end != L'\0' || number < 1 || number > SHRT_MAX) {
+            throw std::runtime_error(demo::ToUtf8(
+                text + L" is no position: write attribute, or attribute.value.subvalue"));
+        }
+        numbers[count++] = number;
+    }
+    return {numbers[0], numbers[1], numbers[2]};
+}
+
+RecordBuffer::RecordBuffer(Connection& connection)
+    : connection_(connection),
+      key_({.keyId = kKeyId, .session = connection.name(), .controlName = L"kelsh", .amc = 0}) {
+    key_.UpdateOnly(true);  // an id is to look a record up
+}
+
+RecordBuffer::Found RecordBuffer::Read(const Text& file, const Text& id, bool lock) {
+    key_.FileName(file);
+    key_.ReadU(lock);
+    key_.ExternalValue(0, demo::ToRecord(id));
+    file_.clear();
+    const auto found = static_cast<Found>(key_.ReadRecord());
+    if (found == Found::kMissing) {
+        // What was typed into another new record would be kept.
+        connection_.tools().Replace(kKeyId, L"", 0);
+    }
+    if (found == Found::kFound || found == Found::kMissing) {
+        file_ = file;
+        id_ = id;
+    }
+    isChanged_ = false;
+    return found;
+}
+
+void RecordBuffer::Write(const Text& id, bool keepLock) {
+    const Text number = demo::ToRecord(id.empty() ? id_ : id);
+    if (keepLock) {
+        connection_.tools().mvWriteU(kKeyId, number, file_);
+    } else {
+        connection_.tools().mvWrite(kKeyId, number, file_);
+    }
+    isChanged_ = false;
+}
+
+void RecordBuffer::Delete() {
+    key_.DeleteRecord();
+    isChanged_ = false;
+}
+
+void RecordBuffer::Release() {
+    connection_.tools().mvRelease(kKeyId);
+}
+
+Text RecordBuffer::Extract(const Position& at) const {
+    return connection_.tools().Extract(kKeyId, at.amc, at.vmc, at.smc);
+}
+
+void RecordBuffer::Replace(const Position& at, TextView value) {
+    connection_.tools().Replace(kKeyId, value, at.amc, at.vmc, at.smc);
+    isChanged_ = true;
+}
+
+void RecordBuffer::Insert(const Position& at, TextView value) {
+    connection_.tools().Insert(kKeyId, value, at.amc, at.vmc, at.smc);
+    isChanged_ = true;
+}
+
+void RecordBuffer::Remove(const Position& at) {
+    connection_.tools().Delete(kKeyId, at.amc, at.vmc, at.smc);
+    isChanged_ = true;
+}
+
+std::vector<Text> RecordBuffer::Attributes() const {
+    std::vector<Text> attributes = Parts(Extract({}), kAttributeMark);
+    while (!attributes.empty() && attributes.back().empty()) {
+        attributes.pop_back();
+    }
+    return attributes;
+}
+
+void RecordBuffer::ReplaceAll(const std::vector<Text>& attributes) {
+    Replace({}, demo::Join(attributes, demo::kAttributeMark));
+}
+
+}  // namespace kel::kelsh

@@ -1,0 +1,173 @@
+#include "apps/kelsh/terminal.h"
+
+#include <algorithm>
+#include <array>
+
+#include "apps/demo/record_text.h"
+
+namespace kel::kelsh {
+
+using demo::FromUtf8;
+using demo::ToUtf8;
+
+namespace {
+
+constexpr UINT kRecalledLines = 200;
+
+bool IsConsole(HANDLE handle) {
+    DWORD mode = 0;
+    return GetConsoleMode(handle, &mode) != 0;
+}
+
+void RememberManyLines() {
+    CONSOLE_HISTORY_INFO info{};
+    info.cbSize = sizeof info;
+    info.HistoryBufferSize = kRecalledLines;
+    info.NumberOfHistoryBuffers = 1;
+    info.dwFlags = HISTORY_NO_DUP_FLAG;
+    SetConsoleHistoryInfo(&info);
+}
+
+}  // namespace
+
+Terminal::Terminal()
+    : input_(GetStdHandle(STD_INPUT_HANDLE)),
+      output_(GetStdHandle(STD_OUTPUT_HANDLE)),
+      errors_(GetStdHandle(STD_ERROR_HANDLE)),
+      inputIsConsole_(IsConsole(input_)),
+      outputIsConsole_(IsConsole(output_)),
+      errorsAreConsole_(IsConsole(errors_)) {
+    if (inputIsConsole_) {
+        RememberManyLines();
+    }
+}
+
+std::optional<Text> Terminal::Ask(TextView prompt) {
+    if (inputIsConsole_) {
+        Write(output_, outputIsConsole_, prompt);
+        return ReadConsoleLine();
+    }
+    return ReadPipeLine();
+}
+
+std::optional<Text> Terminal::ReadLine(TextView prompt) {
+    std::optional<Text> line = Ask(prompt);
+    if (line && !line->empty()) {
+        history_.push_back(*line);
+    }
+    return line;
+}
+
+std::optional<Text> Terminal::ReadConsoleLine() {
+    Text line;
+    std::array<wchar_t, 1024> buffer{};
+    for (;;) {
+        DWORD read = 0;
+        if (!ReadConsoleW(input_, buffer.data(), buffer.size(), &read, nullptr) || read == 0) {
+            return std::nullopt;
+        }
+        line.append(buffer.data(), read);
+        if (line.starts_with(L'\x1A')) {  // Ctrl+Z, the end of input
+            return std::nullopt;
+        }
+        if (line.ends_with(L'\n')) {
+            line.erase(line.find_last_not_of(L"\r\n") + 1);
+            return line;
+        }
+    }
+}
+
+std::optional<Text> Terminal::ReadPipeLine() {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    std::size_t end = 0;
+    while ((end = pending_.find('\n')) == std::string::npos && !ended_) {
+        std::array<char, 4096> buffer{};
+        DWORD read = 0;
+        ended_ = !ReadFile(input_, buffer.data(), buffer.size(), &read, nullptr) || read == 0;
+        pending_.append(buffer.data(), read);
+    }
+    if (pending_.empty()) {
+        return std::nullopt;
+    }
+    std::string line = pending_.substr(0, end);
+    pending_.erase(0, end == std::string::npos ? end : end + 1);
+    if (std::exchange(atStart_, false) && line.starts_with(kByteOrderMark)) {
+        line.erase(0, kByteOrderMark.size());
+    }
+    if (line.ends_with('\r')) {
+        line.pop_back();
+    }
+    return FromUtf8(line);
+}
+
+void Terminal::Write(HANDLE handle, bool isConsole, TextView text) const {
+    constexpr std::size_t kOnce = 8000;  // the console takes no more than 64 KB at a time
+    DWORD written = 0;
+    if (!isConsole) {
+        const std::string bytes = ToUtf8(text);
+        WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+        return;
+    }
+    for (std::size_t at = 0; at < text.size(); at += kOnce) {
+        const TextView part = text.substr(at, kOnce);
+        WriteConsoleW(handle, part.data(), static_cast<DWORD>(part.size()), &written, nullptr);
+    }
+}
+
+void Terminal::PrintBytes(std::string_view bytes) {
+    DWORD written = 0;
+    WriteFile(output_, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+}
+
+void Terminal::Print(TextView text) {
+    Write(output_, outputIsConsole_, Text(text) + L"\n");
+}
+
+std::size_t Terminal::PageHeight() const {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(output_, &info)) {
+        return 0;
+    }
+    const int rows = info.srWindow.Bottom - info.srWindow.Top;
+    return rows > 1 ? static_cast<std::size_t>(rows) : 0;
+}
+
+void Terminal::PrintPaged(TextView text) {
+    const std::size_t height =
+        pages_ && inputIsConsole_ && outputIsConsole_ ? PageHeight() : std::size_t{0};
+    if (height == 0) {
+        Print(text);
+        return;
+    }
+    for (std::size_t line = 0;; ++line) {
+        if (line != 0 && line % height == 0) {
+            const auto answer = Ask(L"-- Enter: next page, q: enough -- ");
+            if (!answer || *answer == L"q" || *answer == L"Q") {
+                return;
+            }
+        }
+        const std::size_t end = text.find(L'\n');
+        Print(text.substr(0, end));
+        if (end == TextView::npos) {
+            return;
+        }
+        text.remove_prefix(end + 1);
+    }
+}
+
+void Terminal::Complain(TextView text) {
+    ShowProgress({});
+    Write(errors_, errorsAreConsole_, Text(text) + L"\n");
+}
+
+void Terminal::ShowProgress(TextView text) {
+    if (!errorsAreConsole_ || (text.empty() && progressWidth_ == 0)) {
+        return;
+    }
+    Text line = L"\r" + Text(text);
+    line.resize(std::max(line.size(), progressWidth_ + 1), L' ');
+    Write(errors_, true, line + (text.empty() ? L"\r" : L""));
+    progressWidth_ = text.size();
+}
+
+}  // namespace kel::kelsh

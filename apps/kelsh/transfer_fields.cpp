@@ -1,0 +1,71 @@
+#include "apps/kelsh/transfer_fields.h"
+
+#include "apps/kelsh/units.h"
+#include "hosts/multivalue/error.h"
+
+namespace kel::kelsh {
+
+using automation::Bstr;
+using demo::Ask;
+using demo::AskText;
+using multivalue::TransferField;
+
+std::optional<TransferField> SessionFields::Find(multivalue::TextView column) {
+    if (auto field = numbered_.Find(column)) {
+        return field;
+    }
+    const auto item = demo::Create<_kelDictItem>(L"kelSDK.kelDictItem");
+    automation::CallOut([&] { return item->put_KeyId(Bstr(TextView(kTransferKey)).get()); });
+    automation::CallOut([&] { return item->put_Session(Bstr(connection_.name()).get()); });
+    automation::CallOut([&] { return item->put_FileName(Bstr(file_).get()); });
+    automation::CallOut([&] { return item->put_DictName(Bstr(Wide(column)).get()); });
+    automation::CallOut([&] { return item->InitalizeDictItem(); });
+    if (Ask<enumDictRead>([&](enumDictRead* to) { return item->get_DictRead(to); }) !=
+        DictReadInitalized) {
+        return std::nullopt;
+    }
+    TransferField field;
+    field.column = column;
+    const long attribute = Ask<long>([&](long* to) { return item->get_AMC(to); });
+    const bool isComputed = !AskText([&](BSTR* to) { return item->get_Correlative(to); }).empty();
+    field.attribute = isComputed ? -1 : static_cast<std::int32_t>(attribute);
+    field.isNumber = AskText([&](BSTR* to) { return item->get_Justification(to); }) == L"R";
+    named_[field.column] = {item, AskText([&](BSTR* to) { return item->get_Conversion(to); })};
+    return field;
+}
+
+const SessionFields::Named* SessionFields::named(const TransferField& field) const {
+    const auto found = named_.find(field.column);
+    return found == named_.end() ? nullptr : &found->second;
+}
+
+multivalue::Text SessionFields::ToStored(const TransferField& field, multivalue::TextView shown) {
+    const Named* known = named(field);
+    if (known == nullptr || known->conversion.empty() || shown.empty()) {
+        return multivalue::Text(shown);
+    }
+    try {
+        return Units(connection_.tools().Iconv(Wide(shown), known->conversion));
+    } catch (const automation::Error& error) {
+        throw multivalue::Error(multivalue::ErrorKind::kBadData, Units(error.description()));
+    }
+}
+
+multivalue::Text SessionFields::ToShown(const TransferField& field, multivalue::TextView stored) {
+    const Named* known = named(field);
+    return known == nullptr || known->conversion.empty() || stored.empty()
+               ? multivalue::Text(stored)
+               : Units(connection_.tools().Oconv(Wide(stored), known->conversion));
+}
+
+multivalue::Text SessionFields::Stored(const TransferField& field,
+                                       multivalue::TextView id,
+                                       multivalue::TextView record) {
+    const Named* known = named(field);
+    if (known == nullptr || field.attribute >= 0) {
+        return TransferFields::Stored(field, id, record);
+    }
+    return Units(AskText([&](BSTR* to) { return known->item->get_InternalValue(0, to); }));
+}
+
+}  // namespace kel::kelsh
