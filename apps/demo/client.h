@@ -309,6 +309,7 @@ public:
             [&](_Collection** to) { return base_->GetSessionNameList(to); }));
     }
 
+    // The object itself, for code that calls it in its own way.
     _kelBase& raw() const { return *base_; }
 
 private:

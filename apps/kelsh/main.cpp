@@ -4,9 +4,9 @@
 
 #include <exception>
 
-#include "apps/demo/record_text.h"
 #include "apps/kelsh/help.h"
 #include "apps/kelsh/shell.h"
+#include "apps/kelsh/text.h"
 
 namespace kel::kelsh {
 
@@ -82,7 +82,7 @@ int wmain(int count, wchar_t** arguments) {
         terminal.Complain(L"kelsh: " + error.description() + L" (" +
                           std::to_wstring(error.number()) + L", " + error.source() + L")");
     } catch (const std::exception& error) {
-        terminal.Complain(L"kelsh: " + kel::demo::FromUtf8(error.what()));
+        terminal.Complain(L"kelsh: " + kel::kelsh::FromUtf8(error.what()));
     }
     return Shell::kFailed;
 }

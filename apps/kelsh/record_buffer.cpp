@@ -2,8 +2,7 @@
 
 #include <stdexcept>
 
-#include "apps/demo/record_text.h"
-#include "apps/kelsh/units.h"
+#include "apps/kelsh/text.h"
 #include "hosts/multivalue/transfer/csv.h"
 
 namespace kel::kelsh {
@@ -35,7 +34,7 @@ Text AsTyped(TextView stored) {
     for (const Text& value : Parts(stored, kValueMark)) {
         cell.emplace_back();
         for (const Text& subvalue : Parts(value, kSubvalueMark)) {
-            cell.back().push_back(Units(demo::FromRecord(subvalue)));
+            cell.back().push_back(Units(ToShownLetters(subvalue)));
         }
     }
     return Wide(multivalue::JoinCell(cell, {}));
@@ -43,7 +42,7 @@ Text AsTyped(TextView stored) {
 
 Text AsStored(TextView typed) {
     Text stored;
-    const multivalue::Cell cell = multivalue::PartCell(Units(demo::ToRecord(typed)), {});
+    const multivalue::Cell cell = multivalue::PartCell(Units(ToStoredLetters(typed)), {});
     for (const auto& value : cell) {
         stored += &value == &cell.front() ? Text() : Text(1, kValueMark);
         for (const multivalue::Text& subvalue : value) {
@@ -61,8 +60,8 @@ Position PositionIn(const Text& text) {
         wchar_t* end = nullptr;
         const long number = std::wcstol(part.c_str(), &end, 10);
         if (count == 3 || part.empty() || *end != L'\0' || number < 1 || number > SHRT_MAX) {
-            throw std::runtime_error(demo::ToUtf8(
-                text + L" is no position: write attribute, or attribute.value.subvalue"));
+            throw std::runtime_error(
+                ToUtf8(text + L" is no position: write attribute, or attribute.value.subvalue"));
         }
         numbers[count++] = number;
     }
@@ -78,7 +77,7 @@ RecordBuffer::RecordBuffer(Connection& connection)
 RecordBuffer::Found RecordBuffer::Read(const Text& file, const Text& id, bool lock) {
     key_.FileName(file);
     key_.ReadU(lock);
-    key_.ExternalValue(0, demo::ToRecord(id));
+    key_.ExternalValue(0, ToStoredLetters(id));
     file_.clear();
     const auto found = static_cast<Found>(key_.ReadRecord());
     if (found == Found::kMissing) {
@@ -94,7 +93,7 @@ RecordBuffer::Found RecordBuffer::Read(const Text& file, const Text& id, bool lo
 }
 
 void RecordBuffer::Write(const Text& id, bool keepLock) {
-    const Text number = demo::ToRecord(id.empty() ? id_ : id);
+    const Text number = ToStoredLetters(id.empty() ? id_ : id);
     if (keepLock) {
         connection_.tools().mvWriteU(kKeyId, number, file_);
     } else {
@@ -140,7 +139,11 @@ std::vector<Text> RecordBuffer::Attributes() const {
 }
 
 void RecordBuffer::ReplaceAll(const std::vector<Text>& attributes) {
-    Replace({}, demo::Join(attributes, demo::kAttributeMark));
+    Text whole;
+    for (const Text& attribute : attributes) {
+        whole += (&attribute == &attributes.front() ? Text() : Text(1, kAttributeMark)) + attribute;
+    }
+    Replace({}, whole);
 }
 
 }  // namespace kel::kelsh

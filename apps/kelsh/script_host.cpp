@@ -10,9 +10,9 @@
 #include <set>
 #include <stdexcept>
 
-#include "apps/demo/record_text.h"
 #include "apps/kelsh/script_events.h"
 #include "apps/kelsh/script_objects.h"
+#include "apps/kelsh/text.h"
 #include "automation/plain_object.h"
 
 namespace kel::kelsh {
@@ -31,7 +31,7 @@ constexpr const wchar_t* kAnyField = L"kelsh.record";
 Text ReadSource(const Text& path) {
     std::ifstream file(std::filesystem::path(path), std::ios::binary);
     if (!file) {
-        throw std::runtime_error(demo::ToUtf8(path + L" cannot be read"));
+        throw std::runtime_error(ToUtf8(path + L" cannot be read"));
     }
     std::string bytes{std::istreambuf_iterator<char>(file), {}};
     if (bytes.starts_with("\xEF\xBB\xBF")) {

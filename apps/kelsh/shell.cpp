@@ -5,9 +5,9 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "apps/demo/record_text.h"
 #include "apps/kelsh/help.h"
 #include "apps/kelsh/script_host.h"
+#include "apps/kelsh/text.h"
 
 namespace kel::kelsh {
 namespace {
@@ -206,7 +206,7 @@ void Shell::Do(const Text& text) {
         Failed(error.description() + L" (" + automation::DecimalText(error.number()) + L", " +
                error.source() + L")");
     } catch (const std::exception& error) {
-        Failed(demo::FromUtf8(error.what()));
+        Failed(FromUtf8(error.what()));
     }
 }
 
@@ -222,7 +222,7 @@ bool Shell::RunSentence(const Text& sentence) {
         Failed(L"the database could not carry out: " + sentence);
         return false;
     }
-    output = output == kUntouched ? Text() : demo::FromRecord(output);
+    output = output == kUntouched ? Text() : ToShownLetters(output);
     std::replace(output.begin(), output.end(), kAttributeMark, L'\n');
     if (!output.empty()) {
         terminal_.PrintPaged(output);
@@ -260,7 +260,7 @@ bool Shell::RunFile(const Text& path, const std::vector<Text>& arguments) {
         while (line.ends_with('\r')) {
             line.pop_back();
         }
-        Do(demo::FromUtf8(number == 1 && line.starts_with("\xEF\xBB\xBF") ? line.substr(3) : line));
+        Do(FromUtf8(number == 1 && line.starts_with("\xEF\xBB\xBF") ? line.substr(3) : line));
         if (goodSoFar && failed_) {
             terminal_.Complain(L"kelsh: the first failure was in " + path + L", line " +
                                std::to_wstring(number));

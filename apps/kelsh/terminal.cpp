@@ -3,29 +3,15 @@
 #include <algorithm>
 #include <array>
 
-#include "apps/demo/record_text.h"
+#include "apps/kelsh/text.h"
 
 namespace kel::kelsh {
 
-using demo::FromUtf8;
-using demo::ToUtf8;
-
 namespace {
-
-constexpr UINT kRecalledLines = 200;
 
 bool IsConsole(HANDLE handle) {
     DWORD mode = 0;
     return GetConsoleMode(handle, &mode) != 0;
-}
-
-void RememberManyLines() {
-    CONSOLE_HISTORY_INFO info{};
-    info.cbSize = sizeof info;
-    info.HistoryBufferSize = kRecalledLines;
-    info.NumberOfHistoryBuffers = 1;
-    info.dwFlags = HISTORY_NO_DUP_FLAG;
-    SetConsoleHistoryInfo(&info);
 }
 
 }  // namespace
@@ -36,11 +22,7 @@ Terminal::Terminal()
       errors_(GetStdHandle(STD_ERROR_HANDLE)),
       inputIsConsole_(IsConsole(input_)),
       outputIsConsole_(IsConsole(output_)),
-      errorsAreConsole_(IsConsole(errors_)) {
-    if (inputIsConsole_) {
-        RememberManyLines();
-    }
-}
+      errorsAreConsole_(IsConsole(errors_)) {}
 
 std::optional<Text> Terminal::Ask(TextView prompt) {
     if (inputIsConsole_) {

@@ -5,10 +5,9 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "apps/demo/record_text.h"
 #include "apps/kelsh/shell.h"
+#include "apps/kelsh/text.h"
 #include "apps/kelsh/transfer_fields.h"
-#include "apps/kelsh/units.h"
 #include "hosts/multivalue/error.h"
 
 namespace kel::kelsh {
@@ -117,7 +116,7 @@ TransferFormat FormatOf(const Text& path, const Text& named) {
     if (name == L"jsonl") {
         return TransferFormat::kJsonLines;
     }
-    throw std::runtime_error(demo::ToUtf8(path + L": say what it is: as csv, as json or as jsonl"));
+    throw std::runtime_error(ToUtf8(path + L": say what it is: as csv, as json or as jsonl"));
 }
 
 // What stands behind the word `name`, which is taken out of the words with it.
@@ -127,7 +126,7 @@ Text TakeOption(std::vector<Text>& words, TextView name) {
         return {};
     }
     if (found + 1 == words.end()) {
-        throw std::runtime_error("there is nothing behind \"" + demo::ToUtf8(name) + "\"");
+        throw std::runtime_error("there is nothing behind \"" + ToUtf8(name) + "\"");
     }
     Text value = *(found + 1);
     words.erase(found, found + 2);

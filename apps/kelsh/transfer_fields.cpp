@@ -1,6 +1,6 @@
 #include "apps/kelsh/transfer_fields.h"
 
-#include "apps/kelsh/units.h"
+#include "apps/kelsh/text.h"
 #include "hosts/multivalue/error.h"
 
 namespace kel::kelsh {

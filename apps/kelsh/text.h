@@ -1,0 +1,30 @@
+// Text on its way between the component, the portable library, files and pipes.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "automation/text.h"
+#include "hosts/multivalue/text.h"
+
+namespace kel::kelsh {
+
+using automation::Text;
+using automation::TextView;
+
+// The same 16-bit units under two names.
+inline multivalue::Text Units(TextView text) {
+    return multivalue::Text(text.begin(), text.end());
+}
+inline Text Wide(multivalue::TextView text) {
+    return Text(text.begin(), text.end());
+}
+
+Text FromUtf8(std::string_view bytes);
+std::string ToUtf8(TextView text);
+
+// Letters that have the codes of marks take others inside records.
+Text ToStoredLetters(TextView text);
+Text ToShownLetters(TextView text);
+
+}  // namespace kel::kelsh
