@@ -5,17 +5,19 @@
 namespace kel::kelsh {
 
 const wchar_t* const kEditorHelp =
-    L"The editor shows a record's attributes as numbered lines; one is the current line.\n"
-    L"\n"
-    L"  Enter         the next line        N             go to line N\n"
-    L"  p             print all            t             go to the top, before line 1\n"
-    L"  r TEXT        replace the line     i TEXT        insert a line behind it\n"
-    L"  c/OLD/NEW/    change text in it    d             delete it\n"
-    L"  /TEXT         find the next line with TEXT\n"
-    L"  f [keep]      file the record; keep its lock\n"
-    L"  q             leave without filing; asks when something was changed, q! does not\n"
-    L"\n"
-    L"Values are parted by |, subvalues by ~; a backslash before one makes it plain text.";
+    LR"(The editor shows a record's attributes as numbered lines. One of them is the
+current line. edit FILE ID reads the record with a lock.
+
+  Enter         the next line      N             go to line N
+  p             print all          t             go to the top, before line 1
+  r TEXT        replace the line   i TEXT        insert a line behind it
+  c/OLD/NEW/    change text in it  d             delete it
+  /TEXT         find the next line with TEXT
+  f [keep]      file the record; keep its lock
+  q             leave without filing; asks when something was changed, q! does not
+
+Values are parted by |, subvalues by ~; a backslash before one makes it plain
+text.)";
 
 namespace {
 

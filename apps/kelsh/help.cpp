@@ -27,7 +27,7 @@ constexpr const wchar_t* kProgram =
   --back-ends         list the back-ends of this machine
   --properties        list the connection properties of the back-end --os
   --version           show the component's version
-  --help [TOPIC]      this text, or a topic: commands, pipes, scripts, editor, or a command
+  --help [TOPIC]      this text, or: commands, pipes, scripts, editor, a command
 
 Five minutes:
 
@@ -45,49 +45,65 @@ Five minutes:
 Exit codes: 0 good, 1 a sentence, command or script failed, 2 the command line makes no sense.)";
 
 constexpr const wchar_t* kCommands =
-    LR"(Lines that begin with none of these words are sentences for the database; so is what stands
-behind "!", whatever its first word. "help WORD" tells more.
+    LR"(Lines that begin with none of these words, in lower case, are sentences for the
+database: DELETE is one, delete is not. What stands behind "!" always is one.
+"help WORD" tells more; HELP lists what the embedded database can do.
 
-  read FILE ID [lock]       read a record and show it      show [POSITION]     show it again
-  set POSITION TEXT         replace an element             insert POSITION TEXT
-  remove POSITION           take an element out            edit [FILE ID]      the line editor
-  write [ID] [keep]         write it; keep its lock        release             give up its lock
-  delete [FILE ID]          delete it                      locks               who has what locked
-  import FILE DATA          records from CSV or JSON       export FILE DATA    and back
-  run FILE                  do the lines of a file         script FILE         VBScript or JScript
-  connect [NAME=VALUE...]   connect, with these properties disconnect
-  properties [NUMBER]       what a back-end asks for       history             lines typed so far
-  echo TEXT                 print a line                   quit
+  read FILE ID [lock]        read a record and show it
+  show [POSITION]            show it again, or an element of it
+  set POSITION TEXT          replace an element
+  insert POSITION TEXT       insert one before it
+  remove POSITION            take one out
+  edit [FILE ID]             the line editor
+  write [ID] [keep]          write the record; keep its lock
+  release                    give up its lock
+  delete [FILE ID]           delete it
+  locks                      who has what locked
+  import FILE DATA           records from CSV or JSON
+  export FILE DATA           and back
+  run FILE                   do the lines of a file
+  script FILE [ARGUMENT...]  run VBScript or JScript
+  connect [NAME=VALUE...]    connect, with these properties
+  disconnect                 end the connection, and all locks with it
+  properties [NUMBER]        what a back-end asks for
+  history                    the lines typed so far
+  echo TEXT                  print a line
+  quit                       end
 
-A POSITION is ATTRIBUTE, ATTRIBUTE.VALUE or ATTRIBUTE.VALUE.SUBVALUE, each from 1. In TEXT values are
-parted by | and subvalues by ~; a backslash before one makes it plain text. Words with spaces stand
-in double quotes. Lines that begin with # are left out.)";
+A POSITION is ATTRIBUTE, ATTRIBUTE.VALUE or ATTRIBUTE.VALUE.SUBVALUE, each from
+1. In TEXT values are parted by | and subvalues by ~; a backslash before one
+makes it plain text. Words with spaces stand in double quotes. Lines that begin
+with # are left out.)";
 
 constexpr const wchar_t* kPipes =
-    LR"(Without a console kelsh shows no prompt and no pages. It reads lines from its input and writes
-UTF-8: results to the output, and what is said to people (failures, "new record") to the error
-output. It goes on after a failure, unless --stop is given, and its exit code is then 1.
+    LR"(Without a console kelsh shows no prompt and no pages. It reads lines from its
+input and writes UTF-8: results to the output, and what is said to people
+(failures, "new record") to the error output. It goes on after a failure, unless
+--stop is given, and its exit code is then 1.
 
-A sentence has failed when one of its message numbers is below 100 (the sentence is wrong) or from
-10000 on or negative (the database refused), or when the back-end raised an error. "read" of a missing
-record is a failure, so that a file of commands can tell.
+A sentence has failed when one of its message numbers is below 100 (the sentence
+is wrong) or from 10000 on or negative (the database refused), or when the
+back-end raised an error. "read" of a missing record is a failure, so that a
+file of commands can tell.
 
   echo LIST COUNTRIES | kelsh --os 1 --set Database=first.account
-  kelsh --os 1 --set Database=first.account -c "export COUNTRIES - as csv" > countries.csv)";
+  kelsh --os 1 --set Database=first.account -c "export COUNTRIES - as csv")";
 
 constexpr const wchar_t* kScripts =
     LR"(A script (.vbs: VBScript, .js: JScript) finds these objects:
 
-  kel       the root object                 session   the shell's session
-  tools     its kelTools                    WScript   the four below, for scripts of other hosts
+  kel       the root object        session   the shell's session
+  tools     its kelTools           WScript   the four below, as other hosts do
 
-  Echo TEXT...                    prints a line
-  Quit [CODE]                     ends the script with an exit code; not under On Error Resume Next
-  ConnectObject OBJECT, PREFIX    delivers the events of any object to procedures PREFIX_Event
-  Arguments(0), Arguments.Count   what stood behind the script's name
+  Echo TEXT...                   prints a line
+  Quit [CODE]                    ends the script with an exit code (a script
+                                 under On Error Resume Next goes on)
+  ConnectObject OBJECT, PREFIX   delivers the events of any object to procedures
+                                 PREFIX_Event
+  Arguments(0), Arguments.Count  what stood behind the script's name
 
-Procedures hear events by their names, without any call: those of the session as session_Connection,
-session_PropertyValue ..., those of a key field by its name:
+Procedures hear events by their names, without any call: those of the session as
+session_Connection, session_PropertyValue ..., those of a key field by its name:
 
   Sub Country_Refresh(amc, vmc, smc)
       Echo "changed: " & amc & "," & vmc & "," & smc
@@ -96,32 +112,35 @@ session_PropertyValue ..., those of a key field by its name:
       If name = "User" Then value = "Anna"
   End Sub
 
-session_PropertyValue is called after --set has answered and may answer otherwise; begin with
---no-connect and call session.Connect to hear it the first time. JScript has no arguments by
-reference: there the function returns the answer. An error shows file, line and text and makes the
-exit code 1; after an error in an event procedure the script goes on.)";
+session_PropertyValue is called after --set has answered and may answer
+otherwise; begin with --no-connect and call session.Connect to hear it the first
+time. JScript has no arguments by reference: there the function returns the
+answer. An error shows file, line and text and makes the exit code 1; after an
+error in an event procedure the script goes on.)";
 
 constexpr const wchar_t* kTransfer =
     LR"(import FILE DATA [keep|merge] [skip] [as FORMAT]
 export FILE DATA [COLUMN...] [as FORMAT] [where SELECTION]
 
-DATA is a file; its ending, or FORMAT, says what it holds: csv, json (one array) or jsonl (an object
-on each line). "export FILE -" writes to the output. Data is UTF-8; CSV begins with the names of its
-columns. Columns are @ID, numbers of attributes, and names in the file's dictionary, whose values are
-converted on the way. Without columns an export has @ID and every attribute. Values in a cell are
-parted by |, subvalues by ~.
+DATA is a file; its ending, or FORMAT, says what it holds: csv, json (one array)
+or jsonl (an object on each line). "export FILE -" writes to the output. Data is
+UTF-8; CSV begins with the names of its columns. Columns are @ID, numbers of
+attributes, and names in the file's dictionary, whose values are converted on
+the way. Without columns an export has @ID and every attribute. Values in a cell
+are parted by |, subvalues by ~.
 
   keep     leave records that are there already as they are
   merge    change the imported columns only
   skip     leave out records that cannot be imported, instead of ending
-  where    what a SELECT says behind the file's name: where WITH AREA > "1000" BY NAME)";
+  where    what a SELECT says behind the file's name:
+           export COUNTRIES big.csv @ID NAME where WITH AREA > "1000" BY NAME)";
 
 constexpr const wchar_t* kConnect =
     LR"(connect [NAME=VALUE...]
 
-Connects the session with the properties given so far, by --set or here. On a console kelsh asks for
-the back-end and its properties when nothing was given. "properties" lists what a back-end asks for,
-with its defaults.)";
+Connects the session with the properties given so far, by --set or here. On a
+console kelsh asks for the back-end and its properties when nothing was given.
+"properties" lists what a back-end asks for, with its defaults.)";
 
 struct Topic {
     const wchar_t* names;  // parted by spaces

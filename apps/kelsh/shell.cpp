@@ -117,11 +117,11 @@ const Shell::Command Shell::kCommands[] = {
     {L"exit", 0, 0, L"exit", &Shell::Quit, false},
 };
 
+// In lower case only, as they are written here: sentences are told apart by their capitals.
 const Shell::Command* Shell::Find(TextView word) {
-    const Text lowered = automation::Lower(word);
     const auto found = std::find_if(std::begin(kCommands),
                                     std::end(kCommands),
-                                    [&](const Command& one) { return lowered == one.name; });
+                                    [&](const Command& one) { return word == one.name; });
     return found == std::end(kCommands) ? nullptr : found;
 }
 
