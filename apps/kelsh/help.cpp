@@ -33,7 +33,7 @@ Five minutes:
 
   > kelsh --os 1 --set Database=first.account
   Main> CREATE-FILE COUNTRIES              sentences go to the database
-  Main> read COUNTRIES CH                  a new record; it is not there yet
+  Main> new COUNTRIES CH                   a new record, locked until it is written
   Main> set 1 Switzerland                  attribute 1
   Main> set 2 Bern|Zürich|Basel            three values in attribute 2
   Main> write
@@ -50,6 +50,7 @@ database: DELETE is one, delete is not. What stands behind "!" always is one.
 "help WORD" tells more; HELP lists what the embedded database can do.
 
   read FILE ID [lock]        read a record and show it
+  new FILE ID                begin a record that is not there yet
   show [POSITION]            show it again, or an element of it
   set POSITION TEXT          replace an element
   insert POSITION TEXT       insert one before it
@@ -148,7 +149,7 @@ struct Topic {
 };
 
 const Topic kTopics[] = {
-    {L"commands read show set insert remove write delete release locks run history echo quit",
+    {L"commands read new show set insert remove write delete release locks run history echo quit",
      kCommands},
     {L"pipes", kPipes},
     {L"scripts script", kScripts},

@@ -68,6 +68,16 @@ bool Shell::Read(CommandLine& line) {
     return found == RecordBuffer::Found::kFound;
 }
 
+bool Shell::New(CommandLine& line) {
+    const auto found = record().Read(line.word(1), line.word(2), true);
+    if (found == RecordBuffer::Found::kFound) {
+        record().Release();
+        Failed(L"there is a record \"" + line.word(2) + L"\" in " + line.word(1) + L" already");
+        return false;
+    }
+    return found == RecordBuffer::Found::kMissing || Report(found, line.word(1), line.word(2));
+}
+
 bool Shell::ShowRecord(CommandLine& line) {
     if (line.size() == 1) {
         Show();

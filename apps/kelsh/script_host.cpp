@@ -215,7 +215,14 @@ private:
         }
     }
 
+    // A source is tied to a prefix once, so that scripts for other hosts can ask for what they get
+    // here by name.
     void Listen(IUnknown& source, const Text& prefix) {
+        const std::pair key(ComPtr<IUnknown>(&source).as<IUnknown>().get(),
+                            automation::Lower(prefix));
+        if (!tied_.insert(key).second) {
+            return;
+        }
         events_.push_back(std::make_unique<ScriptEvents>(
             source, EventsOf(source), prefix, [this](const auto& name, auto& values, auto& result) {
                 Call(name, values, result);
@@ -351,6 +358,7 @@ private:
     ComPtr<IDispatch> script_;
     std::map<Text, ComPtr<IDispatch>> items_;
     std::vector<std::unique_ptr<ScriptEvents>> events_;
+    std::set<std::pair<IUnknown*, Text>> tied_;  // the subscriptions keep the sources alive
     ScriptResult result_;
     int errors_ = 0;
     bool told_ = false;

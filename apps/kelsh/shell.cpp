@@ -84,6 +84,7 @@ constexpr std::size_t kAny = SIZE_MAX;
 
 const Shell::Command Shell::kCommands[] = {
     {L"read", 2, 3, L"read FILE ID [lock]", &Shell::Read, true},
+    {L"new", 2, 2, L"new FILE ID", &Shell::New, true},
     {L"show", 0, 1, L"show [POSITION]", &Shell::ShowRecord, true},
     {L"edit", 0, 2, L"edit [FILE ID]", &Shell::Edit, true},
     {L"set", 1, kAny, L"set POSITION TEXT", &Shell::Set, true},

@@ -62,6 +62,7 @@ private:
     bool Disconnect(CommandLine& line);
     bool Set(CommandLine& line);
     bool Read(CommandLine& line);
+    bool New(CommandLine& line);
     bool ShowRecord(CommandLine& line);
     bool Edit(CommandLine& line);
     bool Insert(CommandLine& line);
