@@ -68,7 +68,7 @@ check "a missing import" 1 "kelsh: none.csv cannot be read" account -c 'import C
 check "import and export" 0 \
     $'3 records imported into COUNTRIES\n4 records exported to out.json\n4 records exported to out.csv' \
     account -c 'import COUNTRIES data.csv' -c 'export COUNTRIES out.json' -c 'export COUNTRIES out.csv @ID 1 2'
-check "round trip" 0 $'File "BACK" created.\n4 records imported into BACK\n@ID,1,2\r\n*' \
+check "round trip" 0 $'File "BACK" created.\n4 records imported into BACK\n4 records exported to back.csv\n@ID,1,2\n*' \
     account -c 'CREATE-FILE BACK' -c 'import BACK out.json' -c 'export BACK back.csv' \
     -c 'export BACK - as csv'
 check "the same data" 0 "" cmp out.csv back.csv
