@@ -1,7 +1,7 @@
 #include "apps/kelsh/connection.h"
 
-#include <algorithm>
 #include <array>
+#include <set>
 
 namespace kel::kelsh {
 
@@ -12,6 +12,9 @@ namespace {
 
 constexpr TextView kPrefix = L"kelos";
 constexpr TextView kSuffix = L".IHostDLL";
+
+// May be used without being registered, by a manifest.
+constexpr short kEmbedded = 1;
 
 // The number in "kelos1.IHostDLL", else 0.
 short NumberIn(TextView progId) {
@@ -41,29 +44,34 @@ Text Shown(const VARIANT& value) {
 }  // namespace
 
 std::vector<BackEnd> BackEnds() {
-    std::vector<BackEnd> found;
+    std::set<short> numbers{kEmbedded};
     std::array<wchar_t, 256> name{};  // the longest name of a registry key
     for (DWORD index = 0;; ++index) {
         DWORD length = name.size();
-        const LSTATUS status = RegEnumKeyExW(
-            HKEY_CLASSES_ROOT, index, name.data(), &length, nullptr, nullptr, nullptr, nullptr);
-        if (status != ERROR_SUCCESS) {
+        if (RegEnumKeyExW(HKEY_CLASSES_ROOT,
+                          index,
+                          name.data(),
+                          &length,
+                          nullptr,
+                          nullptr,
+                          nullptr,
+                          nullptr) != ERROR_SUCCESS) {
             break;
         }
-        const short number = NumberIn(TextView(name.data(), length));
+        if (const short number = NumberIn(TextView(name.data(), length)); number > 0) {
+            numbers.insert(number);
+        }
+    }
+    std::vector<BackEnd> found;
+    for (const short number : numbers) {
         // One that cannot be made here, of the other width for example, is of no use.
         automation::Ignoring([&] {
-            if (number > 0) {
-                const auto host = CreateBackEnd(number);
-                found.push_back({number,
-                                 AskText([&](BSTR* to) { return host->get_OsDescription(to); }),
-                                 AskText([&](BSTR* to) { return host->get_Version(to); })});
-            }
+            const auto host = CreateBackEnd(number);
+            found.push_back({number,
+                             AskText([&](BSTR* to) { return host->get_OsDescription(to); }),
+                             AskText([&](BSTR* to) { return host->get_Version(to); })});
         });
     }
-    std::sort(found.begin(), found.end(), [](const BackEnd& left, const BackEnd& right) {
-        return left.number < right.number;
-    });
     return found;
 }
 

@@ -72,6 +72,8 @@ int Run(const Options& options, Terminal& terminal) {
 
 int wmain(int count, wchar_t** arguments) {
     using namespace kel::kelsh;
+    // DLLs come from this program's and the system's folders, never from the current one.
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     Terminal terminal;
     try {
         return Run(ParseOptions({arguments + 1, arguments + count}), terminal);
