@@ -81,14 +81,17 @@ STDMETHODIMP Host::ProcessCorrelative(IDispatch** array,
         Out out{result};
         const auto buffer = RecordBufferObject::From(Require(array));
         const multivalue::TextView internal = Units(Require(internalCorrelative));
-        multivalue::Text compiled(internal);
-        if (!multivalue::IsWrittenProgram(internal)) {
+        // Clients hand the internal form of an earlier call back in either place.
+        const multivalue::TextView given =
+            multivalue::IsWrittenProgram(internal) ? internal : Units(correlative);
+        multivalue::Text compiled(given);
+        if (!multivalue::IsWrittenProgram(given)) {
             const auto file =
                 fileName == nullptr
                     ? multivalue::Text()
                     : multivalue::RequireFile(connection().store(), Units(fileName)).name;
             compiled = multivalue::WriteProgram(
-                multivalue::CompileCorrelative(Units(correlative), file, connection().around()));
+                multivalue::CompileCorrelative(given, file, connection().around()));
         }
         multivalue::RecordFields fields;
         if (buffer) {
