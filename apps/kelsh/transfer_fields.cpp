@@ -10,6 +10,13 @@ using demo::Ask;
 using demo::AskText;
 using multivalue::TransferField;
 
+// A definition is read through the session of a key field that the registry knows.
+SessionFields::SessionFields(Connection& connection, Text file)
+    : connection_(connection), file_(std::move(file)) {
+    connection.base().GetFieldCallBack(kTransferKey);
+    connection.base().SetKeyFieldSession(kTransferKey, connection.name());
+}
+
 std::optional<TransferField> SessionFields::Find(multivalue::TextView column) {
     if (auto field = numbered_.Find(column)) {
         return field;

@@ -16,8 +16,7 @@ inline constexpr const wchar_t* kTransferKey = L"kelsh.transfer";
 // converted; a computed one can be exported only.
 class SessionFields final : public multivalue::TransferFields {
 public:
-    SessionFields(Connection& connection, Text file)
-        : connection_(connection), file_(std::move(file)) {}
+    SessionFields(Connection& connection, Text file);
 
     std::optional<multivalue::TransferField> Find(multivalue::TextView column) override;
     multivalue::Text ToStored(const multivalue::TransferField& field,

@@ -76,6 +76,25 @@ check "a part of the file" 0 $'@ID\nAT' account -c 'export BACK - @ID as csv whe
 check "keeping what is there" 0 "0 records imported into BACK, 3 left out" \
     account -c 'import BACK data.csv keep'
 
+cat >define.txt <<'END'
+CREATE-FILE ORDERS
+new "DICT ORDERS" TOTAL
+set 1 D
+set 2 1
+set 3 MD2
+write
+new "DICT ORDERS" TWICE
+set 1 I
+set 2 TOTAL*2
+set 3 MD2
+write
+END
+printf '@ID,TOTAL\n1,12.50\n2,7.25|1\n3,abc\n' >orders.csv
+check "named and computed columns" 1 \
+    $'File "ORDERS" created.\nkelsh: left out: Line 4, column "TOTAL": *\n2 records*\n@ID,1,TWICE\n1,1250,25.00\n2,725|100,14.50|2.00\nkelsh: -: *' \
+    account -c 'run define.txt' -c 'import ORDERS orders.csv skip' \
+    -c 'export ORDERS - @ID 1 TWICE as csv' -c 'export ORDERS - NONE as csv'
+
 cat >events.vbs <<'END'
 Option Explicit
 Sub session_PropertyValue(name, value)
