@@ -1,5 +1,6 @@
 #include "apps/kelsh/connection.h"
 
+#include <algorithm>
 #include <array>
 #include <set>
 
@@ -143,19 +144,26 @@ Connection::~Connection() {
 }
 
 bool Connection::Connect() {
-    if (terminal_.isInteractive() && !asked_) {
-        if ((!os_ && !AskForOs()) || !AskForProperties()) {
-            return false;
-        }
-        asked_ = true;
+    const std::optional<short> osBefore = os_;
+    const Properties propertiesBefore = properties_;
+    const bool asks = terminal_.isInteractive() && !answered_;
+    if (asks && ((!os_ && !AskForOs()) || !AskForProperties())) {
+        os_ = osBefore;
+        properties_ = propertiesBefore;
+        return false;
     }
     events_->failure.clear();
     if (session_.Connect()) {
+        answered_ = true;
         return true;
     }
     terminal_.Complain(L"kelsh: not connected: " + (events_->failure.empty()
                                                         ? Text(L"no back-end was named (--os)")
                                                         : events_->failure));
+    if (asks) {  // next time anew
+        os_ = osBefore;
+        properties_ = propertiesBefore;
+    }
     return false;
 }
 
@@ -194,19 +202,16 @@ bool Connection::AskForProperties() {
         return false;
     }
     std::erase_if(open, [](const PropertyInfo& property) { return property.isObject; });
-    for (const PropertyInfo& property : open) {
+    return std::all_of(open.begin(), open.end(), [&](const PropertyInfo& property) {
         terminal_.Print(property.description + L".");
         const auto answer = terminal_.Ask(
             property.name +
             (property.fallback.empty() ? Text() : L" [" + property.fallback + L"]") + L": ");
-        if (!answer) {
-            return false;
-        }
-        if (!answer->empty()) {
+        if (answer && !answer->empty()) {
             properties_[property.name] = *answer;
         }
-    }
-    return true;
+        return answer.has_value();
+    });
 }
 
 }  // namespace kel::kelsh

@@ -62,7 +62,7 @@ private:
     const Text name_;
     std::optional<short> os_;
     Properties properties_;
-    bool asked_ = false;  // people are asked once; `connect` then uses what they said
+    bool answered_ = false;  // well enough to connect: people are not asked again
     const demo::Base base_;
     const demo::Session session_;
     const ComPtr<SessionEvents> events_;

@@ -48,7 +48,7 @@ private:
     bool Start();
     void RunLines();
     // One line; failures are told and remembered.
-    void Do(const Text& line);
+    void Do(const Text& text);
     bool RunSentence(const Text& sentence);
     bool RunFile(const Text& path, const std::vector<Text>& arguments);
     void Failed(TextView text);

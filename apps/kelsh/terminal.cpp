@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "apps/kelsh/text.h"
 
@@ -82,7 +83,7 @@ std::optional<Text> Terminal::ReadPipeLine() {
     return FromUtf8(line);
 }
 
-void Terminal::Write(HANDLE handle, bool isConsole, TextView text) const {
+void Terminal::Write(HANDLE handle, bool isConsole, TextView text) {
     constexpr std::size_t kOnce = 8000;  // the console takes no more than 64 KB at a time
     DWORD written = 0;
     if (!isConsole) {

@@ -45,7 +45,7 @@ public:
 private:
     std::optional<Text> ReadConsoleLine();
     std::optional<Text> ReadPipeLine();
-    void Write(HANDLE handle, bool isConsole, TextView text) const;
+    static void Write(HANDLE handle, bool isConsole, TextView text);
     std::size_t PageHeight() const;
 
     const HANDLE input_;

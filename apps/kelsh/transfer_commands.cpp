@@ -161,8 +161,8 @@ std::vector<multivalue::Text> AllColumns(SelectedRecords& records) {
 }  // namespace
 
 bool Shell::ImportData(CommandLine& line) {
-    const Text file = line.word(1);
-    const Text path = line.word(2);
+    const Text& file = line.word(1);
+    const Text& path = line.word(2);
     std::vector<Text> words = line.From(3);
     multivalue::ImportOptions options;
     options.batch = kBatch;
@@ -206,8 +206,8 @@ bool Shell::ImportData(CommandLine& line) {
 }
 
 bool Shell::ExportData(CommandLine& line) {
-    const Text file = line.word(1);
-    const Text path = line.word(2);
+    const Text& file = line.word(1);
+    const Text& path = line.word(2);
     std::vector<Text> words = line.From(3);
     Text sentence = L"SSELECT " + file;
     const auto where = std::find(words.begin(), words.end(), L"where");
