@@ -182,6 +182,7 @@ bool Connection::AskForOs() {
     short number = 0;
     if (!answer || !automation::Ignoring(
                        [&] { number = automation::ToShort(answer->empty() ? first : *answer); })) {
+        terminal_.Complain(L"kelsh: that is no number");
         return false;
     }
     os_ = number;

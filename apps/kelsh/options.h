@@ -42,6 +42,6 @@ struct UsageError {
 };
 
 // The arguments behind the program's name. Throws UsageError.
-Options ParseOptions(const std::vector<Text>& arguments);
+Options ParseOptions(const std::vector<Text>& given);
 
 }  // namespace kel::kelsh

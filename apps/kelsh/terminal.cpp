@@ -106,31 +106,38 @@ void Terminal::Print(TextView text) {
     Write(output_, outputIsConsole_, Text(text) + L"\n");
 }
 
-std::size_t Terminal::PageHeight() const {
+Terminal::Page Terminal::PageSize() const {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (!GetConsoleScreenBufferInfo(output_, &info)) {
-        return 0;
+    if (!pages_ || !inputIsConsole_ || !GetConsoleScreenBufferInfo(output_, &info)) {
+        return {};
     }
+    // One row is for the question.
     const int rows = info.srWindow.Bottom - info.srWindow.Top;
-    return rows > 1 ? static_cast<std::size_t>(rows) : 0;
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    return {static_cast<std::size_t>(std::max(rows, 0)),
+            static_cast<std::size_t>(std::max(columns, 1))};
 }
 
 void Terminal::PrintPaged(TextView text) {
-    const std::size_t height =
-        pages_ && inputIsConsole_ && outputIsConsole_ ? PageHeight() : std::size_t{0};
-    if (height == 0) {
+    const Page page = PageSize();
+    if (page.rows == 0) {
         Print(text);
         return;
     }
-    for (std::size_t line = 0;; ++line) {
-        if (line != 0 && line % height == 0) {
+    std::size_t shown = 0;
+    for (;;) {
+        const std::size_t end = text.find(L'\n');
+        const TextView line = text.substr(0, end);
+        const std::size_t rows = 1 + (line.empty() ? 0 : line.size() - 1) / page.columns;
+        if (shown != 0 && shown + rows > page.rows) {
             const auto answer = Ask(L"-- Enter: next page, q: enough -- ");
             if (!answer || *answer == L"q" || *answer == L"Q") {
                 return;
             }
+            shown = 0;
         }
-        const std::size_t end = text.find(L'\n');
-        Print(text.substr(0, end));
+        Print(line);
+        shown += rows;
         if (end == TextView::npos) {
             return;
         }

@@ -46,7 +46,11 @@ private:
     std::optional<Text> ReadConsoleLine();
     std::optional<Text> ReadPipeLine();
     static void Write(HANDLE handle, bool isConsole, TextView text);
-    std::size_t PageHeight() const;
+    struct Page {
+        std::size_t rows = 0;  // 0: no pages
+        std::size_t columns = 1;
+    };
+    Page PageSize() const;
 
     const HANDLE input_;
     const HANDLE output_;
