@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "apps/atlas/import.h"
+#include "apps/atlas/programs.h"
 
 namespace kel::form {
 
@@ -122,6 +123,7 @@ void Connection::Prepare(const std::wstring& listsFolder) const {
         }
         atlas::FillDictionary(*access, *session_, file.name);
     }
+    atlas::Fill(*access, *session_, atlas::kPrograms, atlas::StoredPrograms());
 }
 
 std::wstring Connection::Execute(const std::wstring& sentence) const {

@@ -71,10 +71,10 @@ void CountryWindow::Command(int id) {
                 rows_->RemoveRow();
                 break;
             case ID_FOLLOWER:
-                ToggleWindow(follower_);
+                Toggle(follower_, 0);
                 break;
             case ID_EVENTS:
-                ToggleWindow(events_);
+                Toggle(events_, Scaled(430));
                 break;
             case ID_CONNECTION:
                 if (MayLeave() && connectionAsked_) {
@@ -171,11 +171,11 @@ void CountryWindow::FindTyped() {
     Select(SentenceFor(TextOf(item(IDC_FIND_TEXT))));
 }
 
-void CountryWindow::ToggleWindow(Window& window) {
+void CountryWindow::Toggle(Window& window, int below) {
     if (window.handle() != nullptr && IsWindowVisible(window.handle())) {
         ShowWindow(window.handle(), SW_HIDE);
     } else {
-        window.Open();
+        window.OpenBeside(handle(), below);
     }
 }
 

@@ -54,7 +54,7 @@ private:
     void Release();
     void FindTyped();
     void EnterPressed();
-    void ToggleWindow(Window& window);
+    void Toggle(Window& window, int below);
 
     // country_window.cpp: what it says.
     void Arranged() override;

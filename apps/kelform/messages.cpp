@@ -104,7 +104,11 @@ std::wstring HolderIn(const std::wstring& locks,
             }
         }
         if (isFile && isRecord) {
-            return others;
+            // The database names user and process.
+            const std::size_t last = others.rfind(L' ');
+            return last == std::wstring::npos
+                       ? others
+                       : others.substr(0, last) + L" (process " + others.substr(last + 1) + L")";
         }
     }
     return {};

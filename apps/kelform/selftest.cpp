@@ -274,7 +274,8 @@ int SelfTest(const Options& options) {
         TryPaging(checks, window);
         TryNewAndDelete(checks, window, account.path());
         TryLock(checks, window, account.path());
-        checks.Holds(L"the third window has listed the events", window.events().count() > 50);
+        checks.Holds(L"the third window has listed the events", window.events().count() > 50,
+                     std::to_wstring(window.events().count()));
         Pump();
     }
     return checks.Finish();

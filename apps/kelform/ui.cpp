@@ -1,5 +1,7 @@
 #include "apps/kelform/ui.h"
 
+#include <algorithm>
+
 #include "apps/kelform/resource.h"
 
 namespace kel::form {
@@ -43,9 +45,14 @@ void RegisterOnce(WNDPROC procedure) {
     RegisterClassExW(&windowClass);  // a second time it fails, and the first stays
 }
 
-HACCEL Accelerators() {
+HWND theMainWindow = nullptr;
+
+// The accelerators' commands are the main window's, whichever window has the keyboard, but not
+// while a dialog keeps the main window disabled.
+bool IsAccelerator(MSG& message) {
     static const HACCEL table = LoadAcceleratorsW(Module(), MAKEINTRESOURCEW(IDR_KEYS));
-    return table;
+    return IsWindow(theMainWindow) && IsWindowEnabled(theMainWindow) &&
+           TranslateAcceleratorW(theMainWindow, table, &message) != 0;
 }
 
 }  // namespace
@@ -73,6 +80,9 @@ void Window::Create(
                     menu,
                     Module(),
                     this);
+    if (menu != nullptr) {
+        theMainWindow = handle_;
+    }
     dpi_ = DpiOf(handle_);
     MakeFont();
     RECT frame{0, 0, Scaled(size.cx), Scaled(size.cy)};
@@ -95,6 +105,28 @@ void Window::Open() {
     }
     SetFocus(focus_);
     UpdateWindow(handle_);
+}
+
+void Window::OpenBeside(HWND other, int below) {
+    if (!isPlaced_) {
+        isPlaced_ = true;
+        RECT beside{};
+        RECT own{};
+        MONITORINFO monitor{};
+        monitor.cbSize = sizeof monitor;
+        GetWindowRect(other, &beside);
+        GetWindowRect(handle_, &own);
+        GetMonitorInfoW(MonitorFromWindow(other, MONITOR_DEFAULTTONEAREST), &monitor);
+        const RECT& work = monitor.rcWork;
+        SetWindowPos(handle_,
+                     nullptr,
+                     std::min(beside.right, work.right - (own.right - own.left)),
+                     std::min(beside.top + below, work.bottom - (own.bottom - own.top)),
+                     0,
+                     0,
+                     SWP_NOSIZE | SWP_NOZORDER);
+    }
+    Open();
 }
 
 void Window::Close() {
@@ -263,9 +295,7 @@ Window::WindowProc(HWND window, UINT message, WPARAM first, LPARAM second) noexc
 
 void Dispatch(MSG& message) {
     const HWND root = GetAncestor(message.hwnd, GA_ROOT);
-    if (root != nullptr &&
-        ((GetMenu(root) != nullptr && TranslateAcceleratorW(root, Accelerators(), &message) != 0) ||
-         IsDialogMessageW(root, &message))) {
+    if (IsAccelerator(message) || (root != nullptr && IsDialogMessageW(root, &message))) {
         return;
     }
     TranslateMessage(&message);

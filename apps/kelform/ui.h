@@ -34,6 +34,9 @@ public:
     HWND item(int id) const { return GetDlgItem(handle_, id); }
     void Open();
     void Close();
+    // Opens the window for the first time to the right of another one, `below` it by that much if
+    // the screen has the room; later where the user has left it.
+    void OpenBeside(HWND other, int below);
 
     // A length in pixels of the screen the window is on.
     int Scaled(int length) const { return MulDiv(length, static_cast<int>(dpi_), 96); }
@@ -79,6 +82,7 @@ private:
     UINT dpi_ = 96;
     SIZE design_{};
     HFONT font_ = nullptr;
+    bool isPlaced_ = false;
     HWND focus_ = nullptr;  // where the keyboard was when the window was last active
     std::vector<Placed> placed_;
 };
