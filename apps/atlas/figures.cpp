@@ -263,11 +263,11 @@ constexpr Figures kFigures[] = {
 }  // namespace
 
 const Figures* FiguresOf(std::wstring_view country) {
-    const auto* const found =
-        std::lower_bound(std::begin(kFigures),
-                         std::end(kFigures),
-                         country,
-                         [](const Figures& row, std::wstring_view code) { return row.code < code; });
+    const auto* const found = std::lower_bound(
+        std::begin(kFigures),
+        std::end(kFigures),
+        country,
+        [](const Figures& row, std::wstring_view code) { return row.code < code; });
     return found != std::end(kFigures) && found->code == country ? found : nullptr;
 }
 

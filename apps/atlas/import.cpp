@@ -72,8 +72,7 @@ void EnsureFile(_kelTools& tools, TextView name) {
     }
     Str output;
     Str codes;
-    Check(tools.Execute(
-        Str(L"CREATE-FILE " + Text(name)).get(), output.inOut(), codes.inOut()));
+    Check(tools.Execute(Str(L"CREATE-FILE " + Text(name)).get(), output.inOut(), codes.inOut()));
     if (!FileExists(tools, name)) {
         throw std::runtime_error("the file " + ToUtf8(name) +
                                  " could not be made: " + ToUtf8(output.text()));

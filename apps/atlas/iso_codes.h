@@ -28,8 +28,8 @@ struct File {
     std::vector<Record> records;  // in the order of their ids
 };
 
-// COUNTRIES: single values, and the associated multivalued attributes of the country's subdivisions:
-// value n of each belongs to the n-th subdivision, in the order of codes.
+// COUNTRIES: single values, and the associated multivalued attributes of the country's
+// subdivisions: value n of each belongs to the n-th subdivision, in the order of codes.
 inline constexpr const wchar_t* kCountries = L"COUNTRIES";
 inline constexpr long kCountryName = 1;
 inline constexpr long kCountryFlag = 6;

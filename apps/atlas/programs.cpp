@@ -4,12 +4,14 @@ namespace kel::atlas {
 namespace {
 
 // Both are called with id, record, parameters and value, and may change each of them.
-constexpr const wchar_t* kTodayText = LR"(' Today, as databases count days, for a field that is empty.
+constexpr const wchar_t* kTodayText =
+    LR"(' Today, as databases count days, for a field that is empty.
 Sub Main(id, record, parameters, value)
     If value = "" Then value = CStr(CLng(Date) - 24837)  ' day 0 is 31 December 1967
 End Sub)";
 
-constexpr const wchar_t* kCurrencyText = LR"(' Takes a currency that there is, in capitals; refuses any other.
+constexpr const wchar_t* kCurrencyText =
+    LR"(' Takes a currency that there is, in capitals; refuses any other.
 Sub Main(id, record, parameters, value)
     value = UCase(value)
     If value = "" Then Exit Sub

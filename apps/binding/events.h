@@ -25,7 +25,12 @@ enum class FieldEvent : DISPID {
 };
 
 // Events of a session's callback.
-enum class SessionEvent : DISPID { kConnection = 1, kConnectionFailed, kDisconnect, kPropertyValue };
+enum class SessionEvent : DISPID {
+    kConnection = 1,
+    kConnectionFailed,
+    kDisconnect,
+    kPropertyValue
+};
 
 // The arguments of one event. Automation passes them last first; here they count from 0 in the
 // order in which the event declares them.

@@ -80,8 +80,8 @@ void FieldControl::Hear(FieldEvent event, const Arguments& arguments) {
                 return;
             }
             isUnsaved_ = field_.isChanged() && (amc != 0 || isUnsaved_);
-            const std::wstring author = AskText(
-                [&](BSTR* to) { return field_.callback().get_RefreshControlName(to); });
+            const std::wstring author =
+                AskText([&](BSTR* to) { return field_.callback().get_RefreshControlName(to); });
             if (author != name_) {
                 Show();  // the author of the change shows it already
             }

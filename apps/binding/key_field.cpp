@@ -43,11 +43,10 @@ ReadAnswer KeyField::read(const std::wstring& id, bool lock) {
     }
     Check(item_->put_ReadU(Flag(lock)));
     Check(item_->put_ExternalValue(0, Str(id).get()));
-    const auto answer = static_cast<ReadAnswer>(
-        Ask<short>([&](short* to) { return item_->ReadRecord(to); }));
+    const auto answer =
+        static_cast<ReadAnswer>(Ask<short>([&](short* to) { return item_->ReadRecord(to); }));
     // The id of a record that does not exist yet can be locked as well.
-    hasLock_ = lock && !id.empty() &&
-               (answer == ReadAnswer::kFound || answer == ReadAnswer::kNew);
+    hasLock_ = lock && !id.empty() && (answer == ReadAnswer::kFound || answer == ReadAnswer::kNew);
     return answer;
 }
 

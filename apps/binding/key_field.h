@@ -38,8 +38,8 @@ public:
     void sessionChanged(std::wstring session);
     void keyIdChanged(std::wstring keyId);
 
-    // Reads a record, with its lock if asked. A lock on another record, taken by an earlier read, is
-    // given up first.
+    // Reads a record, with its lock if asked. A lock on another record, taken by an earlier read,
+    // is given up first.
     ReadAnswer read(const std::wstring& id, bool lock);
     // Writes the buffer; keeps the lock if there is one.
     //   false  there is no id to write it under

@@ -21,8 +21,8 @@ RowsControl::RowsControl(KeyField& field,
           window,
           [this](int row, int column, const std::wstring& text) { return Put(row, column, text); },
           [this](int row, int column, CellExit exit) { Moved(row, column, exit); }) {
-    ListView_SetExtendedListViewStyle(window,
-                                      LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER);
+    ListView_SetExtendedListViewStyle(
+        window, LVS_EX_FULLROWSELECT | LVS_EX_GRIDLINES | LVS_EX_DOUBLEBUFFER);
     int index = 0;
     for (const Column& column : columns) {
         LVCOLUMNW header{};
@@ -30,8 +30,9 @@ RowsControl::RowsControl(KeyField& field,
         header.pszText = const_cast<wchar_t*>(column.heading.c_str());
         header.cx = column.width;
         ListView_InsertColumn(window, index++, &header);
-        parts_.push_back(
-            {MakeItem(field, column.definition, name), column.definition.amc, column.definition.smc});
+        parts_.push_back({MakeItem(field, column.definition, name),
+                          column.definition.amc,
+                          column.definition.smc});
     }
 }
 
@@ -151,9 +152,8 @@ void RowsControl::RemoveRow() {
 }
 
 bool RowsControl::Concerns(long amc) const {
-    return std::any_of(parts_.begin(), parts_.end(), [&](const Part& part) {
-        return part.amc == amc;
-    });
+    return std::any_of(
+        parts_.begin(), parts_.end(), [&](const Part& part) { return part.amc == amc; });
 }
 
 void RowsControl::Rename(const std::wstring& session, const std::wstring& keyId) {
@@ -188,9 +188,6 @@ void RowsControl::Notify(NMHDR& header) {
                 default:
                     break;
             }
-            break;
-        case NM_RETURN:
-            Edit(selectedRow(), 0);
             break;
         default:
             break;

@@ -18,7 +18,7 @@ struct Column {
 class RowsControl final : public FieldControl {
 public:
     // `window` is a list view in report style. Its first column decides how many rows there are.
-    // Double click, F2 or Enter edits a cell; the keys Insert and Delete make and remove rows.
+    // Double click or F2 edits a cell; the keys Insert and Delete make and remove rows.
     RowsControl(KeyField& field,
                 HWND window,
                 std::wstring name,

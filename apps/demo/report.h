@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "apps/demo/event_log.h"
 #include "apps/demo/data.h"
+#include "apps/demo/event_log.h"
 #include "automation/error.h"
 
 namespace kel::demo {

@@ -4,8 +4,8 @@
 #include <cstdio>
 
 #include "apps/demo/account.h"
-#include "apps/demo/dict_item.h"
 #include "apps/demo/data.h"
+#include "apps/demo/dict_item.h"
 #include "apps/demo/report.h"
 
 namespace kel::demo {

@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "apps/demo/account.h"
-#include "apps/demo/dict_item.h"
 #include "apps/demo/data.h"
+#include "apps/demo/dict_item.h"
 #include "apps/demo/report.h"
 #include "apps/demo/sub_commands.h"
 

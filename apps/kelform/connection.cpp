@@ -18,14 +18,15 @@ using binding::Str;
 Connection::Connection(short backEnd)
     : backEnd_(backEnd), base_(binding::Create<_kelBase>(L"kelSDK.kelBase")) {
     Describe();
-    session_ = AskObject<_kelSessionCallBack>(
-        [&](_kelSessionCallBack** to) { return base_->GetSessionCallBack(Str(kSession).get(), to); });
-    subscription_ = binding::Subscription(
-        *session_,
-        __uuidof(__kelSessionCallBack),
-        [this](DISPID event, const binding::Arguments& arguments) {
-            Hear(static_cast<binding::SessionEvent>(event), arguments);
-        });
+    session_ = AskObject<_kelSessionCallBack>([&](_kelSessionCallBack** to) {
+        return base_->GetSessionCallBack(Str(kSession).get(), to);
+    });
+    subscription_ =
+        binding::Subscription(*session_,
+                              __uuidof(__kelSessionCallBack),
+                              [this](DISPID event, const binding::Arguments& arguments) {
+                                  Hear(static_cast<binding::SessionEvent>(event), arguments);
+                              });
 }
 
 Connection::~Connection() {

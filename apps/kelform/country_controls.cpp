@@ -184,15 +184,15 @@ void CountryWindow::BuildFields() {
     // The order in which they are made is the order of the Tab key.
     for (const EditField& one : kEdits) {
         if (one.id == IDC_CURRENCY) {
-            values_.push_back(std::make_unique<binding::CheckControl>(
-                field_,
-                AddButton(L"&Member of the United Nations",
-                          IDC_MEMBER,
-                          {kLeftEdit, 142, 250, 20},
-                          kFixed,
-                          BS_AUTOCHECKBOX),
-                L"chkMEMBER",
-                DefinitionOf(L"MEMBER")));
+            values_.push_back(
+                std::make_unique<binding::CheckControl>(field_,
+                                                        AddButton(L"&Member of the United Nations",
+                                                                  IDC_MEMBER,
+                                                                  {kLeftEdit, 142, 250, 20},
+                                                                  kFixed,
+                                                                  BS_AUTOCHECKBOX),
+                                                        L"chkMEMBER",
+                                                        DefinitionOf(L"MEMBER")));
             AddLabel(L"Contin&ent", Label(kRight, 0));
             values_.push_back(std::make_unique<binding::ChoiceControl>(
                 field_,
@@ -226,16 +226,17 @@ void CountryWindow::BuildRows() {
                           {kLeft, 202, 706, 230},
                           kStretchRight | kStretchDown,
                           WS_EX_CLIENTEDGE);
-    const auto part = [](long amc, long smc) { return binding::Definition{.amc = amc, .smc = smc}; };
+    const auto part = [](long amc, long smc) {
+        return binding::Definition{.amc = amc, .smc = smc};
+    };
     auto rows = std::make_unique<binding::RowsControl>(
         field_,
         list,
         L"lstSubdivisions",
-        std::vector<binding::Column>{
-            {part(atlas::kSubdivisionCode, 0), L"Code", Scaled(90)},
-            {part(atlas::kSubdivisionName, 0), L"Name", Scaled(300)},
-            {part(atlas::kSubdivisionType, 1), L"Type", Scaled(200)},
-            {part(atlas::kSubdivisionType, 2), L"Part of", Scaled(90)}});
+        std::vector<binding::Column>{{part(atlas::kSubdivisionCode, 0), L"Code", Scaled(90)},
+                                     {part(atlas::kSubdivisionName, 0), L"Name", Scaled(300)},
+                                     {part(atlas::kSubdivisionType, 1), L"Type", Scaled(200)},
+                                     {part(atlas::kSubdivisionType, 2), L"Part of", Scaled(90)}});
     rows_ = rows.get();
     values_.push_back(std::move(rows));
     AddButton(L"Insert row", ID_ROW_INSERT, {kLeft, 440, 90, 26}, kMoveDown);
@@ -249,10 +250,8 @@ void CountryWindow::BuildButtons() {
         int id;
         const wchar_t* text;
     };
-    constexpr Button kMoves[] = {{ID_FIRST, L"First"},
-                                 {ID_PREVIOUS, L"Previous"},
-                                 {ID_NEXT, L"Ne&xt"},
-                                 {ID_LAST, L"&Last"}};
+    constexpr Button kMoves[] = {
+        {ID_FIRST, L"First"}, {ID_PREVIOUS, L"Previous"}, {ID_NEXT, L"Ne&xt"}, {ID_LAST, L"&Last"}};
     constexpr Button kChanges[] = {{ID_NEW, L"New"},
                                    {ID_SAVE, L"&Save"},
                                    {ID_UNDO, L"Undo"},

@@ -28,12 +28,11 @@ CountryWindow::CountryWindow(Connection& connection)
       events_(field_, connection) {
     const HMENU menu = LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MENU));
     Create(L"Countries", {730, 560}, WS_OVERLAPPEDWINDOW, nullptr, menu);
-    subscription_ = binding::Subscription(
-        field_.callback(),
-        __uuidof(__kelFieldCallBack),
-        [this](DISPID event, const binding::Arguments&) {
-            Hear(static_cast<binding::FieldEvent>(event));
-        });
+    subscription_ = binding::Subscription(field_.callback(),
+                                          __uuidof(__kelFieldCallBack),
+                                          [this](DISPID event, const binding::Arguments&) {
+                                              Hear(static_cast<binding::FieldEvent>(event));
+                                          });
     ShowState();
 }
 
@@ -74,8 +73,8 @@ bool CountryWindow::MayLeave() {
     }
     const std::wstring question =
         L"Save the changes to " + (field_.id().empty() ? L"the new country" : field_.id()) + L"?";
-    switch (MessageBoxW(
-        handle(), question.c_str(), L"Countries", MB_YESNOCANCEL | MB_ICONQUESTION)) {
+    switch (
+        MessageBoxW(handle(), question.c_str(), L"Countries", MB_YESNOCANCEL | MB_ICONQUESTION)) {
         case IDYES:
             return Save();
         case IDNO:
@@ -139,8 +138,7 @@ void CountryWindow::SetReadOnly(bool value) {
 void CountryWindow::Say(const std::wstring& text) {
     // One line; what the database says may have several.
     const std::wstring line = text.substr(0, text.find(L'\r'));
-    SendMessageW(
-        item(IDC_STATUS), SB_SETTEXTW, kMessage, reinterpret_cast<LPARAM>(line.c_str()));
+    SendMessageW(item(IDC_STATUS), SB_SETTEXTW, kMessage, reinterpret_cast<LPARAM>(line.c_str()));
 }
 
 std::wstring CountryWindow::status() const {
@@ -175,8 +173,7 @@ void CountryWindow::ShowState() {
                                                    : L"Not locked";
     const HWND line = item(IDC_STATUS);
     SendMessageW(line, SB_SETTEXTW, kLock, reinterpret_cast<LPARAM>(lock));
-    SendMessageW(
-        line, SB_SETTEXTW, kPosition, reinterpret_cast<LPARAM>(list_.Position().c_str()));
+    SendMessageW(line, SB_SETTEXTW, kPosition, reinterpret_cast<LPARAM>(list_.Position().c_str()));
 
     const struct {
         int id;

@@ -34,18 +34,18 @@ const wchar_t* NameOf(const std::array<const wchar_t*, count>& names, DISPID eve
 EventWindow::EventWindow(const binding::KeyField& field, const Connection& connection) {
     Create(L"Events", {480, 300}, WS_OVERLAPPEDWINDOW, nullptr);
     const std::wstring keyId = field.keyId();
-    fieldEvents_ = binding::Subscription(
-        field.callback(),
-        __uuidof(__kelFieldCallBack),
-        [this, keyId](DISPID event, const binding::Arguments& arguments) {
-            Add(keyId, NameOf(kFieldEvents, event), arguments);
-        });
-    sessionEvents_ = binding::Subscription(
-        connection.session(),
-        __uuidof(__kelSessionCallBack),
-        [this](DISPID event, const binding::Arguments& arguments) {
-            Add(kSession, NameOf(kSessionEvents, event), arguments);
-        });
+    fieldEvents_ =
+        binding::Subscription(field.callback(),
+                              __uuidof(__kelFieldCallBack),
+                              [this, keyId](DISPID event, const binding::Arguments& arguments) {
+                                  Add(keyId, NameOf(kFieldEvents, event), arguments);
+                              });
+    sessionEvents_ =
+        binding::Subscription(connection.session(),
+                              __uuidof(__kelSessionCallBack),
+                              [this](DISPID event, const binding::Arguments& arguments) {
+                                  Add(kSession, NameOf(kSessionEvents, event), arguments);
+                              });
 }
 
 void EventWindow::Build() {

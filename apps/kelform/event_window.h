@@ -17,9 +17,7 @@ public:
 private:
     void Build() override;
     bool MayClose() override;
-    void Add(const std::wstring& source,
-             const wchar_t* event,
-             const binding::Arguments& arguments);
+    void Add(const std::wstring& source, const wchar_t* event, const binding::Arguments& arguments);
 
     int number_ = 0;
     binding::Subscription fieldEvents_;

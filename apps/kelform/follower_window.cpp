@@ -35,12 +35,12 @@ void FollowerWindow::Build() {
         AddLabel(line.label, {12, y + 3, 110, 16});
         const HWND window = line.isEdit ? AddEdit(line.id, {126, y, 222, 22}, kStretchRight)
                                         : AddLabel(L"", {128, y + 3, 220, 16}, kStretchRight);
-        controls_.push_back(std::make_unique<binding::ValueControl>(
-            field_,
-            window,
-            std::wstring(L"follower") + line.field,
-            DefinitionOf(line.field),
-            binding::WriteBack::kOnKeystroke));
+        controls_.push_back(
+            std::make_unique<binding::ValueControl>(field_,
+                                                    window,
+                                                    std::wstring(L"follower") + line.field,
+                                                    DefinitionOf(line.field),
+                                                    binding::WriteBack::kOnKeystroke));
         y += line.isEdit ? 30 : 24;
     }
     AddLabel(L"&Subdivisions", {12, y + 4, 200, 16});

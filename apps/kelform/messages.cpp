@@ -19,7 +19,8 @@ constexpr Explained kExplained[] = {
     {static_cast<long>(0x80040201L), L"The text is too long for the database."},
     {static_cast<long>(0x80040207L), L"The account was opened for reading only."},
     {static_cast<long>(0x80040208L), L"Somebody else keeps the account busy. Try again."},
-    {static_cast<long>(0x80040209L), L"The disk is full. Nothing was lost; make room and try again."},
+    {static_cast<long>(0x80040209L),
+     L"The disk is full. Nothing was lost; make room and try again."},
     {static_cast<long>(0x8004020AL), L"The account is damaged. Nothing more was written to it."},
 };
 
@@ -67,7 +68,8 @@ std::wstring ReadInWords(binding::ReadAnswer answer,
         case binding::ReadAnswer::kFound:
             return id + (hasLock ? L" found and locked for you." : L" found.");
         case binding::ReadAnswer::kNew:
-            return id.empty() ? L"New record: type its code." : id + L" is new: nothing is stored yet.";
+            return id.empty() ? L"New record: type its code."
+                              : id + L" is new: nothing is stored yet.";
         case binding::ReadAnswer::kLocked:
             return id + L" is locked by " + (holder.empty() ? L"somebody else" : holder) +
                    L"; shown for reading only.";

@@ -12,7 +12,8 @@ std::wstring InWords(const binding::Error& error);
 // The failure that is being handled; for catch (...).
 std::wstring CurrentFailureInWords();
 
-// The reason of a failed connection, as the session tells it, without what is meant for programmers.
+// The reason of a failed connection, as the session tells it, without what is meant for
+// programmers.
 std::wstring ConnectionFailureInWords(const std::wstring& failure);
 
 // What a read found. `holder` says who has the lock, where that is known.
@@ -22,7 +23,9 @@ std::wstring ReadInWords(binding::ReadAnswer answer,
                          const std::wstring& holder);
 
 // Who has the lock of a record, out of the database's list of locks; empty when it does not tell.
-std::wstring HolderIn(const std::wstring& locks, const std::wstring& fileName, const std::wstring& id);
+std::wstring HolderIn(const std::wstring& locks,
+                      const std::wstring& fileName,
+                      const std::wstring& id);
 
 // Marks between lines become line ends.
 std::wstring Lines(std::wstring output);

@@ -79,8 +79,8 @@ void TryConnecting(Checks& checks, Connection& connection) {
     int id = IDC_PROPERTY;
     bool shown = !connection.properties().empty();
     for (const Property& property : connection.properties()) {
-        shown = shown && TextOf(window.item(id++)) == property.value &&
-                !property.description.empty();
+        shown =
+            shown && TextOf(window.item(id++)) == property.value && !property.description.empty();
     }
     checks.Holds(L"the connection window has the back-end's properties", shown);
     const std::wstring path = connection.properties().front().value;
@@ -128,14 +128,12 @@ void TryReading(Checks& checks, CountryWindow& window) {
 void TryTyping(Checks& checks, CountryWindow& window, const std::wstring& account) {
     const HWND name = window.item(IDC_NAME);
     Type(name, L"Helv");
-    checks.Same(L"the follower follows every keystroke",
-                TextOf(window.follower().item(IDC_NAME)),
-                L"Helv");
+    checks.Same(
+        L"the follower follows every keystroke", TextOf(window.follower().item(IDC_NAME)), L"Helv");
     Type(window.follower().item(IDC_NAME), L"Helvetia");
     checks.Same(L"and is followed", TextOf(name), L"Helvetia");
-    checks.Same(L"the title marks the change",
-                TextOf(window.handle()),
-                L"*Helvetia (CH) \u2013 Countries");
+    checks.Same(
+        L"the title marks the change", TextOf(window.handle()), L"*Helvetia (CH) \u2013 Countries");
     SetFocus(name);
     Press(VK_TAB);
     checks.Holds(L"Tab goes on to the official name", GetFocus() == window.item(IDC_OFFICIAL));
@@ -170,11 +168,11 @@ void TryRows(Checks& checks, CountryWindow& window) {
     Type(rows.editWindow(), L"Neuenstadt");
     Press(VK_RETURN);
     checks.Holds(L"a row is inserted", rows.rowCount() == 27 && rows.editWindow() == nullptr);
-    checks.Same(L"and holds what was typed", Cell(list, 1, 0) + Cell(list, 1, 1), L"CH-AANeuenstadt");
+    checks.Same(
+        L"and holds what was typed", Cell(list, 1, 0) + Cell(list, 1, 1), L"CH-AANeuenstadt");
     checks.Same(L"the others moved down", Cell(list, 2, 2), L"Canton");
-    checks.Same(L"the follower shows it",
-                Cell(window.follower().item(IDC_ROWS), 1, 1),
-                L"Neuenstadt");
+    checks.Same(
+        L"the follower shows it", Cell(window.follower().item(IDC_ROWS), 1, 1), L"Neuenstadt");
     Press('R', VK_CONTROL);
     checks.Holds(L"a row is removed", rows.rowCount() == 26);
     rows.Edit(0, 1);
@@ -189,9 +187,8 @@ void TryPaging(Checks& checks, CountryWindow& window) {
     Type(window.item(IDC_FIND_TEXT), L"land");
     Press(VK_RETURN);
     const std::wstring found = window.status();
-    checks.Holds(L"Find runs a selection",
-                 found.find(L"countries were found") != std::wstring::npos,
-                 found);
+    checks.Holds(
+        L"Find runs a selection", found.find(L"countries were found") != std::wstring::npos, found);
     const std::wstring first = window.field().id();
     Press(VK_NEXT, VK_CONTROL);
     checks.Holds(L"Next goes on", window.field().id() > first, window.field().id());
@@ -274,7 +271,8 @@ int SelfTest(const Options& options) {
         TryPaging(checks, window);
         TryNewAndDelete(checks, window, account.path());
         TryLock(checks, window, account.path());
-        checks.Holds(L"the third window has listed the events", window.events().count() > 50,
+        checks.Holds(L"the third window has listed the events",
+                     window.events().count() > 50,
                      std::to_wstring(window.events().count()));
         Pump();
     }

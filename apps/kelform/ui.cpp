@@ -64,8 +64,7 @@ Window::~Window() {
     }
 }
 
-void Window::Create(
-    const std::wstring& title, SIZE size, DWORD style, HWND owner, HMENU menu) {
+void Window::Create(const std::wstring& title, SIZE size, DWORD style, HWND owner, HMENU menu) {
     RegisterOnce(WindowProc);
     design_ = size;
     CreateWindowExW(WS_EX_CONTROLPARENT,
@@ -164,17 +163,11 @@ HWND Window::AddLabel(const std::wstring& text, Box box, unsigned anchors, int i
 }
 
 HWND Window::AddEdit(int id, Box box, unsigned anchors, DWORD style) {
-    return Add(L"EDIT",
-               L"",
-               style | WS_TABSTOP | ES_AUTOHSCROLL,
-               id,
-               box,
-               anchors,
-               WS_EX_CLIENTEDGE);
+    return Add(
+        L"EDIT", L"", style | WS_TABSTOP | ES_AUTOHSCROLL, id, box, anchors, WS_EX_CLIENTEDGE);
 }
 
-HWND Window::AddButton(
-    const std::wstring& text, int id, Box box, unsigned anchors, DWORD style) {
+HWND Window::AddButton(const std::wstring& text, int id, Box box, unsigned anchors, DWORD style) {
     return Add(L"BUTTON", text, style | WS_TABSTOP, id, box, anchors);
 }
 
@@ -271,8 +264,10 @@ LRESULT Window::Handle(UINT message, WPARAM first, LPARAM second) {
     return DefWindowProcW(handle_, message, first, second);
 }
 
-LRESULT CALLBACK
-Window::WindowProc(HWND window, UINT message, WPARAM first, LPARAM second) noexcept {
+LRESULT CALLBACK Window::WindowProc(HWND window,
+                                    UINT message,
+                                    WPARAM first,
+                                    LPARAM second) noexcept {
     if (message == WM_NCCREATE) {
         auto* const created =
             static_cast<Window*>(reinterpret_cast<const CREATESTRUCTW*>(second)->lpCreateParams);

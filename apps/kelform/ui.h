@@ -43,7 +43,8 @@ public:
 
 protected:
     // `size` is that of the client area. Calls Build() before anything is shown.
-    void Create(const std::wstring& title, SIZE size, DWORD style, HWND owner, HMENU menu = nullptr);
+    void Create(
+        const std::wstring& title, SIZE size, DWORD style, HWND owner, HMENU menu = nullptr);
     virtual void Build() = 0;
     virtual LRESULT Handle(UINT message, WPARAM first, LPARAM second);
     // After all controls have their places.
@@ -67,8 +68,10 @@ protected:
                    DWORD style = BS_PUSHBUTTON);
 
 private:
-    static LRESULT CALLBACK
-    WindowProc(HWND window, UINT message, WPARAM first, LPARAM second) noexcept;
+    static LRESULT CALLBACK WindowProc(HWND window,
+                                       UINT message,
+                                       WPARAM first,
+                                       LPARAM second) noexcept;
     void Arrange();
     void MakeFont();
 
