@@ -77,6 +77,9 @@ TEST_F(ComponentOverEmbedded, ConnectsAndKeepsRecords) {
                                      L"PropertyValue(User,)",
                                      L"PropertyValue(LockWait,)",
                                      L"PropertyValue(ReadOnly,)",
+                                     L"PropertyValue(Family,)",
+                                     L"PropertyValue(Dates,)",
+                                     L"PropertyValue(Durability,)",
                                      L"Connection()"}));
         EXPECT_EQ(client.session().get(L"OsType").text(), L"1");
         const auto tools = client.tools();

@@ -40,6 +40,18 @@ TEST_F(EmbeddedConnection, DescribesItsProperties) {
         {L"LockWait", L"String", L"Seconds that a read with lock waits for a locked record", L"0"},
         {L"ReadOnly", L"String", L"True opens the account for reading only", L"False"},
         {L"Application", L"Object", L"Object that stored programs see as Application", L""},
+        {L"Family",
+         L"String",
+         L"Uni or R83: whose dictionaries are written, how sentences are read",
+         L"Uni"},
+        {L"Dates",
+         L"String",
+         L"MonthFirst or DayFirst: order of dates written with separators",
+         L"MonthFirst"},
+        {L"Durability",
+         L"String",
+         L"Full, Normal or Off: whether writes wait for the disk to survive a power failure",
+         L"Full"},
     };
     EXPECT_EQ(late.call(L"PropertyCount").text(), std::to_wstring(std::size(cases)));
     for (const Case& one : cases) {
@@ -53,14 +65,14 @@ TEST_F(EmbeddedConnection, DescribesItsProperties) {
         EXPECT_EQ(late.get(L"PropertyDescription", {one.name}).text(), one.description);
         EXPECT_EQ(late.get(L"PropertyDefault", {one.name}).text(), one.fallback);
     }
-    for (const short number : {short{0}, short{6}}) {
+    for (const short number : {short{0}, short{9}}) {
         Bstr name(L"former");
         Bstr type(L"former");
         EXPECT_EQ(ErrorOf(session->GetPropertyName(number, name.inOut(), type.inOut())),
                   (ErrorFields{automation::kSubscriptOutOfRange,
                                L"kelos1::GetPropertyName",
                                L"There is no connection property number " +
-                                   std::to_wstring(number) + L"; they are numbered from 1 to 5."}));
+                                   std::to_wstring(number) + L"; they are numbered from 1 to 8."}));
         EXPECT_EQ(name.view(), L"former");
     }
 }
