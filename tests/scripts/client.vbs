@@ -115,7 +115,7 @@ Sub TestEmbedded()
     path = files.GetSpecialFolder(2) & "\" & files.GetTempName
     Set host = CreateObject("kelos1.IHostDLL")
     CheckEqual "OS type", host.OsType, 1
-    CheckEqual "number of properties", host.PropertyCount, 5
+    CheckEqual "number of properties", host.PropertyCount, 8
     CheckEqual "default", host.PropertyDefault("ReadOnly"), "False"
     On Error Resume Next
     host.Connect
@@ -136,9 +136,6 @@ Sub TestEmbedded()
     Set file = host.OpenFile("ORDERS")
     CheckError "no such file", 10301, "kelos1::OpenFile", _
         "There is no file ""ORDERS"" in this account."
-    host.ValidCorrelative "A;1"
-    CheckError "not there yet", -2147467263, "kelos1::ValidCorrelative", _
-        "ValidCorrelative is not implemented by the embedded back-end."
     On Error GoTo 0
     host.Execute "DELETE-FILE NONE", variable, code
     CheckEqual "output", variable, "There is no file ""NONE""."
