@@ -62,13 +62,13 @@ test_presets() {
         build_preset "$preset"
     done
     for preset in "$@"; do
-        if [[ "$preset" == x86 ]]; then
+        if [[ "${preset%-checked}" == x86 ]]; then
             find_wine32
             if [[ "$wine32_kind" == none ]]; then
                 local -i left_out
-                left_out=$(test_names x86 | wc -l)
+                left_out=$(test_names "$preset" | wc -l)
                 ((left_out > 0)) || left_out=1
-                echo "x86: $left_out test programs not run: $wine32_why"
+                echo "$preset: $left_out test programs not run: $wine32_why"
                 ((total_skipped += left_out, 1))
                 continue
             fi

@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2154
-# Private Wine prefixes under build/, one per width: making them, registering our DLLs in them,
+# Private Wine prefixes under build/, one per Windows preset ("width" here): making them, registering our DLLs in them,
 # running programs in them.
 
 # How long an idle Wine server stays, in seconds: consecutive runs start warm, nothing stays for ever.
@@ -17,7 +17,7 @@ use_wine() {
     # is none, or one that is not installed.
     [[ "$(locale charmap 2>/dev/null)" == UTF-8 ]] || export LC_ALL=C.UTF-8
 
-    if [[ "$width" == x64 ]]; then
+    if [[ "${width%-checked}" == x64 ]]; then
         export WINEARCH=win64
         wine_loader=(/usr/lib/wine/wine64)
         wine_server=(/usr/lib/wine/wineserver64)
