@@ -8,18 +8,23 @@ constexpr const wchar_t* kSection = L"Software\\VB and VBA Program Settings\\kel
 }  // namespace
 
 automation::Text GetSetting(const wchar_t* name, automation::TextView fallback) {
-    DWORD bytes = 0;
-    if (RegGetValueW(HKEY_CURRENT_USER, kSection, name, RRF_RT_REG_SZ, nullptr, nullptr, &bytes) !=
-        ERROR_SUCCESS) {
+    constexpr std::size_t kUsualUnits = 64;
+    automation::Text value(kUsualUnits, L'\0');
+    const auto read = [&] {
+        auto bytes = static_cast<DWORD>(value.size() * sizeof(wchar_t));
+        const LSTATUS status = RegGetValueW(
+            HKEY_CURRENT_USER, kSection, name, RRF_RT_REG_SZ, nullptr, value.data(), &bytes);
+        value.resize(bytes / sizeof(wchar_t));
+        return status;
+    };
+    LSTATUS status = read();  // one access to the registry; asking for the length would be another
+    if (status == ERROR_MORE_DATA) {
+        status = read();
+    }
+    if (status != ERROR_SUCCESS || value.empty()) {
         return automation::Text(fallback);
     }
-    automation::Text value(bytes / sizeof(wchar_t), L'\0');
-    if (RegGetValueW(
-            HKEY_CURRENT_USER, kSection, name, RRF_RT_REG_SZ, nullptr, value.data(), &bytes) !=
-        ERROR_SUCCESS) {
-        return automation::Text(fallback);
-    }
-    value.resize(bytes / sizeof(wchar_t) - 1);  // without the terminating zero
+    value.pop_back();  // the terminating zero
     return value;
 }
 
