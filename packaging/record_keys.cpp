@@ -7,6 +7,8 @@
 // neither read nor changed.
 #include <windows.h>
 
+#include <objbase.h>
+
 #include <array>
 #include <cstdio>
 #include <stdexcept>
