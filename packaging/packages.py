@@ -261,8 +261,9 @@ def main():
         shutil.copy2(source, folder / path)
     for dll in keys.of:
         (folder / (assembly(dll) + '.manifest')).write_text(dll_manifest(dll, keys, arguments))
-    for path in files:
-        if path.endswith('.exe'):
+    for path, source in files.items():
+        # A manifest in the program's resources would come before one beside it.
+        if path.endswith('.exe') and b'urn:schemas-microsoft-com:asm.v1' not in source.read_bytes():
             (folder / (path + '.manifest')).write_text(program_manifest(path, sorted(keys.of), arguments))
 
 
