@@ -1,4 +1,4 @@
-# shellcheck shell=bash disable=SC2154
+# shellcheck shell=bash disable=SC2034,SC2154
 # `./kel package`: installers and registration-free archives, under build/packages/.
 
 readonly KEL_PACKAGES_PACKAGE=(wixl)
@@ -42,11 +42,7 @@ make_packages() {
 }
 
 kel_package() {
-    local presets rest width test='' status=0 made=()
-    if [[ "${1:-}" == --test ]]; then
-        test=1
-        shift
-    fi
+    local presets rest width flag='' own_flag=--test status=0 made=()
     parse_presets "$@"
     ((${#rest[@]} == 0)) || fail_usage "package takes no names: ${rest[*]}"
     ((${#presets[@]})) || presets=(x64 x86)
@@ -64,7 +60,7 @@ kel_package() {
         locked "package-$width" make_packages "$width"
         made+=("$width")
     done
-    if [[ "$test" ]]; then
+    if [[ "$flag" ]]; then
         for width in "${made[@]}"; do
             locked "package-$width" test_packages "$width" || status=1
         done
