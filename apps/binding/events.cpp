@@ -79,8 +79,7 @@ std::wstring Arguments::text(UINT index) const {
         return {};
     }
     Var copy;
-    Check(VariantChangeType(copy.inOut(), argument, VARIANT_NOUSEROVERRIDE, VT_BSTR));
-    // A flag comes as "-1" for true.
+    Check(VariantChangeType(copy.inOut(), argument, VARIANT_NOUSEROVERRIDE | VARIANT_ALPHABOOL, VT_BSTR));
     return copy.text();
 }
 

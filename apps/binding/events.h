@@ -39,10 +39,10 @@ public:
     explicit Arguments(const DISPPARAMS& parameters) : parameters_(parameters) {}
 
     UINT count() const { return parameters_.cArgs; }
-    // Empty for one that is not there.
+    // Empty for one that is not there; a flag is "True" or "False".
     std::wstring text(UINT index) const;
     long number(UINT index) const { return std::wcstol(text(index).c_str(), nullptr, 10); }
-    bool flag(UINT index) const { return number(index) != 0; }
+    bool flag(UINT index) const { return text(index) == L"True"; }
     // Writes an answer into a by-reference text.
     void answer(UINT index, std::wstring_view text) const;
 

@@ -6,7 +6,7 @@
 namespace kel::form {
 namespace {
 
-constexpr int kWidth = 480;
+constexpr int kWidth = 600;
 constexpr int kPerProperty = 48;
 constexpr int kTop = 44;
 
@@ -21,6 +21,20 @@ ConnectWindow::ConnectWindow(Connection& connection, HWND owner) : connection_(c
            SizeFor(connection.properties().size()),
            WS_POPUP | WS_CAPTION | WS_SYSMENU,
            owner);
+    // In the middle of its owner, or of the screen.
+    RECT around{};
+    RECT own{};
+    if (owner == nullptr || GetWindowRect(owner, &around) == FALSE) {
+        SystemParametersInfoW(SPI_GETWORKAREA, 0, &around, 0);
+    }
+    GetWindowRect(handle(), &own);
+    SetWindowPos(handle(),
+                 nullptr,
+                 (around.left + around.right - (own.right - own.left)) / 2,
+                 (around.top + around.bottom - (own.bottom - own.top)) / 2,
+                 0,
+                 0,
+                 SWP_NOSIZE | SWP_NOZORDER);
 }
 
 void ConnectWindow::Build() {
