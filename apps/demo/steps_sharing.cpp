@@ -83,9 +83,9 @@ void ReadWhatIsMissing(Report& report, const Form& form) {
     form.key().ReadType(0);
     report.Fails(
         L"tools.mvRead of a file that is not there",
-        [&] { form.tools().mvRead(kCountry, L"XX", L"CONTINENTS"); },
+        [&] { form.tools().mvRead(kCountry, L"XX", L"OCEANS"); },
         mvOpenNotFound,
-        L"There is no file \"CONTINENTS\" in this account.");
+        L"There is no file \"OCEANS\" in this account.");
 }
 
 void ShareACommonValue(Report& report, const Form& form) {
