@@ -79,7 +79,8 @@ std::wstring Arguments::text(UINT index) const {
         return {};
     }
     Var copy;
-    Check(VariantChangeType(copy.inOut(), argument, VARIANT_NOUSEROVERRIDE | VARIANT_ALPHABOOL, VT_BSTR));
+    Check(VariantChangeType(
+        copy.inOut(), argument, VARIANT_NOUSEROVERRIDE | VARIANT_ALPHABOOL, VT_BSTR));
     return copy.text();
 }
 
