@@ -108,8 +108,20 @@ TEST_F(MisbehavingBackEnd, IsAnsweredWithAnErrorAndGoneOnWith) {
     const auto raise = [](HRESULT code) {
         return [code](CallInProgress& call) { call.fail({{code}, false}); };
     };
+    // Only results that can carry the value take it; others stay what the caller made them.
     const auto answer = [](Variant value) {
-        return [value](CallInProgress& call) { call.set(kResult, value); };
+        return [value](CallInProgress& call) {
+            const Text text = call.text();
+            const Text member = text.substr(0, text.find(L'('));
+            const bool isVariant = member == L"Oconv" || member == L"Iconv" ||
+                                   member == L"CloseSelect" || member == L"PropertyDefault";
+            const bool isObject = member == L"CreateDynamicArray" || member == L"OpenFile" ||
+                                  member == L"ProcessSelect" || member == L"mvRead" ||
+                                  member == L"SelectDictName" || member == L"SelectFileName";
+            if (isVariant || (isObject && value.isObject())) {
+                call.set(kResult, value);
+            }
+        };
     };
     const struct {
         const char* what;

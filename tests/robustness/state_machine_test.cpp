@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 #include <random>
 
 #include "tests/registry/component.h"
@@ -59,7 +60,9 @@ class StateMachine : public ComponentTest {
 protected:
     // `settings` answer for the connection properties.
     void run(const std::map<Text, Text>& settings, int steps, bool canFail) {
-        seed_ = std::random_device()();
+        const char* const given = std::getenv("KEL_SEED");  // to do a failed run again
+        seed_ = given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10))
+                                 : std::random_device()();
         random_.seed(seed_);
         settings_ = settings;
         base_ = newBase();
@@ -129,6 +132,11 @@ private:
         switch (draw(hasBuffer ? 13 : 5)) {
             case 0:
                 if (draw(10) == 0) {
+                    // Disconnecting drops the buffers of the key fields tied to the session.
+                    for (const auto& [tied, dropped] : session.buffers) {
+                        EXPECT_EQ(base_->SetKeyFieldSession(Str(tied), Str(name)), S_OK);
+                        model_.ties[tied] = name;
+                    }
                     EXPECT_EQ(live.callback->Disconnect(), S_OK);
                     session.connected = false;
                     session.buffers.clear();
