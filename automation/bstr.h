@@ -16,7 +16,7 @@ public:
     explicit Bstr(TextView text) : text_(Allocate(text)) {}
     Bstr(const Bstr&) = delete;
     Bstr(Bstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
-    ~Bstr() { SysFreeString(text_); }
+    ~Bstr() { reset(); }
 
     Bstr& operator=(const Bstr&) = delete;
     Bstr& operator=(Bstr&& other) noexcept {
@@ -40,7 +40,11 @@ public:
     // The address of a string that a callee may replace (in and out).
     BSTR* inOut() noexcept { return &text_; }
     BSTR detach() noexcept { return std::exchange(text_, nullptr); }
-    void reset() noexcept { SysFreeString(std::exchange(text_, nullptr)); }
+    void reset() noexcept {
+        if (text_ != nullptr) {
+            SysFreeString(std::exchange(text_, nullptr));
+        }
+    }
 
 private:
     static BSTR Allocate(TextView text) {

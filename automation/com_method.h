@@ -12,7 +12,6 @@ namespace kel::automation {
 
 template <typename Body>
 HRESULT ComMethod(Body&& body) noexcept {
-    SetErrorInfo(0, nullptr);  // nothing stale from an earlier call
     try {
         std::forward<Body>(body)();
         return S_OK;
@@ -30,7 +29,7 @@ public:
             throw Error::FromCode(E_POINTER);
         }
         if constexpr (std::is_same_v<T, VARIANT>) {
-            VariantInit(address_);
+            V_VT(address_) = VT_EMPTY;
         } else {
             *address_ = T{};
         }

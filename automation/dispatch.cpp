@@ -83,8 +83,10 @@ HRESULT Invoke(const DispatchMember& member,
     if (SUCCEEDED(code)) {
         code = member.call(object, call);
     }
-    code = call.finish(code, own, exception, argumentIndex);
-    if (SUCCEEDED(code) && isForDefault) {
+    if (FAILED(code)) {
+        return call.failed(code, own, exception, argumentIndex);
+    }
+    if (isForDefault) {
         code = InvokeDefault(call.result, lcid, params, exception);
     }
     if (SUCCEEDED(code) && result != nullptr) {
@@ -104,18 +106,17 @@ std::span<const DispatchMember> DispatchTable::from(std::size_t first) const noe
 }
 
 std::span<const DispatchMember> DispatchTable::find(DISPID id) const noexcept {
-    const auto first = std::lower_bound(
-        members_.begin(), members_.end(), id, [](const DispatchMember& member, DISPID wanted) {
-            return member.id < wanted;
-        });
-    return from(first != members_.end() && first->id == id
-                    ? static_cast<std::size_t>(first - members_.begin())
-                    : members_.size());
+    // Below the lowest identifier the distance is beyond every array.
+    const auto distance = static_cast<ULONG>(id) - static_cast<ULONG>(members_.front().id);
+    if (distance >= firsts_.size() || firsts_[distance] == kNoMember) {
+        return {};
+    }
+    return from(firsts_[distance]);
 }
 
 std::span<const DispatchMember> DispatchTable::find(const wchar_t* name) const noexcept {
     std::size_t at = NameHash(name) % slots_.size();
-    for (; slots_[at] < members_.size(); at = (at + 1) % slots_.size()) {
+    for (; slots_[at] != kNoMember; at = (at + 1) % slots_.size()) {
         if (SameName(members_[slots_[at]].name, name)) {
             return from(slots_[at]);
         }
@@ -168,7 +169,7 @@ HRESULT DispatchInvoke(const DispatchTable& table,
                        EXCEPINFO* exception,
                        UINT* argumentIndex) noexcept {
     if (result != nullptr) {
-        VariantInit(result);
+        V_VT(result) = VT_EMPTY;
     }
     if (!IsEqualIID(riid, IID_NULL)) {
         return DISP_E_UNKNOWNINTERFACE;
@@ -182,7 +183,6 @@ HRESULT DispatchInvoke(const DispatchTable& table,
     if (member == nullptr) {
         return DISP_E_MEMBERNOTFOUND;
     }
-    const ComPtr<IDispatch> keep(object);
     try {
         return Invoke(*member, object, lcid, *params, result, exception, argumentIndex);
     } catch (const std::bad_alloc&) {

@@ -1,5 +1,6 @@
 #include "automation/dispatch_call.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -194,6 +195,7 @@ HRESULT DispatchCall::arrange(const DISPPARAMS& params) noexcept {
     }
     const UINT named = params.cNamedArgs;
     const UINT inOrder = params.cArgs - named;
+    std::fill_n(arguments_.begin(), count, nullptr);
     for (UINT i = 0; i < inOrder; ++i) {
         arguments_[i] = &params.rgvarg[params.cArgs - 1 - i];
     }
@@ -232,23 +234,6 @@ HRESULT DispatchCall::failedAt(std::size_t parameter, HRESULT code) noexcept {
 HRESULT DispatchCall::take(std::size_t parameter, VARTYPE type, Variant& value) {
     const HRESULT code = Coerce(*arguments_[parameter], type, lcid_, value);
     return SUCCEEDED(code) ? code : failedAt(parameter, code);
-}
-
-bool DispatchCall::takeInteger(std::size_t parameter, long& number) const noexcept {
-    const VARIANT* given = arguments_[parameter];
-    if (V_VT(given) == (VT_BYREF | VT_VARIANT) && V_VARIANTREF(given) != nullptr) {
-        given = V_VARIANTREF(given);
-    }
-    switch (V_VT(given)) {
-        case VT_I4:
-            number = V_I4(given);
-            return true;
-        case VT_I2:
-            number = V_I2(given);
-            return true;
-        default:
-            return false;
-    }
 }
 
 HRESULT DispatchCall::takeVariant(std::size_t parameter, VARIANT& lent, Variant& copy) {
@@ -313,20 +298,12 @@ HRESULT DispatchCall::giveBack(std::size_t parameter, Variant& value) noexcept {
     return S_OK;
 }
 
-HRESULT DispatchCall::answered(HRESULT code) noexcept {
-    memberFailed_ = FAILED(code);
-    if (memberFailed_) {
-        GetErrorInfo(0, error_.put());
-    }
-    return code;
-}
-
-HRESULT DispatchCall::finish(HRESULT code,
+HRESULT DispatchCall::failed(HRESULT code,
                              const DISPPARAMS& params,
                              EXCEPINFO* exception,
                              UINT* argumentIndex) noexcept {
     if (!memberFailed_) {
-        if (FAILED(code) && wrong_ != nullptr && argumentIndex != nullptr) {
+        if (wrong_ != nullptr && argumentIndex != nullptr) {
             *argumentIndex = static_cast<UINT>(wrong_ - params.rgvarg);
         }
         return code;

@@ -35,7 +35,22 @@ public:
     //   value   untouched when the code is a failure
     HRESULT take(std::size_t parameter, VARTYPE type, Variant& value);
     // The same for an integer that needs no conversion rules; false: go the long way.
-    bool takeInteger(std::size_t parameter, long& number) const noexcept;
+    bool takeInteger(std::size_t parameter, long& number) const noexcept {
+        const VARIANT* given = arguments_[parameter];
+        if (V_VT(given) == (VT_BYREF | VT_VARIANT) && V_VARIANTREF(given) != nullptr) {
+            given = V_VARIANTREF(given);
+        }
+        switch (V_VT(given)) {
+            case VT_I4:
+                number = V_I4(given);
+                return true;
+            case VT_I2:
+                number = V_I2(given);
+                return true;
+            default:
+                return false;
+        }
+    }
     // An argument for a Variant parameter, as a copy unless it is lent by the caller by value.
     //   lent    what to pass on: the caller's own value or `copy`'s
     HRESULT takeVariant(std::size_t parameter, VARIANT& lent, Variant& copy);
@@ -48,10 +63,16 @@ public:
     HRESULT giveBack(std::size_t parameter, Variant& value) noexcept;
 
     // To be called with the member's answer, before anything else can disturb its error object.
-    HRESULT answered(HRESULT code) noexcept;
+    HRESULT answered(HRESULT code) noexcept {
+        if (FAILED(code)) {
+            memberFailed_ = true;
+            GetErrorInfo(0, error_.put());
+        }
+        return code;
+    }
 
-    // The answer of the call as IDispatch::Invoke gives it.
-    HRESULT finish(HRESULT code,
+    // The answer of a call that failed, as IDispatch::Invoke gives it.
+    HRESULT failed(HRESULT code,
                    const DISPPARAMS& params,
                    EXCEPINFO* exception,
                    UINT* argumentIndex) noexcept;
@@ -59,13 +80,11 @@ public:
     Variant result;
 
 private:
-    static constexpr std::size_t kNone = SIZE_MAX;
-
     HRESULT failedAt(std::size_t parameter, HRESULT code) noexcept;
 
     const DispatchMember& member_;
     LCID lcid_;
-    std::array<const VARIANTARG*, kMaxParameters> arguments_{};
+    std::array<const VARIANTARG*, kMaxParameters> arguments_;  // as many as there are parameters
     const VARIANTARG* wrong_ = nullptr;  // the argument that was refused
     bool memberFailed_ = false;
     ComPtr<IErrorInfo> error_;

@@ -105,25 +105,32 @@ private:
     Variant copy_;
 };
 
-// A number, text or object that the member may replace.
+// A number, text or object that the member may replace: the caller's own variable when it is of the
+// member's type, otherwise one of ours whose content goes back in the type of the caller's.
 template <typename T, bool isBoolean>
 class Argument<T*, isBoolean> {
 public:
     HRESULT take(DispatchCall& call, std::size_t at) {
         constexpr VARTYPE kType = TypeOf<T, isBoolean>();
-        if (call.argument(at) != nullptr) {
+        const VARIANTARG* given = call.argument(at);
+        if (given != nullptr && V_VT(given) == (VT_BYREF | kType) && V_BYREF(given) != nullptr) {
+            own_ = static_cast<T*>(V_BYREF(given));
+            return S_OK;
+        }
+        if (given != nullptr) {
             return call.take(at, kType, value_);
         }
         V_VT(value_.inOut()) = kType;
         *FieldOf<T>(*value_.inOut()) = T{};
         return S_OK;
     }
-    T* pass() noexcept { return FieldOf<T>(*value_.inOut()); }
+    T* pass() noexcept { return own_ != nullptr ? own_ : FieldOf<T>(*value_.inOut()); }
     HRESULT giveBack(DispatchCall& call, std::size_t at) noexcept {
-        return call.giveBack(at, value_);
+        return own_ != nullptr ? S_OK : call.giveBack(at, value_);
     }
 
 private:
+    T* own_ = nullptr;
     Variant value_;
 };
 

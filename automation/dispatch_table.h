@@ -62,39 +62,47 @@ constexpr bool SameName(const wchar_t* one, const wchar_t* other) noexcept {
     return false;
 }
 
+// Positions in a table.
+template <std::size_t size>
+using MemberPositions = std::array<std::uint8_t, size>;
+inline constexpr std::uint8_t kNoMember = 0xFF;
+
 // Where each name's first member stands, for open addressing by NameHash; at most half full.
 template <std::size_t count>
-struct NameSlotArray {
-    static constexpr std::size_t kSize = std::bit_ceil(2 * count);
-    static constexpr std::uint8_t kFree = 0xFF;
-    static_assert(count < kFree);
-    std::array<std::uint8_t, kSize> slots{};
-};
-
-template <std::size_t count>
-consteval NameSlotArray<count> NameSlots(const Members<count>& members) {
-    using Array = NameSlotArray<count>;
-    Array result;
-    result.slots.fill(Array::kFree);
+consteval auto NamePositions(const Members<count>& members) {
+    static_assert(count < kNoMember);
+    MemberPositions<std::bit_ceil(2 * count)> slots;
+    slots.fill(kNoMember);
     for (std::size_t i = 0; i < count; ++i) {
-        std::size_t at = NameHash(members[i].name) % Array::kSize;
-        while (result.slots[at] != Array::kFree &&
-               !SameName(members[result.slots[at]].name, members[i].name)) {
-            at = (at + 1) % Array::kSize;
+        std::size_t at = NameHash(members[i].name) % slots.size();
+        while (slots[at] != kNoMember && !SameName(members[slots[at]].name, members[i].name)) {
+            at = (at + 1) % slots.size();
         }
-        if (result.slots[at] == Array::kFree) {
-            result.slots[at] = static_cast<std::uint8_t>(i);
+        if (slots[at] == kNoMember) {
+            slots[at] = static_cast<std::uint8_t>(i);
         }
     }
-    return result;
+    return slots;
+}
+
+// Where each identifier's first member stands, from the lowest one on: they follow one another.
+template <const auto& members>
+consteval auto IdPositions() {
+    constexpr DISPID kLowest = members.front().id;
+    MemberPositions<static_cast<std::size_t>(members.back().id - kLowest + 1)> firsts;
+    firsts.fill(kNoMember);
+    for (std::size_t i = members.size(); i-- > 0;) {
+        firsts[static_cast<std::size_t>(members[i].id - kLowest)] = static_cast<std::uint8_t>(i);
+    }
+    return firsts;
 }
 
 class DispatchTable {
 public:
-    template <std::size_t count>
-    constexpr DispatchTable(const Members<count>& members,
-                            const NameSlotArray<count>& names) noexcept
-        : members_(members), slots_(names.slots) {}
+    constexpr DispatchTable(std::span<const DispatchMember> members,
+                            std::span<const std::uint8_t> names,
+                            std::span<const std::uint8_t> ids) noexcept
+        : members_(members), slots_(names), firsts_(ids) {}
 
     std::span<const DispatchMember> members() const noexcept { return members_; }
 
@@ -107,6 +115,7 @@ private:
 
     std::span<const DispatchMember> members_;
     std::span<const std::uint8_t> slots_;
+    std::span<const std::uint8_t> firsts_;
 };
 
 // The table of a dual interface; defined by the tables made from its IDL.

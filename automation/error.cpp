@@ -126,7 +126,9 @@ Error Error::withDescription(TextView description) const {
 
 HRESULT Error::publish() const noexcept {
     ComPtr<ICreateErrorInfo> info;
-    if (SUCCEEDED(CreateErrorInfo(info.put()))) {
+    if (FAILED(CreateErrorInfo(info.put()))) {
+        SetErrorInfo(0, nullptr);
+    } else {
         // Each setter copies; a field that finds no memory stays empty.
         info->SetGUID(GUID_NULL);
         info->SetSource(const_cast<LPOLESTR>(source_.c_str()));
@@ -168,6 +170,7 @@ HRESULT FailureFromCurrentException() noexcept {
     try {
         return CurrentError().publish();
     } catch (...) {
+        SetErrorInfo(0, nullptr);
         return CodeOfNumber(kOutOfMemory);
     }
 }

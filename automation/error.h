@@ -94,7 +94,9 @@ void CallOut(Call&& call) {
 // even that can be made.
 Error CurrentError();
 
-// Turns the exception being handled into an HRESULT plus error object.
+// Turns the exception being handled into an HRESULT plus error object; without memory for one there
+// is none, not that of an earlier failure either. Success says nothing of the error object: callers
+// look at it after failures only, and emptying it costs as much as a small member's own work.
 HRESULT FailureFromCurrentException() noexcept;
 
 // Runs a step whose failure is to be skipped silently; answers whether it succeeded.

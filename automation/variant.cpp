@@ -5,38 +5,32 @@
 namespace kel::automation {
 
 Variant::Variant(const VARIANT& value) {
-    VariantInit(&value_);
     Check(VariantCopy(&value_, const_cast<VARIANT*>(&value)));
 }
 
 Variant::Variant(TextView text) : Variant(Bstr(text)) {}
 
 Variant::Variant(Bstr text) noexcept {
-    VariantInit(&value_);
     V_VT(&value_) = VT_BSTR;
     V_BSTR(&value_) = text.detach();
 }
 
 Variant::Variant(IDispatch* shared) noexcept {
-    VariantInit(&value_);
     V_VT(&value_) = VT_DISPATCH;
     V_DISPATCH(&value_) = ComPtr<IDispatch>(shared).detach();
 }
 
 Variant::Variant(short number) noexcept {
-    VariantInit(&value_);
     V_VT(&value_) = VT_I2;
     V_I2(&value_) = number;
 }
 
 Variant::Variant(long number) noexcept {
-    VariantInit(&value_);
     V_VT(&value_) = VT_I4;
     V_I4(&value_) = number;
 }
 
 Variant::Variant(bool flag) noexcept {
-    VariantInit(&value_);
     V_VT(&value_) = VT_BOOL;
     V_BOOL(&value_) = flag ? VARIANT_TRUE : VARIANT_FALSE;
 }

@@ -9,9 +9,9 @@ namespace kel::automation {
 // Holds one VARIANT and clears it. Same verbs as ComPtr.
 class Variant {
 public:
-    Variant() noexcept { VariantInit(&value_); }
+    Variant() noexcept = default;
     Variant(const Variant& other) : Variant(other.value_) {}
-    Variant(Variant&& other) noexcept : value_(other.value_) { VariantInit(&other.value_); }
+    Variant(Variant&& other) noexcept : value_(other.detach()) {}
     // A copy: texts are duplicated, objects gain a reference, a by-reference value stays one.
     //   throws  std::bad_alloc or the platform's error
     explicit Variant(const VARIANT& value);
@@ -21,7 +21,7 @@ public:
     explicit Variant(short number) noexcept;
     explicit Variant(long number) noexcept;
     explicit Variant(bool flag) noexcept;
-    ~Variant() { VariantClear(&value_); }
+    ~Variant() { reset(); }
 
     Variant& operator=(Variant other) noexcept {
         std::swap(value_, other.value_);
@@ -45,10 +45,16 @@ public:
     VARIANT* inOut() noexcept { return &value_; }
     VARIANT detach() noexcept {
         const VARIANT result = value_;
-        VariantInit(&value_);
+        V_VT(&value_) = VT_EMPTY;
         return result;
     }
-    void reset() noexcept { VariantClear(&value_); }
+    void reset() noexcept {
+        // Most variants on the way of a call are empty or numbers, which own nothing.
+        if (V_VT(&value_) > VT_DATE) {
+            VariantClear(&value_);
+        }
+        V_VT(&value_) = VT_EMPTY;
+    }
 
     bool isObject() const noexcept {
         return V_VT(&value_) == VT_DISPATCH || V_VT(&value_) == VT_UNKNOWN;
@@ -56,7 +62,13 @@ public:
     // The object held, through interface T; empty when there is none.
     template <typename T>
     ComPtr<T> object() const noexcept {
-        return isObject() ? ComPtr<IUnknown>(V_UNKNOWN(&value_)).as<T>() : ComPtr<T>();
+        ComPtr<T> result;
+        if (isObject() && V_UNKNOWN(&value_) != nullptr &&
+            FAILED(V_UNKNOWN(&value_)->QueryInterface(__uuidof(T),
+                                                      reinterpret_cast<void**>(result.put())))) {
+            result.reset();
+        }
+        return result;
     }
 
     // The value as text by the platform's coercion rules.
@@ -69,7 +81,7 @@ private:
     // The platform's routines read their source through a pointer to non-const.
     VARIANT* borrowed() const noexcept { return const_cast<VARIANT*>(&value_); }
 
-    VARIANT value_;
+    VARIANT value_{};
 };
 
 // Whether an optional Variant argument was left out.

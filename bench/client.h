@@ -62,12 +62,17 @@ public:
     Text path;
 };
 
-// Calls a member that answers a text.
+// Calls a member that answers a text or a number.
 template <typename Call>
 Batch Asking(Call call) {
     return Repeating([call] {
-        Bstr answer;
-        Check(call(answer.put()));
+        if constexpr (std::is_invocable_v<const Call&, BSTR*>) {
+            Bstr answer;
+            Check(call(answer.put()));
+        } else {
+            long answer = 0;
+            Check(call(&answer));
+        }
     });
 }
 

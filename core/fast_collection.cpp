@@ -20,6 +20,7 @@ constexpr SIZE_T kWidth = kPointerBytes / kEntryBytes;
 constexpr SIZE_T kKeyLengthBytes = sizeof(DWORD);
 constexpr SIZE_T kKeyOverhead = kKeyLengthBytes + sizeof(wchar_t);
 constexpr long kTextCompare = 1;
+constexpr const wchar_t* kGetItem = L"Item (Get)";
 
 [[noreturn]] void Fail(long number, const wchar_t* label, TextView description = {}) {
     throw Error(number, Text(L"kelSDK.FastCollection.") + label, description);
@@ -49,6 +50,29 @@ TextView TextOf(const VARIANT& index) noexcept {
 bool IsGiven(const VARIANT* argument) noexcept {
     return !automation::IsMissing(argument);
 }
+
+// A key with the layout of an automation string, as the platform's routines want it; short ones, the
+// rule, without any allocation.
+class KeyText {
+public:
+    explicit KeyText(TextView key) {
+        if (key.size() < kShort) {
+            length_ = static_cast<DWORD>(key.size() * sizeof(wchar_t));
+            *std::copy(key.begin(), key.end(), short_) = L'\0';
+        } else {
+            long_ = Bstr(key);
+        }
+    }
+    BSTR get() noexcept { return long_.get() != nullptr ? long_.get() : short_; }
+
+private:
+    static constexpr std::size_t kShort = 64;
+
+    // The length stands directly in front of the characters.
+    DWORD length_ = 0;
+    wchar_t short_[kShort];
+    Bstr long_;
+};
 
 // Whether a key is made of ASCII letters, digits and blanks only: two such keys are the same to
 // every locale when they are the same to the byte. The locale's comparison takes hundreds of
@@ -201,19 +225,21 @@ FastCollection::ItemRecord& FastCollection::RecordAt(long index, const wchar_t* 
 }
 
 Variant FastCollection::Item(const VARIANT& index) const {
-    constexpr const wchar_t* kLabel = L"Item (Get)";
     const VARIANT& target = Target(index);
     if (IsIndexNumber(target)) {
-        return Variant(RecordAt(IndexNumber(target), kLabel).Value);
+        return Variant(RecordAt(IndexNumber(target), kGetItem).Value);
     }
     if (!IsText(target)) {
-        Fail(automation::kInvalidCall, kLabel);
+        Fail(automation::kInvalidCall, kGetItem);
     }
-    const TextView key = TextOf(target);
+    return Item(TextOf(target));
+}
+
+Variant FastCollection::Item(TextView key) const {
     const ItemRecord* record = FindKey(key);
     if (record == nullptr) {
         Fail(automation::kInvalidArrayIndex,
-             kLabel,
+             kGetItem,
              Text(L"Invalid property array index '").append(key).append(L"'"));
     }
     return Variant(record->Value);
@@ -342,10 +368,14 @@ void FastCollection::RemoveByIndex(long index) {
 }
 
 FastCollection::ItemRecord* FastCollection::FindKey(TextView key) const {
-    const Bstr wanted(compareMode_ == kTextCompare ? TextView(automation::Lower(key)) : key);
+    ItemRecord*& last = storage_.lastFound;
+    if (last != nullptr && automation::View(last->Key) == key) {
+        return last;
+    }
+    KeyText wanted(compareMode_ == kTextCompare ? TextView(automation::Lower(key)) : key);
     for (const KeyNode* node = *BucketOf(wanted.get()); node != nullptr; node = node->Next) {
         if (SameKey(node->Key, wanted.get())) {
-            return node->Item;
+            return last = node->Item;
         }
     }
     return nullptr;
@@ -372,6 +402,7 @@ void FastCollection::UnlinkKey(BSTR storedKey) noexcept {
     if (storedKey == nullptr) {
         return;
     }
+    storage_.lastFound = nullptr;
     for (KeyNode** link = BucketOf(storedKey); *link != nullptr; link = &(*link)->Next) {
         KeyNode* const node = *link;
         if (node->Key == storedKey || SameKey(node->Key, storedKey)) {

@@ -74,6 +74,7 @@ public:
     // A copy of the item at an index (integer, single, double or byte) or under a key (text).
     //   throws  381 when there is none, 5 for another kind of index
     Variant Item(const VARIANT& index) const;
+    Variant Item(TextView key) const;
     Variant ItemByIndex(long index) const;
     Variant ItemByKey(TextView key) const;
 
@@ -121,6 +122,8 @@ private:
         long increment = kInitialCapacity;
         long lastRemoved = 0;  // index of the item removed last, for the enumerators
         bool writable = true;
+        // The record found by key last: forms ask for the same names again and again.
+        mutable ItemRecord* lastFound = nullptr;
     };
 
     static Storage CreateStorage();

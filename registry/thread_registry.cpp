@@ -23,11 +23,7 @@ Factories installed{};
 
 template <typename Interface>
 ComPtr<Interface> ItemAs(core::FastCollection& list, TextView key) {
-    const automation::Bstr keyText(key);
-    VARIANT index;
-    V_VT(&index) = VT_BSTR;
-    V_BSTR(&index) = keyText.get();
-    auto object = list.Item(index).template object<Interface>();
+    auto object = list.Item(key).template object<Interface>();
     if (!object) {
         throw Error(automation::kNoInterface);
     }

@@ -14,7 +14,7 @@ short FieldRow(int row) {
 
 RowsControl::RowsControl(KeyField& field,
                          HWND window,
-                         std::wstring name,
+                         const std::wstring& name,
                          const std::vector<Column>& columns)
     : FieldControl(field, window, name),
       editor_(
@@ -121,7 +121,7 @@ void RowsControl::ForEachAttribute(Change&& change) {
         }
         done.push_back(part.amc);
         part.item->put_SMC(0);
-        change(*part.item.get());
+        change(*part.item);
         part.item->put_SMC(part.smc);
     }
     isChanging_ = false;

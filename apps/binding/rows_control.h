@@ -21,7 +21,7 @@ public:
     // Double click or F2 edits a cell; the keys Insert and Delete make and remove rows.
     RowsControl(KeyField& field,
                 HWND window,
-                std::wstring name,
+                const std::wstring& name,
                 const std::vector<Column>& columns);
 
     void Show() override;

@@ -26,7 +26,7 @@ bool IsOfClass(HWND window, const wchar_t* name) {
 
 ValueControl::ValueControl(KeyField& field,
                            HWND window,
-                           std::wstring name,
+                           const std::wstring& name,
                            const Definition& definition,
                            WriteBack writeBack)
     : FieldControl(field, window, name),
@@ -164,10 +164,10 @@ ValueControl::Change CheckControl::ChangeOf(UINT code) const {
 
 ChoiceControl::ChoiceControl(KeyField& field,
                              HWND window,
-                             std::wstring name,
+                             const std::wstring& name,
                              const Definition& definition,
-                             std::vector<Choice> choices)
-    : ValueControl(field, window, std::move(name), definition),
+                             const std::vector<Choice>& choices)
+    : ValueControl(field, window, name, definition),
       isCombo_(IsOfClass(window, L"ComboBox")) {
     for (const Choice& choice : choices) {
         Add(choice);
@@ -202,8 +202,8 @@ std::wstring ChoiceControl::Entered() const {
 }
 
 ValueControl::Change ChoiceControl::ChangeOf(UINT code) const {
-    const UINT changed = isCombo_ ? UINT{CBN_SELCHANGE} : UINT{LBN_SELCHANGE};
-    return {.isChange = code == changed, .isWhole = true};
+    static_assert(CBN_SELCHANGE == LBN_SELCHANGE);  // it may be either kind
+    return {.isChange = code == CBN_SELCHANGE, .isWhole = true};
 }
 
 }  // namespace kel::binding

@@ -17,7 +17,7 @@ class ValueControl : public FieldControl {
 public:
     ValueControl(KeyField& field,
                  HWND window,
-                 std::wstring name,
+                 const std::wstring& name,
                  const Definition& definition,
                  WriteBack writeBack = WriteBack::kOnLeaving);
 
@@ -84,9 +84,9 @@ class ChoiceControl final : public ValueControl {
 public:
     ChoiceControl(KeyField& field,
                   HWND window,
-                  std::wstring name,
+                  const std::wstring& name,
                   const Definition& definition,
-                  std::vector<Choice> choices);
+                  const std::vector<Choice>& choices);
 
 private:
     void Display(const std::wstring& text) override;

@@ -33,7 +33,7 @@ const wchar_t* NameOf(const std::array<const wchar_t*, count>& names, DISPID eve
 
 EventWindow::EventWindow(const binding::KeyField& field, const Connection& connection) {
     Create(L"Events", {480, 300}, WS_OVERLAPPEDWINDOW, nullptr);
-    const std::wstring keyId = field.keyId();
+    const std::wstring& keyId = field.keyId();
     fieldEvents_ =
         binding::Subscription(field.callback(),
                               __uuidof(__kelFieldCallBack),

@@ -124,16 +124,15 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
     const std::vector<std::wstring> arguments(words + 1, words + count);
     LocalFree(words);
     std::wstring failure;
-    bool hasWindows = true;
+    Options options;
     try {
         const Apartment apartment;
-        const Options options = ParseOptions(arguments);
-        hasWindows = options.print.empty() && options.hold.empty() && !options.isSelfTest;
+        options = ParseOptions(arguments);
         return Run(options);
     } catch (const std::exception&) {
         failure = CurrentFailureInWords();
     }
-    if (hasWindows) {
+    if (options.print.empty() && options.hold.empty() && !options.isSelfTest) {
         MessageBoxW(nullptr, failure.c_str(), L"Countries", MB_ICONERROR);
     } else {
         PrintLine(failure);

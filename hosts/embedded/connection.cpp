@@ -26,6 +26,7 @@ void AccountSurroundings::CallProgram(TextView name, std::vector<Text>& argument
     std::vector<automation::Variant> values;
     std::vector<VARIANT*> addresses;
     values.reserve(arguments.size());
+    addresses.reserve(arguments.size());
     for (const Text& argument : arguments) {
         values.emplace_back(Wide(argument));
     }

@@ -12,6 +12,8 @@ struct Named {
     TextView word;
     Meaning meaning;
 };
+template <typename Meaning>
+Named(TextView, Meaning) -> Named<Meaning>;
 
 constexpr std::array kKeywords{
     Named{TextView(u"A"), Keyword::kThrowaway},

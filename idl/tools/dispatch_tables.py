@@ -41,7 +41,8 @@ def table(interface, lines):
         entries.append(f'    MakeMember<&{name}::{cpp}, {result}, {booleans(m)}>(')
         entries.append(f'        {m.id}, {KINDS[m.kind]}, L"{m.name}", {parameters}),')
     lines += [f'constexpr Members<{len(members)}> members_of{name}{{{{', *entries, '}};']
-    lines.append(f'constexpr auto names_of{name} = NameSlots(members_of{name});')
+    lines.append(f'constexpr auto names_of{name} = NamePositions(members_of{name});')
+    lines.append(f'constexpr auto ids_of{name} = IdPositions<members_of{name}>();')
 
 
 def main(source, target):
@@ -59,7 +60,8 @@ def main(source, target):
     for interface in interfaces:
         name = interface.name
         lines += ['template <>', f'const DispatchTable& TableOf<{name}>() noexcept {{',
-                  f'    static constexpr DispatchTable table(members_of{name}, names_of{name});',
+                  f'    static constexpr DispatchTable table(',
+                  f'        members_of{name}, names_of{name}, ids_of{name});',
                   '    return table;', '}', '']
     lines.append('}  // namespace kel::automation')
     Path(target).write_text('\n'.join(lines) + '\n', encoding='utf-8')

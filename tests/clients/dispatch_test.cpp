@@ -482,7 +482,7 @@ TEST(RandomCalls, EndInAResultOrAnErrorOfTheRightKind) {
         for (int i = 0; i < 500; ++i, ++made) {
             const auto& [table, target] = objects[draw(objects.size())];
             const DispatchMember& member = table->members()[draw(table->members().size())];
-            if (late.isSlow(member)) {
+            if (LateSession::isSlow(member)) {
                 continue;
             }
             std::vector<Variant> given;

@@ -117,5 +117,10 @@ int main(int argc, char** argv) {
         std::cerr << "usage: kel_cases FOLDER\n";
         return 2;
     }
-    return kel::multivalue::cases::RunFolder(argv[1]);
+    try {
+        return kel::multivalue::cases::RunFolder(argv[1]);
+    } catch (const std::exception& error) {
+        std::cerr << "kel_cases: " << error.what() << '\n';
+        return 2;
+    }
 }

@@ -23,42 +23,42 @@ std::string At(std::string_view drawn, Position position) {
 
 TEST(DynamicArray, EditsFollowTheRulesOfPositions) {
     enum class Edit { kReplace, kInsert, kDelete };
-    const Edit R = Edit::kReplace;
-    const Edit I = Edit::kInsert;
-    const Edit D = Edit::kDelete;
+    const Edit r = Edit::kReplace;
+    const Edit i = Edit::kInsert;
+    const Edit d = Edit::kDelete;
     const struct {
         Edit edit;
         const char* before;
         Position position;
         const char* after;
     } cases[] = {
-        {R, "A^B]C\\D^E", {5, 0, 0}, "A^B]C\\D^E^^X"},
-        {R, "A^B]C\\D^E", {1, 3, 0}, "A]]X^B]C\\D^E"},
-        {R, "A^B]C\\D^E", {2, 2, 2}, "A^B]C\\X^E"},
-        {R, "A^B]C\\D^E", {0, 0, 0}, "X"},
-        {R, "A^B", {0, 0, 3}, "X^B"},       // a lower position makes attribute 0 the first
-        {R, "A^B", {2, 0, 7}, "A^X"},       // value 0 hides the subvalue
-        {R, "A^B^", {-1, 0, 0}, "A^B^^X"},  // an empty last attribute counts
-        {R, "", {-1, -1, -1}, "X"},
-        {R, "A^^C", {2, -1, 0}, "A^X^C"},
-        {R, "A^B]C^D", {2, -1, 2}, "A^B]C]\\X^D"},
-        {R, "A", {3, -1, -1}, "A^^X"},
-        {I, "A^B]C\\D^E", {2, 1, 0}, "A^X]B]C\\D^E"},
-        {I, "A^B]C\\D^E", {2, 2, 2}, "A^B]C\\X\\D^E"},
-        {I, "A^B", {0, 0, 0}, "X^A^B"},
-        {I, "A^B", {4, 2, 1}, "A^B^^]X"},
-        {I, "A^", {2, 0, 0}, "A^X"},  // an empty last element is filled,
-        {I, "A^^C", {2, 1, 0}, "A^X^C"},
-        {I, "A^^C", {2, 0, 0}, "A^X^^C"},  // an empty one before the last moves up
-        {I, "A]B", {1, -1, 0}, "A]B]X"},
-        {D, "A^B]C\\D^E", {2, 2, 1}, "A^B]D^E"},
-        {D, "A^B]C\\D^E", {3, 0, 0}, "A^B]C\\D"},
-        {D, "A^B]C\\D^E", {1, 0, 0}, "B]C\\D^E"},
-        {D, "A^B]C", {2, 2, 0}, "A^B"},
-        {D, "A^B", {2, 1, 0}, "A^"},
-        {D, "A^B", {2, 1, -1}, "A^B"},
-        {D, "A^B", {9, 0, 0}, "A^B"},
-        {D, "A^B", {0, 0, 0}, ""},
+        {r, "A^B]C\\D^E", {5, 0, 0}, "A^B]C\\D^E^^X"},
+        {r, "A^B]C\\D^E", {1, 3, 0}, "A]]X^B]C\\D^E"},
+        {r, "A^B]C\\D^E", {2, 2, 2}, "A^B]C\\X^E"},
+        {r, "A^B]C\\D^E", {0, 0, 0}, "X"},
+        {r, "A^B", {0, 0, 3}, "X^B"},       // a lower position makes attribute 0 the first
+        {r, "A^B", {2, 0, 7}, "A^X"},       // value 0 hides the subvalue
+        {r, "A^B^", {-1, 0, 0}, "A^B^^X"},  // an empty last attribute counts
+        {r, "", {-1, -1, -1}, "X"},
+        {r, "A^^C", {2, -1, 0}, "A^X^C"},
+        {r, "A^B]C^D", {2, -1, 2}, "A^B]C]\\X^D"},
+        {r, "A", {3, -1, -1}, "A^^X"},
+        {i, "A^B]C\\D^E", {2, 1, 0}, "A^X]B]C\\D^E"},
+        {i, "A^B]C\\D^E", {2, 2, 2}, "A^B]C\\X\\D^E"},
+        {i, "A^B", {0, 0, 0}, "X^A^B"},
+        {i, "A^B", {4, 2, 1}, "A^B^^]X"},
+        {i, "A^", {2, 0, 0}, "A^X"},  // an empty last element is filled,
+        {i, "A^^C", {2, 1, 0}, "A^X^C"},
+        {i, "A^^C", {2, 0, 0}, "A^X^^C"},  // an empty one before the last moves up
+        {i, "A]B", {1, -1, 0}, "A]B]X"},
+        {d, "A^B]C\\D^E", {2, 2, 1}, "A^B]D^E"},
+        {d, "A^B]C\\D^E", {3, 0, 0}, "A^B]C\\D"},
+        {d, "A^B]C\\D^E", {1, 0, 0}, "B]C\\D^E"},
+        {d, "A^B]C", {2, 2, 0}, "A^B"},
+        {d, "A^B", {2, 1, 0}, "A^"},
+        {d, "A^B", {2, 1, -1}, "A^B"},
+        {d, "A^B", {9, 0, 0}, "A^B"},
+        {d, "A^B", {0, 0, 0}, ""},
     };
     for (const auto& c : cases) {
         DynamicArray array = Make(c.before);

@@ -109,7 +109,7 @@ TEST(SqliteStore, ReadOnlySessionsReadAndChangeNothing) {
 TEST(SqliteStore, AFullAccountKeepsWhatItHas) {
     const AccountFolder folder;
     StoreOptions options = Quick();
-    options.maxBytes = 256 * 1024;
+    options.maxBytes = 262144;
     const auto store = OpenStore(folder.Path(), options);
     const FileNumber file = store->CreateFile(u"F");
     const Text record(10000, u'x');
@@ -146,7 +146,8 @@ TEST(SqliteStore, KeepsARecordOfFiftyMegabytes) {
     const auto store = OpenStore(folder.Path(), Quick());
     const FileNumber file = store->CreateFile(u"F");
     for (char16_t unit : {u'\u00FC', u'\u20AC'}) {
-        Text large(25'000'000, unit);
+        Text large;
+        large.resize(25000000, unit);
         large.back() = u'z';
         Put(*store, file, u"1", large);
         Text record;

@@ -10,7 +10,7 @@ void InstallFailingMemory();
 // While it lives, allocations on this thread count, and one of them fails.
 class Armed {
 public:
-    explicit Armed(long failing);
+    explicit Armed(long number);
     Armed(const Armed&) = delete;
     Armed& operator=(const Armed&) = delete;
     ~Armed();

@@ -25,7 +25,9 @@ struct PlainMemory {
     PlainMemory() = default;
     template <typename U>
     PlainMemory(const PlainMemory<U>&) {}  // NOLINT(google-explicit-constructor): an allocator's
-    T* allocate(std::size_t count) { return static_cast<T*>(std::malloc(count * sizeof(T))); }
+    T* allocate(std::size_t count) {
+        return static_cast<T*>(std::malloc(count * sizeof(T)));  // NOLINT(bugprone-sizeof-expression)
+    }
     void deallocate(T* block, std::size_t) { std::free(block); }
     friend bool operator==(const PlainMemory&, const PlainMemory&) { return true; }
 };
