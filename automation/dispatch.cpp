@@ -183,6 +183,7 @@ HRESULT DispatchInvoke(const DispatchTable& table,
     if (member == nullptr) {
         return DISP_E_MEMBERNOTFOUND;
     }
+    const ComPtr<IDispatch> keep(object);
     try {
         return Invoke(*member, object, lcid, *params, result, exception, argumentIndex);
     } catch (const std::bad_alloc&) {

@@ -13,8 +13,7 @@ namespace kel::automation {
 HRESULT DispatchNames(
     const DispatchTable& table, REFIID riid, LPOLESTR* names, UINT count, DISPID* ids) noexcept;
 
-// IDispatch::Invoke. As in every COM call the caller holds the object; a member that runs code of
-// clients holds it itself.
+// IDispatch::Invoke. The object is held for the call, which may release its last other reference.
 //   object  the object seen as the interface that the table is for
 HRESULT DispatchInvoke(const DispatchTable& table,
                        IDispatch* object,

@@ -51,8 +51,8 @@ bool IsGiven(const VARIANT* argument) noexcept {
     return !automation::IsMissing(argument);
 }
 
-// A key with the layout of an automation string, as the platform's routines want it; short ones, the
-// rule, without any allocation.
+// A key with the layout of an automation string, as the platform's routines want it; short ones,
+// the rule, without any allocation.
 class KeyText {
 public:
     explicit KeyText(TextView key) {

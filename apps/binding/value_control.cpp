@@ -167,8 +167,7 @@ ChoiceControl::ChoiceControl(KeyField& field,
                              const std::wstring& name,
                              const Definition& definition,
                              const std::vector<Choice>& choices)
-    : ValueControl(field, window, name, definition),
-      isCombo_(IsOfClass(window, L"ComboBox")) {
+    : ValueControl(field, window, name, definition), isCombo_(IsOfClass(window, L"ComboBox")) {
     for (const Choice& choice : choices) {
         Add(choice);
     }

@@ -26,7 +26,8 @@ struct PlainMemory {
     template <typename U>
     PlainMemory(const PlainMemory<U>&) {}  // NOLINT(google-explicit-constructor): an allocator's
     T* allocate(std::size_t count) {
-        return static_cast<T*>(std::malloc(count * sizeof(T)));  // NOLINT(bugprone-sizeof-expression)
+        return static_cast<T*>(
+            std::malloc(count * sizeof(T)));  // NOLINT(bugprone-sizeof-expression)
     }
     void deallocate(T* block, std::size_t) { std::free(block); }
     friend bool operator==(const PlainMemory&, const PlainMemory&) { return true; }
