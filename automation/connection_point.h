@@ -25,6 +25,20 @@ struct Listener {
 // Changed by copying: whoever raises an event walks the list as it was when the event began.
 using Listeners = std::vector<std::shared_ptr<Listener>>;
 
+// A caller's text as an argument of an event, without a copy: it is the caller's for the time of
+// the call that raises the event.
+class LentText {
+public:
+    explicit LentText(BSTR text) noexcept {
+        V_VT(&value_) = VT_BSTR;
+        V_BSTR(&value_) = text;
+    }
+    const VARIANT& get() const noexcept { return value_; }
+
+private:
+    VARIANT value_{};
+};
+
 // The connection point of one event interface. A part of its owner: it shares the owner's life and
 // reference count. Listeners are told in the order in which they came; a listener that leaves while
 // an event is raised hears nothing more, one that comes hears the next event.
@@ -36,8 +50,9 @@ public:
     ConnectionPoint(const ConnectionPoint&) = delete;
     ConnectionPoint& operator=(const ConnectionPoint&) = delete;
 
-    // Raises an event: every listener is called with the arguments (each a Variant, in declared
-    // order). Failing listeners are passed over. The owner is held while the event runs.
+    // Raises an event: every listener is called with the arguments (each a Variant or a
+    // LentText, in declared order). Failing listeners are passed over. The owner is held while the
+    // event runs.
     template <typename... Arguments>
     void raise(DISPID event, const Arguments&... arguments) noexcept {
         if constexpr (sizeof...(Arguments) == 0) {

@@ -1,5 +1,7 @@
 #include "automation/variant.h"
 
+#include <utility>
+
 #include "automation/error.h"
 
 namespace kel::automation {
@@ -55,7 +57,15 @@ Variant Variant::Missing() noexcept {
     return result;
 }
 
-Bstr Variant::text() const {
+Bstr Variant::text() && {
+    if (V_VT(&value_) != VT_BSTR) {
+        return std::as_const(*this).text();
+    }
+    const VARIANT raw = detach();
+    return Bstr::Adopt(V_BSTR(&raw));
+}
+
+Bstr Variant::text() const& {
     if (V_VT(&value_) == VT_BSTR) {
         return Bstr(View(V_BSTR(&value_)));
     }

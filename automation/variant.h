@@ -6,6 +6,22 @@
 
 namespace kel::automation {
 
+inline bool IsObject(const VARIANT& value) noexcept {
+    return V_VT(&value) == VT_DISPATCH || V_VT(&value) == VT_UNKNOWN;
+}
+
+// The object held, through interface T; empty when there is none.
+template <typename T>
+ComPtr<T> ObjectIn(const VARIANT& value) noexcept {
+    ComPtr<T> result;
+    if (IsObject(value) && V_UNKNOWN(&value) != nullptr &&
+        FAILED(V_UNKNOWN(&value)->QueryInterface(__uuidof(T),
+                                                 reinterpret_cast<void**>(result.put())))) {
+        result.reset();
+    }
+    return result;
+}
+
 // Holds one VARIANT and clears it. Same verbs as ComPtr.
 class Variant {
 public:
@@ -56,24 +72,16 @@ public:
         V_VT(&value_) = VT_EMPTY;
     }
 
-    bool isObject() const noexcept {
-        return V_VT(&value_) == VT_DISPATCH || V_VT(&value_) == VT_UNKNOWN;
-    }
-    // The object held, through interface T; empty when there is none.
+    bool isObject() const noexcept { return IsObject(value_); }
     template <typename T>
     ComPtr<T> object() const noexcept {
-        ComPtr<T> result;
-        if (isObject() && V_UNKNOWN(&value_) != nullptr &&
-            FAILED(V_UNKNOWN(&value_)->QueryInterface(__uuidof(T),
-                                                      reinterpret_cast<void**>(result.put())))) {
-            result.reset();
-        }
-        return result;
+        return ObjectIn<T>(value_);
     }
 
     // The value as text by the platform's coercion rules.
     //   throws  13 (type mismatch) for what has no text
-    Bstr text() const;
+    Bstr text() const&;
+    Bstr text() &&;  // a text without a copy
     // The value as a truth value by the platform's coercion rules; throws 13.
     bool boolean() const;
 

@@ -50,6 +50,23 @@ private:
     std::unique_ptr<demo::Subscription> subscription_;
 };
 
+// A control: shows its value again whenever it is told to.
+class Control final : public FieldListener {
+public:
+    explicit Control(ComPtr<_kelDictItem> item) : item_(std::move(item)) {}
+    long shown() const { return shown_; }
+
+private:
+    void Hear(DISPID, const demo::Arguments&) override {
+        Bstr value;
+        Check(item_->get_ExternalValue(0, value.put()));
+        shown_ += value.view().empty() ? 0 : 1;
+    }
+
+    const ComPtr<_kelDictItem> item_;
+    long shown_ = 0;
+};
+
 // An account file of the embedded back-end with one file of records; gone with this object.
 class TemporaryAccount {
 public:
@@ -100,11 +117,18 @@ struct NamedCall {
 
 void MeasureLateBound();
 void MeasureCollections();
+void MeasureLists();
 void MeasureEvents();
 void MeasureEmbedded();
+void MeasureControls();
+void MeasureIdleSession();
+// What the cost of a step does as the things that it may depend on become more.
+void MeasureGrowth();
 void MeasureStartUp();
-// Opens the account, unless the path is empty, reads a record and ends the process.
-void StartUpChild(TextView account);
+// Reads a record of the account, through the component or with the storage engine alone, and ends
+// the process; an empty path only ends it.
+enum class StartUp { kComponent, kEngine };
+void StartUpChild(StartUp how, TextView account);
 // Read, edit, write over and over with the memory after each tenth; whether nothing grew.
 bool Soak(long cycles);
 

@@ -36,8 +36,8 @@ void PrintMachine() {
 int Run(int count, wchar_t** arguments) {
     constexpr long kMillion = 1000000;
     const TextView what = count > 1 ? arguments[1] : L"";
-    if (what == L"--child" && count > 2) {
-        StartUpChild(arguments[2]);
+    if ((what == L"--child" || what == L"--plain-child") && count > 2) {
+        StartUpChild(what == L"--child" ? StartUp::kComponent : StartUp::kEngine, arguments[2]);
     }
     PrintMachine();
     if (what == L"--soak") {
@@ -45,8 +45,12 @@ int Run(int count, wchar_t** arguments) {
     }
     MeasureLateBound();
     MeasureCollections();
+    MeasureLists();
     MeasureEvents();
     MeasureEmbedded();
+    MeasureControls();
+    MeasureIdleSession();
+    MeasureGrowth();
     MeasureStartUp();
     std::printf("\n%d targets missed\n", MissedTargets());
     return 0;

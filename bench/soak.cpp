@@ -1,12 +1,9 @@
 // Long runs of reading, editing and writing with events: nothing may grow.
-#include <windows.h>
-
-#include <psapi.h>
-
 #include <array>
 #include <cstdio>
 
 #include "bench/client.h"
+#include "bench/usage.h"
 #include "tests/backend/test_backend.h"
 
 namespace kel::bench {
@@ -14,66 +11,20 @@ namespace {
 
 constexpr long kIds = 100;
 
-// What a process holds, each with its name and what a run may need more for the platform's caches.
-// GDI and USER objects stay 0 where the platform does not count them, as Wine 8.
+// The resources of Usage, each with its name and what a run may need more for the platform's
+// caches.
 struct Measure {
     const char* name;
     std::size_t allowed;
 };
 constexpr std::size_t kMega = 1 << 20;
-constexpr std::array kMeasures{Measure{"working set", kMega},
-                               Measure{"committed", kMega},
-                               Measure{"in heaps", 1 << 14},
-                               Measure{"heaps", 0},
-                               Measure{"handles", 0},
-                               Measure{"GDI", 0},
-                               Measure{"USER", 0}};
-using Usage = std::array<std::size_t, kMeasures.size()>;
-
-Usage UsageNow() {
-    PROCESS_MEMORY_COUNTERS memory{};
-    GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
-    std::array<HANDLE, 256> heaps{};
-    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
-    std::size_t used = 0;
-    for (DWORD i = 0; i < count && i < heaps.size(); ++i) {
-        PROCESS_HEAP_ENTRY entry{};
-        while (HeapWalk(heaps[i], &entry)) {
-            used += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
-        }
-    }
-    // The platform's own counter is not implemented everywhere; handles are small multiples of 4.
-    std::size_t handles = 0;
-    for (ULONG_PTR value = 4; value < 1 << 14; value += 4) {
-        DWORD flags = 0;
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is a number
-        handles += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) ? 1U : 0U;
-    }
-    return {memory.WorkingSetSize,
-            memory.PagefileUsage,
-            used,
-            count,
-            handles,
-            GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS),
-            GetGuiResources(GetCurrentProcess(), GR_USEROBJECTS)};
-}
-
-// A control: shows its value again whenever it is told to.
-class Control final : public FieldListener {
-public:
-    explicit Control(ComPtr<_kelDictItem> item) : item_(std::move(item)) {}
-    long shown() const { return shown_; }
-
-private:
-    void Hear(DISPID, const demo::Arguments&) override {
-        Bstr value;
-        Check(item_->get_ExternalValue(0, value.put()));
-        shown_ += value.view().empty() ? 0 : 1;
-    }
-
-    const ComPtr<_kelDictItem> item_;
-    long shown_ = 0;
-};
+constexpr std::array<Measure, kResources> kMeasures{{{"working set", kMega},
+                                                     {"committed", kMega},
+                                                     {"in heaps", 1 << 14},
+                                                     {"heaps", 0},
+                                                     {"handles", 0},
+                                                     {"GDI", 0},
+                                                     {"USER", 0}}};
 
 void Cycle(const Client& client, _kelDictItem& item, long number) {
     const Bstr text(Numbered(number % kIds));

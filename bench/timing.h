@@ -35,6 +35,9 @@ void PrintHead(const char* title);
 //   target  highest ratio that is good enough, or kNoTarget
 void Compare(const Way& ours, const Way& other, double target = kNoTarget);
 
+// The time of one step, the median of some rounds.
+double MedianNs(const Batch& batch);
+
 // Comparisons that missed their target.
 int MissedTargets();
 

@@ -194,6 +194,14 @@ STDMETHODIMP DictItem::get_DictRead(enumDictRead* result) noexcept {
 STDMETHODIMP DictItem::get_DictErrMsg(BSTR* result) noexcept {
     return GiveText(dictErrMsg_, result);
 }
+STDMETHODIMP DictItem::GetAddress(LPWSTR* keyId, long* amc, long* vmc, long* smc) noexcept {
+    *keyId = definition.keyId.data();
+    *amc = effectiveAmc();
+    *vmc = effective(RowLevel::kValue, definition.vmc);
+    *smc = effective(RowLevel::kSubvalue, definition.smc);
+    return S_OK;
+}
+
 STDMETHODIMP DictItem::SetDictRead(long state) noexcept {
     return ComMethod([&] { dictRead_ = static_cast<enumDictRead>(state); });
 }

@@ -7,6 +7,7 @@
 
 namespace kel::client {
 
+using automation::Bstr;
 using automation::ComPtr;
 using automation::Text;
 
@@ -126,6 +127,7 @@ public:
     STDMETHODIMP RemoveRow(short index) noexcept override;
 
     // IDictItemState: for the engine
+    STDMETHODIMP GetAddress(LPWSTR* keyId, long* amc, long* vmc, long* smc) noexcept override;
     STDMETHODIMP SetDictRead(long state) noexcept override;
     STDMETHODIMP SetDictErrMsg(BSTR message) noexcept override;
 
@@ -152,11 +154,11 @@ private:
     static ComPtr<_kelInfo> recordState(_kelDBMS& engine, automation::TextView keyId);
     static Text recNoOf(_kelDBMS& engine, automation::TextView keyId);
 
-    Text extract(_kelDBMS& engine);
-    Text internalValue(_kelDBMS& engine);
+    Bstr extract(_kelDBMS& engine);
+    Bstr internalValue(_kelDBMS& engine);
     void letInternalValue(_kelDBMS& engine, BSTR value);
     // The value of the member InternalValue for another member, within its row override.
-    Text ownInternalValue(short index);
+    Bstr ownInternalValue(short index);
 
     enumDictRead dictRead_ = DictReadPending;
     Text dictErrMsg_;

@@ -61,18 +61,18 @@ private:
     bool clears_;
 };
 
-Text DictItem::extract(_kelDBMS& engine) {
+Bstr DictItem::extract(_kelDBMS& engine) {
     Bstr value;
     CallOut([&] { return engine.Extract(self(), value.put()); });
-    return Text(value.view());
+    return value;
 }
 
-Text DictItem::internalValue(_kelDBMS& engine) {
-    Text value;
+Bstr DictItem::internalValue(_kelDBMS& engine) {
+    Bstr value;
     const bool isKey = effectiveAmc() == 0;
     Ignoring([&] {
         // The record's key belongs to the session that the item names itself.
-        value = isKey ? recNoOf(*engineOf(definition.session), readKeyId()) : extract(engine);
+        value = isKey ? Bstr(recNoOf(*engineOf(definition.session), readKeyId())) : extract(engine);
     });
     if (!definition.correlative.empty()) {
         Text recNo;
@@ -83,17 +83,16 @@ Text DictItem::internalValue(_kelDBMS& engine) {
             if (definition.vmc < SHRT_MIN || definition.vmc > SHRT_MAX) {
                 throw Error(kOverflow);
             }
-            const Bstr current(value);
             const Bstr key(recNo);
             Bstr derived;
             CallOut([&] {
-                return engine.ProcessCorrelative(current.get(),
+                return engine.ProcessCorrelative(value.get(),
                                                  key.get(),
                                                  static_cast<short>(definition.vmc),
                                                  self(),
                                                  derived.put());
             });
-            value = derived.view();
+            value = std::move(derived);
         });
     }
     return value;
@@ -104,7 +103,7 @@ STDMETHODIMP DictItem::get_InternalValue(short index, BSTR* result) noexcept {
     return ComMethod([&] {
         Out out{result};
         const ComPtr<_kelDictItem> keep(self());
-        Text value;
+        Bstr value;
         Ignoring([&] {
             const Text session = sessionName();
             if (!session.empty()) {
@@ -112,7 +111,7 @@ STDMETHODIMP DictItem::get_InternalValue(short index, BSTR* result) noexcept {
                 value = internalValue(*engineOf(session));
             }
         });
-        out = TextView(value);
+        out = std::move(value);
     });
 }
 
@@ -153,10 +152,10 @@ STDMETHODIMP DictItem::put_InternalValue(short index, BSTR value) noexcept {
     });
 }
 
-Text DictItem::ownInternalValue(short index) {
+Bstr DictItem::ownInternalValue(short index) {
     Bstr value;
     CallOut([&] { return get_InternalValue(index, value.put()); });
-    return Text(value.view());
+    return value;
 }
 
 STDMETHODIMP DictItem::get_ExternalValue(short index, BSTR* result) noexcept {
@@ -169,7 +168,7 @@ STDMETHODIMP DictItem::get_ExternalValue(short index, BSTR* result) noexcept {
                 return;
             }
             const RowOverride row(*this, index);
-            Bstr value(ownInternalValue(0));
+            Bstr value = ownInternalValue(0);
             if (!definition.defaultProg.empty()) {
                 const Bstr program(definition.defaultProg);
                 const Bstr kind(L"D");
@@ -181,7 +180,7 @@ STDMETHODIMP DictItem::get_ExternalValue(short index, BSTR* result) noexcept {
                 Variant converted;
                 CallOut(
                     [&] { return engine->Oconv(value.get(), conversion.get(), converted.put()); });
-                value = converted.text();
+                value = std::move(converted).text();
             }
             out = std::move(value);
         });
@@ -202,7 +201,7 @@ STDMETHODIMP DictItem::put_ExternalValue(short index, BSTR entered) noexcept {
             const Bstr conversion(definition.conversion);
             Variant converted;
             CallOut([&] { return engine->Iconv(value.get(), conversion.get(), converted.put()); });
-            value = converted.text();
+            value = std::move(converted).text();
         }
         if (!definition.validationProg.empty()) {
             const Bstr program(definition.validationProg);
@@ -231,7 +230,7 @@ STDMETHODIMP DictItem::get_DisplayValue(EnumDisplayType displayType,
         Text shown(View(value));
         Text explained(description != nullptr ? View(*description) : TextView());
         if (shown.empty()) {
-            Ignoring([&] { shown = ownInternalValue(index); });
+            Ignoring([&] { shown = ownInternalValue(index).view(); });
         }
         if (explained.empty() && !definition.correlative.empty()) {
             Ignoring([&] {

@@ -291,7 +291,7 @@ STDMETHODIMP Tools::Oconv(BSTR value, BSTR convert, BSTR* result) noexcept {
         Out out{result};
         Variant converted;
         callEngine([&](_kelDBMS& engine) { return engine.Oconv(value, convert, converted.put()); });
-        out = converted.text();
+        out = std::move(converted).text();
     });
 }
 
@@ -300,7 +300,7 @@ STDMETHODIMP Tools::Iconv(BSTR value, BSTR convert, BSTR* result) noexcept {
         Out out{result};
         Variant converted;
         callEngine([&](_kelDBMS& engine) { return engine.Iconv(value, convert, converted.put()); });
-        out = converted.text();
+        out = std::move(converted).text();
     });
 }
 

@@ -77,42 +77,56 @@ const Variant& Collection::at(long index) const {
     if (index < 1 || index > count()) {
         throw Error(kSubscriptOutOfRange);
     }
-    return items_[static_cast<std::size_t>(index - 1)].value;
+    return items_[static_cast<std::size_t>(index - 1)]->value;
 }
 
 const Variant* Collection::find(TextView key) const {
-    const Text lowered = Lower(key);
-    const auto found = std::find_if(items_.begin(), items_.end(), [&](const Entry& entry) {
-        return !entry.key.empty() && entry.key == lowered;
-    });
-    return found != items_.end() ? &found->value : nullptr;
+    const Entry* found = keyed(Lower(key));
+    return found != nullptr ? &found->value : nullptr;
+}
+
+Collection::Entry* Collection::keyed(TextView key) const {
+    const auto found = keys_.find(key);
+    return found != keys_.end() ? found->second : nullptr;
 }
 
 void Collection::add(Variant item, TextView key) {
-    insert(items_.size(), std::move(item), Lower(key));
+    insert(count(), std::move(item), Lower(key));
 }
 
-void Collection::insert(std::size_t at, Variant item, Text key) {
-    if (!key.empty() && std::any_of(items_.begin(), items_.end(), [&](const Entry& entry) {
-            return entry.key == key;
-        })) {
+void Collection::insert(std::ptrdiff_t at, Variant item, Text key) {
+    if (keyed(key) != nullptr) {
         throw Error(kKeyExists);
     }
-    items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(at),
-                  Entry{std::move(item), std::move(key)});
+    auto made = std::make_unique<Entry>(Entry{std::move(item), std::move(key)});
+    Entry& entry = *made;
+    const auto place = items_.insert(items_.begin() + at, std::move(made));
+    if (!entry.key.empty()) {
+        try {
+            keys_.emplace(entry.key, &entry);
+        } catch (...) {
+            items_.erase(place);
+            throw;
+        }
+    }
 }
 
-std::size_t Collection::position(const VARIANT& index) const {
+std::ptrdiff_t Collection::position(const VARIANT& index) const {
+    const auto found =
+        std::find_if(items_.begin(), items_.end(), [wanted = &entry(index)](const auto& item) {
+            return item.get() == wanted;
+        });
+    return found - items_.begin();
+}
+
+Collection::Entry& Collection::entry(const VARIANT& index) const {
     const Variant target = Variant::Through(index);
     if (V_VT(&target.get()) == VT_BSTR) {
-        const Text key = Lower(View(V_BSTR(&target.get())));
-        const auto found = std::find_if(items_.begin(), items_.end(), [&](const Entry& entry) {
-            return !entry.key.empty() && entry.key == key;
-        });
-        if (found == items_.end()) {
+        Entry* found = keyed(Lower(View(V_BSTR(&target.get()))));
+        if (found == nullptr) {
             throw Error(kInvalidCall);
         }
-        return static_cast<std::size_t>(found - items_.begin());
+        return *found;
     }
     if (!IsIndexNumber(target.get())) {
         throw Error(kTypeMismatch);
@@ -122,7 +136,7 @@ std::size_t Collection::position(const VARIANT& index) const {
         V_I4(&number.get()) < 1 || V_I4(&number.get()) > count()) {
         throw Error(kSubscriptOutOfRange);
     }
-    return static_cast<std::size_t>(V_I4(&number.get()) - 1);
+    return *items_[static_cast<std::size_t>(V_I4(&number.get()) - 1)];
 }
 
 STDMETHODIMP Collection::Add(VARIANT item, VARIANT key, VARIANT before, VARIANT after) noexcept {
@@ -132,7 +146,7 @@ STDMETHODIMP Collection::Add(VARIANT item, VARIANT key, VARIANT before, VARIANT 
         if (isBefore && isAfter) {
             throw Error(kInvalidCall);
         }
-        std::size_t at = items_.size();
+        std::ptrdiff_t at = count();
         if (isBefore) {
             at = position(before);
         } else if (isAfter) {
@@ -152,15 +166,16 @@ STDMETHODIMP Collection::get_Count(long* result) noexcept {
 STDMETHODIMP Collection::get_Item(VARIANT index, VARIANT* result) noexcept {
     return ComMethod([&] {
         Out out{result};
-        out = Variant(items_[position(index)].value);
+        out = Variant(entry(index).value);
     });
 }
 
 STDMETHODIMP Collection::Remove(VARIANT index) noexcept {
     return ComMethod([&] {
-        const auto at = items_.begin() + static_cast<std::ptrdiff_t>(position(index));
-        const Entry leaving = std::move(*at);  // released when the list is whole again
+        const auto at = items_.begin() + position(index);
+        const std::unique_ptr<Entry> leaving = std::move(*at);  // released when all is whole again
         items_.erase(at);
+        keys_.erase(leaving->key);
     });
 }
 

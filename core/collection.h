@@ -2,6 +2,8 @@
 // field errors and mandatory fields.
 #pragma once
 
+#include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "automation/object.h"
@@ -37,11 +39,16 @@ private:
 
     ~Collection() override = default;
 
-    // Position in items_ of an index from 1 or a key. Throws 5, 9, 13.
-    std::size_t position(const VARIANT& index) const;
-    void insert(std::size_t at, automation::Variant item, automation::Text key);
+    // The entry under an index from 1 or a key. Throws 5, 9, 13.
+    Entry& entry(const VARIANT& index) const;
+    // Its position in items_.
+    std::ptrdiff_t position(const VARIANT& index) const;
+    // The entry under a lower-case key, or null.
+    Entry* keyed(automation::TextView key) const;
+    void insert(std::ptrdiff_t at, automation::Variant item, automation::Text key);
 
-    std::vector<Entry> items_;
+    std::vector<std::unique_ptr<Entry>> items_;
+    std::unordered_map<automation::TextView, Entry*> keys_;  // the texts are the entries' own
 };
 
 }  // namespace kel::core

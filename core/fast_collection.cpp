@@ -232,29 +232,29 @@ Variant FastCollection::Item(const VARIANT& index) const {
     if (!IsText(target)) {
         Fail(automation::kInvalidCall, kGetItem);
     }
-    return Item(TextOf(target));
+    return Variant(Item(TextOf(target)));
 }
 
-Variant FastCollection::Item(TextView key) const {
+const VARIANT& FastCollection::Item(TextView key) const {
     const ItemRecord* record = FindKey(key);
     if (record == nullptr) {
         Fail(automation::kInvalidArrayIndex,
              kGetItem,
              Text(L"Invalid property array index '").append(key).append(L"'"));
     }
-    return Variant(record->Value);
+    return record->Value;
 }
 
 Variant FastCollection::ItemByIndex(long index) const {
     return Variant(RecordAt(index, L"ItemByIndex").Value);
 }
 
-Variant FastCollection::ItemByKey(TextView key) const {
+const VARIANT& FastCollection::ItemByKey(TextView key) const {
     const ItemRecord* record = FindKey(key);
     if (record == nullptr) {
         Fail(automation::kInvalidArrayIndex, L"ItemByKey");
     }
-    return Variant(record->Value);
+    return record->Value;
 }
 
 void FastCollection::LetItem(const VARIANT& index, const VARIANT& value) {

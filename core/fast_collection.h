@@ -74,9 +74,10 @@ public:
     // A copy of the item at an index (integer, single, double or byte) or under a key (text).
     //   throws  381 when there is none, 5 for another kind of index
     Variant Item(const VARIANT& index) const;
-    Variant Item(TextView key) const;
+    // The same, lent until the collection changes.
+    const VARIANT& Item(TextView key) const;
     Variant ItemByIndex(long index) const;
-    Variant ItemByKey(TextView key) const;
+    const VARIANT& ItemByKey(TextView key) const;  // lent
 
     // Replaces a value. An unknown key changes nothing and is no error.
     //   throws  383 when not writable, 381, 5

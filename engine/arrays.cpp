@@ -36,10 +36,9 @@ struct Dbms::Element {
 
 Dbms::Element Dbms::openElement(IDispatch* object, const wchar_t* source) {
     FieldItem item(object);
-    Text keyId = item.keyId();
-    const Position at = Position::Of(item);
-    Text key = RequireKey(keyId, source);
-    return {std::move(item), std::move(keyId), std::move(key), at};
+    FieldItem::Address address = item.address();
+    Text key = RequireKey(address.keyId, source);
+    return {std::move(item), std::move(address.keyId), std::move(key), address.at};
 }
 
 // Marks the record changed and, unless updates are held back, has the other controls refresh.

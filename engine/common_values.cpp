@@ -8,7 +8,7 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 STDMETHODIMP Dbms::get_CommonValue(BSTR commonName, VARIANT* result) noexcept {
     return ComMethod([&] {
         Out out{result};
-        Ignoring([&] { out = CommonList().ItemByKey(View(commonName)); });
+        Ignoring([&] { out = Variant(CommonList().ItemByKey(View(commonName))); });
     });
 }
 
@@ -30,7 +30,7 @@ STDMETHODIMP Dbms::put_CommonValue(BSTR commonName, VARIANT* value) noexcept {
 STDMETHODIMP Dbms::get_CommonObject(BSTR commonName, IDispatch** result) noexcept {
     return ComMethod([&] {
         Out out{result};
-        Ignoring([&] { out = CommonList().ItemByKey(View(commonName)).object<IDispatch>(); });
+        Ignoring([&] { out = ObjectIn<IDispatch>(CommonList().ItemByKey(View(commonName))); });
     });
 }
 

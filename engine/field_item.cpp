@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "kelEngine.h"
+
 namespace kel::engine {
 
 using automation::Error;
@@ -24,12 +26,22 @@ FieldItem::FieldItem(IDispatch* item) : item_(ComPtr<IDispatch>(item).as<_kelDic
     }
 }
 
-Position Position::Of(const FieldItem& item) {
-    const auto read = [&](HRESULT (STDMETHODCALLTYPE _kelDictItem::*getter)(long*)) {
-        return Narrow(automation::GetNumber(item.object(), getter));
+FieldItem::Address FieldItem::address() const {
+    if (const auto own = item_.as<IDictItemState>()) {
+        LPWSTR name = nullptr;
+        long amc = 0;
+        long vmc = 0;
+        long smc = 0;
+        automation::Check(own->GetAddress(&name, &amc, &vmc, &smc));
+        return {name, {Narrow(amc), Narrow(vmc), Narrow(smc)}};
+    }
+    const auto position = [&](HRESULT (STDMETHODCALLTYPE _kelDictItem::*getter)(long*)) {
+        return Narrow(automation::GetNumber(*item_, getter));
     };
-    return {
-        read(&_kelDictItem::get_AMC), read(&_kelDictItem::get_VMC), read(&_kelDictItem::get_SMC)};
+    return {keyId(),
+            {position(&_kelDictItem::get_AMC),
+             position(&_kelDictItem::get_VMC),
+             position(&_kelDictItem::get_SMC)}};
 }
 
 Text RequireKey(TextView keyId, const wchar_t* source) {

@@ -19,6 +19,10 @@ public:
 
     _kelDictItem& object() const noexcept { return *item_; }
 
+    // The key field's name and the position, as its members give them.
+    struct Address;
+    Address address() const;
+
     Text keyId() const { return text(&_kelDictItem::get_KeyId); }
     Text readKeyId() const { return text(&_kelDictItem::get_ReadKeyId); }
     Text text(HRESULT (STDMETHODCALLTYPE _kelDictItem::*getter)(BSTR*)) const {
@@ -40,9 +44,14 @@ struct Position {
     short vmc = 0;
     short smc = 0;
 
-    // Throws 6 (overflow) for a position that 16 bits do not hold.
-    static Position Of(const FieldItem& item);
     bool isWholeRecord() const noexcept { return amc == 0 && vmc == 0 && smc == 0; }
+};
+
+// Read without making strings where the item is of this component and this apartment.
+//   throws  6 (overflow) for a position that 16 bits do not hold
+struct FieldItem::Address {
+    Text keyId;
+    Position at;
 };
 
 // A key field's name in lower case, as everything is found by it.

@@ -44,7 +44,7 @@ STDMETHODIMP Dbms::mvOpen(BSTR fileName, short* result) noexcept {
 
 ComPtr<IDispatch> Dbms::fileVariable(TextView fileName) noexcept {
     ComPtr<IDispatch> fileVar;
-    Ignoring([&] { fileVar = FileVarList().ItemByKey(fileName).object<IDispatch>(); });
+    Ignoring([&] { fileVar = ObjectIn<IDispatch>(FileVarList().ItemByKey(fileName)); });
     return fileVar;
 }
 

@@ -192,7 +192,7 @@ STDMETHODIMP Dbms::CallCommonHost(
         }
         const Bstr progName(spec.substr(kHostProgramPrefix.size()));
         const bool isButton = TextView(item.text(&_kelDictItem::get_ControlName)) == kButton;
-        const Position at = isButton ? Position() : Position::Of(item);
+        const Position at = isButton ? Position() : item.address().at;
 
         const auto record = info(key);
         ComPtr<IDispatch> array = record->state.dynamicArray;

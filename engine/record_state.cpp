@@ -14,9 +14,9 @@ core::FastCollection& Dbms::made(List& list) {
 }
 
 ComPtr<RecordInfo> Dbms::info(TextView key) {
-    const auto object = InfoList().ItemByKey(key).object<IDispatch>();
     // Nothing else is ever put into this list.
-    return ComPtr<RecordInfo>(static_cast<RecordInfo*>(static_cast<_kelInfo*>(object.get())));
+    auto* const state = static_cast<_kelInfo*>(V_DISPATCH(&InfoList().ItemByKey(key)));
+    return ComPtr<RecordInfo>(static_cast<RecordInfo*>(state));
 }
 
 ComPtr<IDispatch> Dbms::newDynamicArray() {

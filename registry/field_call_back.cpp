@@ -56,7 +56,7 @@ STDMETHODIMP FieldCallBack::get_RefreshControlName(BSTR* result) noexcept {
 
 template <typename... Texts>
 HRESULT FieldCallBack::raiseTexts(Event event, Texts... texts) noexcept {
-    return ComMethod([&] { raise(static_cast<DISPID>(event), Variant(View(texts))...); });
+    return ComMethod([&] { raise(static_cast<DISPID>(event), LentText(texts)...); });
 }
 
 STDMETHODIMP
@@ -64,10 +64,7 @@ FieldCallBack::FldRefresh(BSTR controlName, BSTR amc, BSTR vmc, BSTR smc) noexce
     return ComMethod([&] {
         const ComPtr<_kelFieldCallBack> keep(self());
         refreshControlName_ = View(controlName);
-        raise(static_cast<DISPID>(Event::kRefresh),
-              Variant(View(amc)),
-              Variant(View(vmc)),
-              Variant(View(smc)));
+        raise(static_cast<DISPID>(Event::kRefresh), LentText(amc), LentText(vmc), LentText(smc));
         refreshControlName_.clear();
     });
 }
@@ -84,7 +81,7 @@ STDMETHODIMP
 FieldCallBack::FldReadValid(BSTR recNo, VARIANT_BOOL isValid, short errorFlag) noexcept {
     return ComMethod([&] {
         raise(static_cast<DISPID>(Event::kReadValid),
-              Variant(View(recNo)),
+              LentText(recNo),
               Variant(isValid != VARIANT_FALSE),
               Variant(errorFlag));
     });

@@ -22,10 +22,17 @@ void KeyFieldXRef::prepare() {
 }
 
 const KeyFieldXRef::Row* KeyFieldXRef::find(TextView keyField) const {
+    if (lastFound_ != kNone && automation::LowerEquals(keyField, rows_[lastFound_].keyFieldKey)) {
+        return &rows_[lastFound_];
+    }
     const Text key = automation::Lower(keyField);
     const auto found = std::find_if(
         rows_.begin(), rows_.end(), [&](const Row& row) { return row.keyFieldKey == key; });
-    return found != rows_.end() ? &*found : nullptr;
+    if (found == rows_.end()) {
+        return nullptr;
+    }
+    lastFound_ = static_cast<std::size_t>(found - rows_.begin());
+    return &*found;
 }
 
 KeyFieldXRef::Row& KeyFieldXRef::rowToSet(TextView keyField) {
@@ -43,6 +50,7 @@ KeyFieldXRef::Row& KeyFieldXRef::rowToSet(TextView keyField) {
             rows_.resize(free + kGrowth);
             target = rows_.begin() + static_cast<std::ptrdiff_t>(free);
         }
+        lastFound_ = kNone;
         target->keyField = keyField;
         target->keyFieldKey = key;
     }
@@ -61,6 +69,7 @@ void KeyFieldXRef::setFileName(TextView keyField, TextView fileName) {
 
 void KeyFieldXRef::renameKeyField(long index, TextView keyField) {
     Row& row = rows_[static_cast<std::size_t>(index)];
+    lastFound_ = kNone;
     row.keyField = keyField;
     row.keyFieldKey = automation::Lower(keyField);
 }
@@ -72,6 +81,7 @@ void KeyFieldXRef::renameSession(long index, TextView session) {
 }
 
 void KeyFieldXRef::remove(TextView keyField) {
+    lastFound_ = kNone;
     const Text key = automation::Lower(keyField);
     for (Row& row : rows_) {
         if (row.keyFieldKey == key) {

@@ -1,6 +1,7 @@
 // The cross-reference of key fields to sessions and file names.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "automation/text.h"
@@ -50,6 +51,10 @@ private:
     Row& rowToSet(TextView keyField);
 
     std::vector<Row> rows_;
+    // Index of the row found last while that is sure to be its key field's first row: controls ask
+    // for the same key field again and again.
+    mutable std::size_t lastFound_ = kNone;
+    static constexpr std::size_t kNone = SIZE_MAX;
 };
 
 }  // namespace kel::registry

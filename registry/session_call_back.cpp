@@ -170,7 +170,7 @@ STDMETHODIMP SessionCallBack::SessionConnection() noexcept {
 
 STDMETHODIMP SessionCallBack::SessionConnectionFailed(BSTR errMsg) noexcept {
     return ComMethod(
-        [&] { raise(static_cast<DISPID>(Event::kConnectionFailed), Variant(View(errMsg))); });
+        [&] { raise(static_cast<DISPID>(Event::kConnectionFailed), LentText(errMsg)); });
 }
 
 STDMETHODIMP SessionCallBack::SessionDisconnect() noexcept {
@@ -182,7 +182,7 @@ STDMETHODIMP SessionCallBack::GetPropertyValue(BSTR fieldName, BSTR* result) noe
         Out out{result};
         Bstr answer;
         raise(static_cast<DISPID>(Event::kPropertyValue),
-              Variant(View(fieldName)),
+              LentText(fieldName),
               Variant::Reference(answer.inOut()));
         out = std::move(answer);
     });

@@ -23,7 +23,7 @@ Factories installed{};
 
 template <typename Interface>
 ComPtr<Interface> ItemAs(core::FastCollection& list, TextView key) {
-    auto object = list.Item(key).template object<Interface>();
+    auto object = automation::ObjectIn<Interface>(list.Item(key));
     if (!object) {
         throw Error(automation::kNoInterface);
     }

@@ -255,7 +255,7 @@ TEST(FastCollection, ChangesKeys) {
     EXPECT_EQ(collection.IndexFromKey(L"B"), 2);
     EXPECT_FALSE(collection.KeyExists(L"b"));
     collection.SetKey(4, L"d");
-    EXPECT_EQ(Shown(collection.ItemByKey(L"d").get()), L"unkeyed");
+    EXPECT_EQ(Shown(collection.ItemByKey(L"d")), L"unkeyed");
     collection.SetKey(1, L"");
     EXPECT_EQ(collection.Key(1).view(), L"");
     EXPECT_FALSE(collection.KeyExists(L"a"));

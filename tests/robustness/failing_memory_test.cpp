@@ -155,7 +155,7 @@ TEST_F(FailingMemory, OneAllocationAfterTheOtherIsSurvived) {
     const long allocations = AllocationsCounted();
     letGo();
     RestartApartment();
-    EXPECT_GT(allocations, 300);
+    EXPECT_GT(allocations, 200);
     std::printf("%ld allocations in %zu steps, each failing once\n", allocations, steps);
     for (long failing = 1; failing <= allocations; ++failing) {
         backend.reset();
