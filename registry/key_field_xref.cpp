@@ -22,39 +22,46 @@ void KeyFieldXRef::prepare() {
 }
 
 const KeyFieldXRef::Row* KeyFieldXRef::find(TextView keyField) const {
-    if (lastFound_ != kNone && automation::LowerEquals(keyField, rows_[lastFound_].keyFieldKey)) {
-        return &rows_[lastFound_];
+    const std::size_t found = firstRow(automation::Lower(keyField));
+    return found != kNone ? &rows_[found] : nullptr;
+}
+
+std::size_t KeyFieldXRef::firstRow(const Text& key) const {
+    if (!isIndexed_) {
+        firstRows_.clear();
+        for (std::size_t i = 0; i < rows_.size(); ++i) {
+            if (!rows_[i].keyField.empty()) {
+                firstRows_.emplace(rows_[i].keyFieldKey, i);
+            }
+        }
+        isIndexed_ = true;
     }
-    const Text key = automation::Lower(keyField);
-    const auto found = std::find_if(
-        rows_.begin(), rows_.end(), [&](const Row& row) { return row.keyFieldKey == key; });
-    if (found == rows_.end()) {
-        return nullptr;
-    }
-    lastFound_ = static_cast<std::size_t>(found - rows_.begin());
-    return &*found;
+    const auto found = firstRows_.find(key);
+    return found != firstRows_.end() ? found->second : kNone;
 }
 
 KeyFieldXRef::Row& KeyFieldXRef::rowToSet(TextView keyField) {
     const Text key = automation::Lower(keyField);
-    auto target = std::find_if(
-        rows_.begin(), rows_.end(), [&](const Row& row) { return row.keyFieldKey == key; });
-    if (target == rows_.end()) {
-        const auto isFree = [](const Row& row) { return row.keyField.empty(); };
-        target = std::find_if(rows_.begin(), rows_.end(), isFree);
-        if (target == rows_.end()) {
-            const std::size_t free = rows_.size();
-            if (free >= kMostRows) {
+    std::size_t at = firstRow(key);
+    if (at == kNone) {
+        const auto free = std::find_if(
+            rows_.begin(), rows_.end(), [](const Row& row) { return row.keyField.empty(); });
+        at = static_cast<std::size_t>(free - rows_.begin());
+        if (free == rows_.end()) {
+            if (at >= kMostRows) {
                 throw automation::Error(automation::kOverflow);
             }
-            rows_.resize(free + kGrowth);
-            target = rows_.begin() + static_cast<std::ptrdiff_t>(free);
+            rows_.resize(at + kGrowth);
         }
-        lastFound_ = kNone;
-        target->keyField = keyField;
-        target->keyFieldKey = key;
+        isIndexed_ = false;  // until all is done: memory may fail
+        rows_[at].keyField = keyField;
+        rows_[at].keyFieldKey = key;
+        if (!key.empty()) {
+            firstRows_.emplace(key, at);
+        }
+        isIndexed_ = true;
     }
-    return *target;
+    return rows_[at];
 }
 
 void KeyFieldXRef::setSession(TextView keyField, TextView session) {
@@ -69,7 +76,7 @@ void KeyFieldXRef::setFileName(TextView keyField, TextView fileName) {
 
 void KeyFieldXRef::renameKeyField(long index, TextView keyField) {
     Row& row = rows_[static_cast<std::size_t>(index)];
-    lastFound_ = kNone;
+    isIndexed_ = false;
     row.keyField = keyField;
     row.keyFieldKey = automation::Lower(keyField);
 }
@@ -81,8 +88,8 @@ void KeyFieldXRef::renameSession(long index, TextView session) {
 }
 
 void KeyFieldXRef::remove(TextView keyField) {
-    lastFound_ = kNone;
     const Text key = automation::Lower(keyField);
+    isIndexed_ = false;
     for (Row& row : rows_) {
         if (row.keyFieldKey == key) {
             row = Row();

@@ -1,7 +1,7 @@
 // The cross-reference of key fields to sessions and file names.
 #pragma once
 
-#include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "automation/text.h"
@@ -48,13 +48,17 @@ public:
     void remove(TextView keyField);
 
 private:
+    static constexpr std::size_t kNone = SIZE_MAX;
+
+    // Index of the first row of a key field, by lower-case name.
+    std::size_t firstRow(const Text& key) const;
     Row& rowToSet(TextView keyField);
 
     std::vector<Row> rows_;
-    // Index of the row found last while that is sure to be its key field's first row: controls ask
-    // for the same key field again and again.
-    mutable std::size_t lastFound_ = kNone;
-    static constexpr std::size_t kNone = SIZE_MAX;
+    // The first row of each key field; made anew at the next look-up after a row was renamed or
+    // blanked, which is rare.
+    mutable std::unordered_map<Text, std::size_t> firstRows_;
+    mutable bool isIndexed_ = true;
 };
 
 }  // namespace kel::registry
