@@ -12,14 +12,10 @@ using registry::ThreadRegistry;
 
 namespace {
 
-// The description of a field for one call.
-ComPtr<DictItem> FieldOf(BSTR keyId, long amc = 0, long vmc = 0, long smc = 0) {
+// The description of a record for one call.
+ComPtr<DictItem> RecordOf(BSTR keyId) {
     auto item = Make<DictItem>();
-    FieldDefinition& definition = item->definition;
-    definition.keyId = View(keyId);
-    definition.amc = amc;
-    definition.vmc = vmc;
-    definition.smc = smc;
+    item->definition.keyId = View(keyId);
     return item;
 }
 
@@ -31,6 +27,12 @@ template <typename Call>
 void Tools::callEngine(Call&& call) const {
     const auto engine = ThreadRegistry::Current().engine(sessionKey_);
     CallOut([&] { return call(*engine); });
+}
+
+template <typename Call>
+void Tools::callElements(Call&& call) const {
+    const auto elements = ThreadRegistry::Current().engine(sessionKey_).as<IElements>();
+    CallOut([&] { return call(*elements); });
 }
 
 template <typename Call>
@@ -98,31 +100,31 @@ STDMETHODIMP Tools::ConnectionFailed(VARIANT_BOOL* result) noexcept {
 STDMETHODIMP Tools::Extract(BSTR keyId, long amc, long vmc, long smc, BSTR* result) noexcept {
     return translated(L"Extract", [&] {
         Out out{result};
-        const auto field = FieldOf(keyId, amc, vmc, smc);
         Bstr value;
-        callEngine([&](_kelDBMS& engine) { return engine.Extract(field.get(), value.put()); });
+        callElements([&](IElements& elements) {
+            return elements.ExtractAt(keyId, amc, vmc, smc, value.put());
+        });
         out = std::move(value);
     });
 }
 
 STDMETHODIMP Tools::Replace(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept {
     return translated(L"Replace", [&] {
-        const auto field = FieldOf(keyId, amc, vmc, smc);
-        callEngine([&](_kelDBMS& engine) { return engine.Replace(value, field.get()); });
+        callElements(
+            [&](IElements& elements) { return elements.ReplaceAt(keyId, value, amc, vmc, smc); });
     });
 }
 
 STDMETHODIMP Tools::Insert(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept {
     return translated(L"Insert", [&] {
-        const auto field = FieldOf(keyId, amc, vmc, smc);
-        callEngine([&](_kelDBMS& engine) { return engine.Insert(value, field.get()); });
+        callElements(
+            [&](IElements& elements) { return elements.InsertAt(keyId, value, amc, vmc, smc); });
     });
 }
 
 STDMETHODIMP Tools::Delete(BSTR keyId, long amc, long vmc, long smc) noexcept {
     return translated(L"Delete", [&] {
-        const auto field = FieldOf(keyId, amc, vmc, smc);
-        callEngine([&](_kelDBMS& engine) { return engine.Delete(field.get()); });
+        callElements([&](IElements& elements) { return elements.DeleteAt(keyId, amc, vmc, smc); });
     });
 }
 
@@ -135,10 +137,9 @@ STDMETHODIMP Tools::Locate(BSTR keyId,
                            VARIANT_BOOL* result) noexcept {
     return translated(L"Locate", [&] {
         Out out{result};
-        const auto field = FieldOf(keyId, amc, vmc);
         VARIANT_BOOL found = VARIANT_FALSE;
-        callEngine([&](_kelDBMS& engine) {
-            return engine.Locate(search, pos, sortBy, field.get(), &found);
+        callElements([&](IElements& elements) {
+            return elements.LocateAt(keyId, search, pos, sortBy, amc, vmc, &found);
         });
         out = found;
     });
@@ -147,7 +148,7 @@ STDMETHODIMP Tools::Locate(BSTR keyId,
 HRESULT Tools::readRecord(
     const wchar_t* member, BSTR keyId, BSTR recordNumber, BSTR fileName, bool readU) noexcept {
     return translated(member, [&] {
-        const auto field = FieldOf(keyId);
+        const auto field = RecordOf(keyId);
         field->definition.fileName = View(fileName);
         field->definition.readU = readU;
         short ignored = 0;
@@ -167,7 +168,7 @@ STDMETHODIMP Tools::mvReadU(BSTR keyId, BSTR recordNumber, BSTR fileName) noexce
 HRESULT Tools::writeRecord(
     const wchar_t* member, BSTR keyId, BSTR recordNumber, BSTR fileName, bool writeU) noexcept {
     return translated(member, [&] {
-        const auto field = FieldOf(keyId);
+        const auto field = RecordOf(keyId);
         field->definition.fileName = View(fileName);
         short ignored = 0;
         callEngine([&](_kelDBMS& engine) {
@@ -187,7 +188,7 @@ STDMETHODIMP Tools::mvWriteU(BSTR keyId, BSTR recordNumber, BSTR fileName) noexc
 STDMETHODIMP Tools::mvRelease(BSTR keyId) noexcept {
     return ComMethod([&] {
         Ignoring([&] {
-            const auto field = FieldOf(keyId);
+            const auto field = RecordOf(keyId);
             callEngine([&](_kelDBMS& engine) { return engine.mvRelease(field.get()); });
         });
     });
@@ -197,9 +198,10 @@ STDMETHODIMP
 Tools::Dcount(BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* result) noexcept {
     return translated(L"Dcount", [&] {
         Out out{result};
-        const auto field = FieldOf(keyId, amc, vmc, smc);
         long count = 0;
-        callEngine([&](_kelDBMS& engine) { return engine.Dcount(delimit, field.get(), &count); });
+        callElements([&](IElements& elements) {
+            return elements.DcountAt(keyId, delimit, amc, vmc, smc, &count);
+        });
         out = count;
     });
 }
@@ -219,7 +221,7 @@ Tools::Count(BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* resul
 
 STDMETHODIMP Tools::ExecuteSelect(BSTR selectListName, BSTR sentence) noexcept {
     return translated(L"ExecuteSelect", [&] {
-        const auto field = FieldOf(selectListName);
+        const auto field = RecordOf(selectListName);
         callEngine(
             [&](_kelDBMS& engine) { return engine.ExecuteSelectList(sentence, field.get()); });
     });
@@ -228,7 +230,7 @@ STDMETHODIMP Tools::ExecuteSelect(BSTR selectListName, BSTR sentence) noexcept {
 STDMETHODIMP Tools::ReadNext(BSTR selectListName, BSTR* id, VARIANT_BOOL* result) noexcept {
     return translated(L"ReadNext", [&] {
         Out out{result};
-        const auto field = FieldOf(selectListName);
+        const auto field = RecordOf(selectListName);
         VARIANT_BOOL more = VARIANT_FALSE;
         callEngine([&](_kelDBMS& engine) { return engine.ReadNext(id, field.get(), &more); });
         out = more;
@@ -238,7 +240,7 @@ STDMETHODIMP Tools::ReadNext(BSTR selectListName, BSTR* id, VARIANT_BOOL* result
 STDMETHODIMP Tools::CloseSelect(BSTR selectListName) noexcept {
     return ComMethod([&] {
         Ignoring([&] {
-            const auto field = FieldOf(selectListName);
+            const auto field = RecordOf(selectListName);
             callEngine([&](_kelDBMS& engine) { return engine.DestorySelectList(field.get()); });
         });
     });
@@ -344,7 +346,7 @@ STDMETHODIMP Tools::ProcessCorrelative(
     BSTR keyId, BSTR correlative, BSTR value, BSTR key, short cnt, BSTR* result) noexcept {
     return translated(L"ProcessCorrelative", [&] {
         Out out{result};
-        const auto field = FieldOf(keyId);
+        const auto field = RecordOf(keyId);
         field->definition.session = sessionName_;
         field->definition.correlative = View(correlative);
         Bstr derived;

@@ -78,6 +78,8 @@ private:
     // Calls the engine; its failure comes out as it was, a missing engine as 381.
     template <typename Call>
     void callEngine(Call&& call) const;
+    template <typename Call>
+    void callElements(Call&& call) const;
     // Calls the engine; a missing one is "Currently not connected" from `member`.
     template <typename Call>
     HRESULT translated(const wchar_t* member, Call&& call) const noexcept;

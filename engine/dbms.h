@@ -20,7 +20,7 @@ namespace kel::engine {
 // Back-end calls, events and message pumps run foreign code in the middle of members; that code may
 // disconnect, or remove the very thing in hand. Members therefore hold references of their own
 // across every such call and look their surroundings up again afterwards. One thread.
-class Dbms final : public automation::Object<kelDBMS, _kelDBMS> {
+class Dbms final : public automation::Object<kelDBMS, _kelDBMS, IElements> {
 public:
     explicit Dbms(TextView sessionName);
 
@@ -53,6 +53,24 @@ public:
     STDMETHODIMP
     ProcessCorrelative(
         BSTR value, BSTR key, short cnt, IDispatch* item, BSTR* result) noexcept override;
+
+    // arrays.cpp, IElements: the same without an item
+    STDMETHODIMP
+    ExtractAt(BSTR keyId, long amc, long vmc, long smc, BSTR* result) noexcept override;
+    STDMETHODIMP
+    ReplaceAt(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept override;
+    STDMETHODIMP
+    InsertAt(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept override;
+    STDMETHODIMP DeleteAt(BSTR keyId, long amc, long vmc, long smc) noexcept override;
+    STDMETHODIMP LocateAt(BSTR keyId,
+                          BSTR search,
+                          long* pos,
+                          BSTR sortBy,
+                          long amc,
+                          long vmc,
+                          VARIANT_BOOL* result) noexcept override;
+    STDMETHODIMP DcountAt(
+        BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* result) noexcept override;
 
     // files.cpp
     STDMETHODIMP mvOpen(BSTR fileName, short* result) noexcept override;
@@ -145,7 +163,10 @@ private:
     core::FastCollection& CommonList() { return made(commonList_); }
     // Makes sure that a key field has a record state, with a buffer when the session is connected,
     // and answers it. Throws what the back-end throws on making the buffer.
-    ComPtr<RecordInfo> EnsureKeyFieldInfo(TextView keyId);
+    ComPtr<RecordInfo> EnsureKeyFieldInfo(TextView keyId) {
+        return EnsureKeyFieldInfo(keyId, automation::Lower(keyId));
+    }
+    ComPtr<RecordInfo> EnsureKeyFieldInfo(TextView keyId, const Text& key);
     // The record state of a key field, by lower-case name; throws 381 when there is none.
     ComPtr<RecordInfo> info(TextView key);
     ComPtr<IDispatch> newDynamicArray();
@@ -160,8 +181,14 @@ private:
     void forEachKeyField(Visit&& visit) noexcept;
 
     // ---- arrays.cpp
-    static Element openElement(IDispatch* object, const wchar_t* source);
     void changed(const Element& element) noexcept;
+    // The members, once it is known what they are about.
+    Bstr extract(const Element& element);
+    void replace(const Element& element, BSTR value);
+    void insert(const Element& element, BSTR value);
+    void remove(const Element& element);
+    bool locate(const Element& element, BSTR search, long* pos, BSTR sortBy);
+    long dcount(const Element& element, BSTR delimit);
     Text processCorrelative(const Element& element, BSTR value, TextView key, short cnt);
 
     // ---- files.cpp

@@ -26,6 +26,10 @@ FieldItem::FieldItem(IDispatch* item) : item_(ComPtr<IDispatch>(item).as<_kelDic
     }
 }
 
+Position Position::Of(long amc, long vmc, long smc) {
+    return {Narrow(amc), Narrow(vmc), Narrow(smc)};
+}
+
 FieldItem::Address FieldItem::address() const {
     if (const auto own = item_.as<IDictItemState>()) {
         LPWSTR name = nullptr;
@@ -33,15 +37,15 @@ FieldItem::Address FieldItem::address() const {
         long vmc = 0;
         long smc = 0;
         automation::Check(own->GetAddress(&name, &amc, &vmc, &smc));
-        return {name, {Narrow(amc), Narrow(vmc), Narrow(smc)}};
+        return {name, Position::Of(amc, vmc, smc)};
     }
-    const auto position = [&](HRESULT (STDMETHODCALLTYPE _kelDictItem::*getter)(long*)) {
-        return Narrow(automation::GetNumber(*item_, getter));
+    const auto read = [&](HRESULT (STDMETHODCALLTYPE _kelDictItem::*getter)(long*)) {
+        return automation::GetNumber(*item_, getter);
     };
     return {keyId(),
-            {position(&_kelDictItem::get_AMC),
-             position(&_kelDictItem::get_VMC),
-             position(&_kelDictItem::get_SMC)}};
+            Position::Of(read(&_kelDictItem::get_AMC),
+                         read(&_kelDictItem::get_VMC),
+                         read(&_kelDictItem::get_SMC))};
 }
 
 Text RequireKey(TextView keyId, const wchar_t* source) {

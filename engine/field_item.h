@@ -44,6 +44,8 @@ struct Position {
     short vmc = 0;
     short smc = 0;
 
+    // Throws 6 (overflow) for a position that 16 bits do not hold.
+    static Position Of(long amc, long vmc, long smc);
     bool isWholeRecord() const noexcept { return amc == 0 && vmc == 0 && smc == 0; }
 };
 

@@ -26,8 +26,7 @@ ComPtr<IDispatch> Dbms::newDynamicArray() {
     return array;
 }
 
-ComPtr<RecordInfo> Dbms::EnsureKeyFieldInfo(TextView keyId) {
-    const Text key = Lower(keyId);
+ComPtr<RecordInfo> Dbms::EnsureKeyFieldInfo(TextView keyId, const Text& key) {
     ComPtr<RecordInfo> result;
     if (InfoList().KeyExists(key)) {
         result = info(key);
