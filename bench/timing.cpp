@@ -38,9 +38,9 @@ double Median(std::vector<double>& values) {
 double MedianNs(const Batch& batch) {
     constexpr int kRounds = 15;
     const long times = Calibrate(batch);
-    std::vector<double> rounds;
-    for (int i = 0; i < kRounds; ++i) {
-        rounds.push_back(Elapsed(batch, times) / static_cast<double>(times));
+    std::vector<double> rounds(kRounds);
+    for (double& round : rounds) {
+        round = Elapsed(batch, times) / static_cast<double>(times);
     }
     return Median(rounds);
 }

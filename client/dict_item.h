@@ -157,8 +157,8 @@ private:
     Bstr extract(_kelDBMS& engine);
     Bstr internalValue(_kelDBMS& engine);
     void letInternalValue(_kelDBMS& engine, BSTR value);
-    // The value of the member InternalValue for another member, within its row override.
-    Bstr ownInternalValue(short index);
+    // The stored form in a session; an index of 0 stays within the row override in force.
+    Bstr valueOfRow(automation::TextView session, short index) noexcept;
 
     enumDictRead dictRead_ = DictReadPending;
     Text dictErrMsg_;

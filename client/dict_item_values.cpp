@@ -99,18 +99,23 @@ Bstr DictItem::internalValue(_kelDBMS& engine) {
 }
 
 // Every error is ignored: a step that fails leaves its part of the value empty.
+Bstr DictItem::valueOfRow(TextView session, short index) noexcept {
+    Bstr value;
+    Ignoring([&] {
+        if (!session.empty()) {
+            const RowOverride row(*this, index);
+            value = internalValue(*engineOf(session));
+        }
+    });
+    return value;
+}
+
 STDMETHODIMP DictItem::get_InternalValue(short index, BSTR* result) noexcept {
     return ComMethod([&] {
         Out out{result};
         const ComPtr<_kelDictItem> keep(self());
         Bstr value;
-        Ignoring([&] {
-            const Text session = sessionName();
-            if (!session.empty()) {
-                const RowOverride row(*this, index);
-                value = internalValue(*engineOf(session));
-            }
-        });
+        Ignoring([&] { value = valueOfRow(sessionName(), index); });
         out = std::move(value);
     });
 }
@@ -152,12 +157,6 @@ STDMETHODIMP DictItem::put_InternalValue(short index, BSTR value) noexcept {
     });
 }
 
-Bstr DictItem::ownInternalValue(short index) {
-    Bstr value;
-    CallOut([&] { return get_InternalValue(index, value.put()); });
-    return value;
-}
-
 STDMETHODIMP DictItem::get_ExternalValue(short index, BSTR* result) noexcept {
     return ComMethod([&] {
         Out out{result};
@@ -168,7 +167,7 @@ STDMETHODIMP DictItem::get_ExternalValue(short index, BSTR* result) noexcept {
                 return;
             }
             const RowOverride row(*this, index);
-            Bstr value = ownInternalValue(0);
+            Bstr value = valueOfRow(session, 0);
             if (!definition.defaultProg.empty()) {
                 const Bstr program(definition.defaultProg);
                 const Bstr kind(L"D");
@@ -230,7 +229,7 @@ STDMETHODIMP DictItem::get_DisplayValue(EnumDisplayType displayType,
         Text shown(View(value));
         Text explained(description != nullptr ? View(*description) : TextView());
         if (shown.empty()) {
-            Ignoring([&] { shown = ownInternalValue(index).view(); });
+            Ignoring([&] { shown = valueOfRow(sessionName(), index).view(); });
         }
         if (explained.empty() && !definition.correlative.empty()) {
             Ignoring([&] {
