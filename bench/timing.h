@@ -26,9 +26,15 @@ struct Way {
     double parts = 1;
 };
 
-inline constexpr double kNoTarget = 0;
+inline constexpr double kNoTarget = 0;  // nor a number to beat
 
 void PrintHead(const char* title);
+
+// The head and the lines of a table of rates: steps in a second, beside those of an established
+// native database on such a machine, which are to be beaten, and of another way of doing the same.
+void PrintRateHead(const char* title);
+void Rate(const Way& ours, double toBeat);
+void CompareRate(const Way& ours, const Way& other, double toBeat, double target);
 
 // Runs both in turns, each round long enough for the clock, and prints the medians of the rounds
 // and their ratio: what else the machine does meets both alike.

@@ -1,5 +1,6 @@
 # shellcheck shell=bash disable=SC2154
-# `./kel bench`: measurements of the registered component, and the soak run.
+# `./kel bench`: measurements of the registered component, and the soak run; measurements of the
+# library and its store on this machine.
 
 # What it takes: the product, the test back-end for the soak run, the program.
 readonly KEL_BENCH_TARGETS=(kelSDK kelos1 kelos99 kel_bench)
@@ -15,9 +16,22 @@ print_sizes() { # PRESET
     rm -f "$stripped"
 }
 
+run_host_bench() {
+    local folder="$KEL_BUILD/host-bench/accounts" status=0
+    build_preset host-bench kel_bench
+    echo "--- host"
+    "$KEL_BUILD/host-bench/bench/bench" "$folder" || status=$?
+    rm -rf "$folder"
+    return "$status"
+}
+
 run_bench() { # arguments of the program; presets is set
     local preset status=0
     for preset in "${presets[@]}"; do
+        if [[ "$preset" == host ]]; then
+            [[ "${1:-}" == --soak ]] || run_host_bench || status=$?
+            continue
+        fi
         if [[ "$preset" == x86 ]]; then
             find_wine32
             if [[ "$wine32_kind" == none ]]; then
@@ -39,7 +53,7 @@ kel_bench() {
     local presets=() arguments=()
     while (($#)); do
         case "$1" in
-            --x64 | --x86) presets+=("${1#--}") ;;
+            --x64 | --x86 | --host) presets+=("${1#--}") ;;
             --soak)
                 arguments=(--soak)
                 if [[ "${2:-}" =~ ^[1-9][0-9]*$ ]]; then
@@ -51,6 +65,6 @@ kel_bench() {
         esac
         shift
     done
-    ((${#presets[@]})) || presets=(x64 x86)
+    ((${#presets[@]})) || presets=(host x64 x86)
     locked bench run_bench "${arguments[@]}"
 }

@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Configuring and compiling one preset: x64, x86 (both also with "-checked" behind) or host.
+# Configuring and compiling one preset: x64, x86 (both also with "-checked" behind), host or host-bench.
 
 # The storage engine's source comes out of an npm package, once per user (cmake/Sqlite.cmake).
 ensure_npm() {
@@ -11,7 +11,7 @@ ensure_npm() {
 configure() {
     local preset=$1
     local tree="$KEL_BUILD/$preset" inputs=("$KEL_ROOT/CMakePresets.json")
-    [[ "$preset" == host ]] || inputs+=("$KEL_ROOT/cmake/toolchain-${preset%-checked}.cmake" "$KEL_ROOT/cmake/toolchain-common.cmake")
+    [[ "$preset" == host* ]] || inputs+=("$KEL_ROOT/cmake/toolchain-${preset%-checked}.cmake" "$KEL_ROOT/cmake/toolchain-common.cmake")
 
     # A checkout that was copied or moved with its build folder: CMake refuses such a tree.
     if [[ -f "$tree/CMakeCache.txt" ]] &&
