@@ -1,6 +1,7 @@
 // What is left of locks and writes when processes are killed without warning.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -171,6 +172,36 @@ TEST(KilledProcesses, LeaveTheirLocksToOthers) {
 int KillRounds() {
     const char* rounds = std::getenv("KEL_KILL_ROUNDS");
     return rounds == nullptr ? 5 : std::atoi(rounds);
+}
+
+// A reader that reads all the time sees each write that was acknowledged before, and does not keep
+// the log from starting over.
+TEST(ProcessesThatWrite, AreSeenByEveryReadOfAnother) {
+    const AccountFolder folder;
+    folder.Put("account.acknowledged", std::string(sizeof(std::uint64_t), '\0'));
+    Acknowledged acknowledged(folder / "account.acknowledged");
+    const auto store = OpenStore(folder.Path(), Quick());
+    const FileNumber file = store->CreateFile(u"F");
+    const ChildProcess writer("ChildProcessOf.DISABLED_WritesForEver",
+                              (folder / "account").string());
+    ASSERT_TRUE(Eventually([&] { return acknowledged.Read() > 3 * kIds; }));
+    std::uintmax_t longestLog = 0;
+    const auto end = std::chrono::steady_clock::now() + 2s;
+    while (std::chrono::steady_clock::now() < end) {
+        for (int i = 0; i < 100; ++i) {
+            const std::uint64_t last = acknowledged.Read() - 1;
+            Text record;
+            ASSERT_TRUE(store->Read(file, NumberText(last % kIds), record));
+            const Text digits = record.substr(0, record.find(u' '));
+            ASSERT_GE(std::stoull(std::string(digits.begin(), digits.end())), last);
+        }
+        longestLog = std::max(longestLog, std::filesystem::file_size(folder / "account-wal"));
+    }
+    EXPECT_LT(longestLog, 32U << 20);
+    EXPECT_GT(acknowledged.Read(), 10 * kIds);
+    std::printf("%llu writes, log up to %llu bytes\n",
+                static_cast<unsigned long long>(acknowledged.Read()),
+                static_cast<unsigned long long>(longestLog));
 }
 
 TEST(KilledProcesses, LeaveEveryAcknowledgedWriteAndASoundAccount) {

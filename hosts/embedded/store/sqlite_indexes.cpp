@@ -38,6 +38,7 @@ void SqliteStore::DropIndex(FileNumber file, TextView name) {
 }
 
 std::vector<IndexInfo> SqliteStore::Indexes(FileNumber file) {
+    reading_.End();
     RequireFile(file);
     if (!inBatch_) {
         indexes_.Refresh();

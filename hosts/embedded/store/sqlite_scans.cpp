@@ -76,8 +76,12 @@ public:
             bound_ = kAboveAll;
         }
     }
+    SqliteScan(const SqliteScan&) = delete;
+    SqliteScan& operator=(const SqliteScan&) = delete;
+    ~SqliteScan() override { store_.reading_.End(); }
 
     bool Next(std::vector<ScanEntry>& entries, std::size_t limit) override {
+        store_.reading_.End();
         std::size_t count = 0;
         if (!atEnd_) {
             store_.OnFile(file_, [&] { count = Fill(entries, limit); });
@@ -134,6 +138,7 @@ private:
 };
 
 std::unique_ptr<Scan> SqliteStore::OpenScan(FileNumber file, const ScanRange& range) {
+    reading_.End();
     return OnFile(file, [&] { return std::make_unique<SqliteScan>(*this, file, range); });
 }
 
@@ -176,8 +181,12 @@ public:
             endInclusive_ = end->inclusive;
         }
     }
+    SqliteIndexScan(const SqliteIndexScan&) = delete;
+    SqliteIndexScan& operator=(const SqliteIndexScan&) = delete;
+    ~SqliteIndexScan() override { store_.reading_.End(); }
 
     bool Next(std::vector<IndexEntry>& entries, std::size_t limit) override {
+        store_.reading_.End();
         std::size_t count = 0;
         if (!atEnd_) {
             try {
@@ -277,6 +286,7 @@ private:
 std::unique_ptr<IndexScan> SqliteStore::OpenIndexScan(FileNumber file,
                                                       TextView name,
                                                       const IndexRange& range) {
+    reading_.End();
     return std::make_unique<SqliteIndexScan>(*this, file, name, range);
 }
 

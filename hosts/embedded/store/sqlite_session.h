@@ -11,6 +11,7 @@
 
 #include "hosts/embedded/store/account_file.h"
 #include "hosts/embedded/store/database.h"
+#include "hosts/embedded/store/held_reading.h"
 #include "hosts/embedded/store/index_tables.h"
 #include "hosts/embedded/store/lock_table.h"
 #include "hosts/embedded/store/process_liveness.h"
@@ -40,6 +41,9 @@ public:
           findFile_(database_, "SELECT number FROM catalogue WHERE name = ?1"),
           begin_(database_, "BEGIN IMMEDIATE"),
           commit_(database_, "COMMIT") {}
+    SqliteStore(const SqliteStore&) = delete;
+    SqliteStore& operator=(const SqliteStore&) = delete;
+    ~SqliteStore() override { reading_.End(); }  // before any statement goes
 
     std::vector<multivalue::Text> FileNames() override;
     std::optional<multivalue::FileNumber> FindFile(multivalue::TextView name) override;
@@ -118,6 +122,8 @@ private:
     void ReleaseAfterChange(multivalue::FileNumber file, Bytes id) noexcept;
 
     Database database_;
+    // Every member that uses database_ begins with a Turn or with End; so does what scans do.
+    HeldReading reading_{database_};
     const bool readOnly_;
     const std::uint32_t busyWaitMs_;
     const multivalue::Text user_;
@@ -152,6 +158,7 @@ auto SqliteStore::OnFile(multivalue::FileNumber file, Work work) {
 // Runs work as one change: all of it happens or nothing, within a batch too.
 template <typename Work>
 void SqliteStore::AsOne(Work work) {
+    reading_.End();
     CheckChangesAllowed();
     if (inBatch_) {
         database_.Execute("SAVEPOINT one");

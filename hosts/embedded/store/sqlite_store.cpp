@@ -96,6 +96,7 @@ void SqliteStore::RequireWritable() {
 // ---- Files ----
 
 std::vector<Text> SqliteStore::FileNames() {
+    reading_.End();
     std::vector<Text> names;
     Statement list(database_, "SELECT name FROM catalogue ORDER BY name");
     while (list.Step()) {
@@ -105,6 +106,7 @@ std::vector<Text> SqliteStore::FileNames() {
 }
 
 std::optional<FileNumber> SqliteStore::FindFile(TextView name) {
+    reading_.End();
     const std::string bytes = EncodeKey(name);
     const Run find(findFile_);
     find->Bind(1, BytesOf(bytes));
@@ -155,6 +157,7 @@ void SqliteStore::RenameFile(FileNumber file, TextView name) {
 }
 
 void SqliteStore::DeleteFile(FileNumber file) {
+    reading_.End();
     ForgetStatements(file);
     AsOne([&] {
         RequireFile(file);
@@ -176,6 +179,7 @@ void SqliteStore::ClearFile(FileNumber file) {
 }
 
 std::uint64_t SqliteStore::CountRecords(FileNumber file) {
+    reading_.End();
     return OnFile(file, [&] {
         return static_cast<std::uint64_t>(
             database_.QueryInteger(("SELECT count(*) FROM " + TableOf(file)).c_str()));
@@ -187,6 +191,7 @@ std::uint64_t SqliteStore::CountRecords(FileNumber file) {
 bool SqliteStore::Read(FileNumber file, TextView id, Text& record) {
     record.clear();
     const Key key(id);
+    const HeldReading::Turn turn(reading_);
     return OnFile(file, [&] {
         const Run read(Prepared(&FileStatements::read, file, "SELECT rec FROM ", " WHERE id = ?1"));
         read->Bind(1, key.bytes());
@@ -202,6 +207,7 @@ bool SqliteStore::Read(FileNumber file, TextView id, Text& record) {
 
 bool SqliteStore::Exists(FileNumber file, TextView id) {
     const Key key(id);
+    const HeldReading::Turn turn(reading_);
     return OnFile(file, [&] {
         const Run find(Prepared(&FileStatements::exists, file, "SELECT 1 FROM ", " WHERE id = ?1"));
         find->Bind(1, key.bytes());
@@ -292,6 +298,7 @@ void SqliteStore::Begin() {
     if (inBatch_) {
         throw Error(ErrorKind::kMisuse, u"A batch is open already.");
     }
+    reading_.End();
     CheckChangesAllowed();
     {
         const Run begin(begin_);
