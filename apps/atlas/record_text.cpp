@@ -53,4 +53,15 @@ Text Join(const std::vector<Text>& parts, TextView mark) {
     return result;
 }
 
+std::vector<Text> Split(TextView text, wchar_t mark) {
+    std::vector<Text> parts;
+    std::size_t end = text.find(mark);
+    for (; end != TextView::npos; end = text.find(mark)) {
+        parts.emplace_back(text.substr(0, end));
+        text.remove_prefix(end + 1);
+    }
+    parts.emplace_back(text);
+    return parts;
+}
+
 }  // namespace kel::atlas

@@ -34,5 +34,7 @@ Text Readable(TextView text);
 // The parts with a mark between each; empty parts at the end are left out, since a missing element
 // and an empty one read alike.
 Text Join(const std::vector<Text>& parts, TextView mark);
+// The parts between marks, at least one.
+std::vector<Text> Split(TextView text, wchar_t mark);
 
 }  // namespace kel::atlas

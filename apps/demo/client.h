@@ -7,6 +7,9 @@
 
 #include <kelSDK.h>
 
+#include <array>
+#include <span>
+#include <tuple>
 #include <vector>
 
 #include "automation/bstr.h"
@@ -182,10 +185,27 @@ public:
         returning = codes.view();
     }
 
+    // Calls a stored program, which may change what the arguments hold; there are at most twelve.
+    void CallProg(TextView program, std::span<Variant> arguments) const {
+        Variant missing = Variant::Missing();
+        std::array<VARIANT*, kProgramArguments> passed{};
+        passed.fill(missing.inOut());
+        for (std::size_t at = 0; at < arguments.size(); ++at) {
+            passed.at(at) = arguments[at].inOut();
+        }
+        automation::CallOut([&] {
+            return std::apply(
+                [&](auto*... all) { return tools_->CallProg(Bstr(program).get(), all...); },
+                passed);
+        });
+    }
+
     // The object itself, for code that calls it in its own way.
     _kelTools& raw() const { return *tools_; }
 
 private:
+    static constexpr std::size_t kProgramArguments = 12;
+
     ComPtr<_kelTools> tools_;
 };
 

@@ -54,6 +54,11 @@ int Demonstrate(const Text& isoCodesFolder, const Text& accountPath) {
         ReadWhatIsMissing(report, form);
         EditRows(report, form);
         MakeAndDeleteARecord(report, form);
+        SelectRecords(report, form);
+        SortASelection(report, form);
+        PrintAReport(report, form);
+        CallAStoredProgram(report, form);
+        CallAProgramForAField(report, form);
         ShareACommonValue(report, form);
         ListWhatIsKnown(report, form);
         FailToConnect(report, form);

@@ -59,6 +59,15 @@ public:
         automation::CallOut([&] { return item_->put_CommonValue(Bstr(name).get(), copy.inOut()); });
     }
 
+    // Calls a stored program on the record in the key field's buffer; it may change both record and
+    // value.
+    void CallProg(TextView program, TextView type, Text& value) const {
+        Bstr held(value);
+        automation::CallOut(
+            [&] { return item_->CallProg(Bstr(program).get(), Bstr(type).get(), held.inOut()); });
+        value = held.view();
+    }
+
     // State of the record in the key field's buffer.
     bool IsRead() const {
         return AskFlag([&](VARIANT_BOOL* to) { return info()->get_IsRead(to); });

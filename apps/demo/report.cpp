@@ -7,7 +7,7 @@ constexpr std::size_t kWidth = 92;
 constexpr std::size_t kResultColumn = 54;
 constexpr std::size_t kNameColumn = 16;
 constexpr const wchar_t* kIndent = L"  ";
-constexpr const wchar_t* kOutput = L"    | ";  // another program's
+constexpr const wchar_t* kOutput = L"    | ";  // of programs and sentences
 
 // Padded to `width`, and parted from what follows in any case.
 Text Padded(TextView text, std::size_t width) {
@@ -91,22 +91,26 @@ void Report::Events(EventLog& log, const std::vector<Event>& expected) {
     }
 }
 
+void Report::Lines(const std::vector<Text>& lines, const std::vector<Text>& expected) {
+    for (const Text& output : lines) {
+        line(kOutput + output);
+    }
+    ++checks_;
+    if (lines != expected) {
+        differs(L"this output was expected instead:");
+        for (const Text& output : expected) {
+            line(kOutput + output);
+        }
+    }
+}
+
 void Report::Output(TextView command,
                     const std::vector<Text>& lines,
                     const std::vector<Text>& expectedLines,
                     int exitCode,
                     int expectedExitCode) {
     Result(command, exitCode, expectedExitCode);
-    for (const Text& output : lines) {
-        line(kOutput + output);
-    }
-    ++checks_;
-    if (lines != expectedLines) {
-        differs(L"this output was expected instead:");
-        for (const Text& output : expectedLines) {
-            line(kOutput + output);
-        }
-    }
+    Lines(lines, expectedLines);
 }
 
 void Report::Verify(TextView claim, bool holds) {

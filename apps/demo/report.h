@@ -55,6 +55,8 @@ public:
     void Done(TextView call) const;
     // What the listeners heard since the last call.
     void Events(EventLog& log, const std::vector<Event>& expected);
+    // What came out, line by line.
+    void Lines(const std::vector<Text>& lines, const std::vector<Text>& expected);
     // What another program printed, and its exit code.
     void Output(TextView command,
                 const std::vector<Text>& lines,

@@ -27,6 +27,15 @@ void WriteTheRecord(Report& report, const Form& form);
 void EditRows(Report& report, const Form& form);
 void MakeAndDeleteARecord(Report& report, const Form& form);
 
+// steps_queries.cpp
+void SelectRecords(Report& report, const Form& form);
+void SortASelection(Report& report, const Form& form);
+void PrintAReport(Report& report, const Form& form);
+
+// steps_programs.cpp
+void CallAStoredProgram(Report& report, const Form& form);
+void CallAProgramForAField(Report& report, const Form& form);
+
 // steps_sharing.cpp
 void MeetALock(Report& report, const Form& form);
 void ReadWhatIsMissing(Report& report, const Form& form);
