@@ -17,6 +17,8 @@ from xml.sax.saxutils import quoteattr
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 MAKER = 'kelSDK'
+# Debian's package iso-codes.
+ISO_CODES = pathlib.Path('/usr/share/iso-codes/json')
 
 # The names below are derived from this one and must never change: by them a machine knows, across
 # versions, which product it has and which of its parts.
@@ -74,7 +76,15 @@ def content(arguments):
     files = [(name, arguments.bin / name) for name in shipped]
     listed = subprocess.run(['git', '-C', ROOT, 'ls-files', 'README.md', 'docs', 'examples'],
                             check=True, capture_output=True, text=True).stdout.split('\n')
-    return dict(files + [(name, ROOT / name) for name in listed if name])
+    return dict(files + [(name, ROOT / name) for name in listed if name] + lists())
+
+
+def lists():
+    """The lists of codes that the programs make an account from, unchanged, with their licence."""
+    wanted = [ISO_CODES / f'iso_{number}.json' for number in ('3166-1', '3166-2', '4217', '639-3')]
+    wanted += [pathlib.Path('/usr/share/doc/iso-codes/copyright'),
+               pathlib.Path('/usr/share/common-licenses/LGPL-2.1')]
+    return [('iso-codes/' + path.name, path) for path in wanted]
 
 
 # --- the installer

@@ -15,12 +15,6 @@ Text Quoted(const Text& argument) {
     return L'"' + argument + (endsInBackslash ? L"\\\"" : L"\"");
 }
 
-Text ThisProgram() {
-    std::array<wchar_t, 32768> path{};  // the longest path there is
-    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-    return Text(path.data(), length);
-}
-
 struct Pipe {
     Handle read;
     Handle write;
@@ -43,8 +37,14 @@ Pipe MakePipe(ChildEnd childEnd) {
 
 }  // namespace
 
+Text ProgramPath() {
+    std::array<wchar_t, 32768> path{};  // the longest path there is
+    const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+    return Text(path.data(), length);
+}
+
 ChildProcess::ChildProcess(const std::vector<Text>& arguments) {
-    Text commandLine = Quoted(ThisProgram());
+    Text commandLine = Quoted(ProgramPath());
     for (const Text& argument : arguments) {
         commandLine += L' ' + Quoted(argument);
     }

@@ -12,6 +12,9 @@
 
 namespace kel::atlas {
 
+// The path of this program.
+Text ProgramPath();
+
 struct HandleCloser {
     using pointer = HANDLE;
     void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }

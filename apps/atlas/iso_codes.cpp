@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "apps/atlas/child_process.h"
 #include "apps/atlas/figures.h"
 
 namespace kel::atlas {
@@ -144,6 +145,14 @@ File Continents() {
 }
 
 }  // namespace
+
+Text ListsFolder() {
+    // A Unix system shows its root as drive Z.
+    constexpr const wchar_t* kDebian = L"Z:\\usr\\share\\iso-codes\\json";
+    const auto beside = std::filesystem::path(ProgramPath()).parent_path() / L"iso-codes";
+    std::error_code ignored;
+    return std::filesystem::is_directory(beside, ignored) ? beside.wstring() : kDebian;
+}
 
 std::vector<File> LoadIsoCodes(const Text& folder) {
     const auto subdivisions = SubdivisionsByCountry(List(folder, "3166-2"));

@@ -48,6 +48,10 @@ inline constexpr const wchar_t* kCurrencies = L"CURRENCIES";
 inline constexpr const wchar_t* kLanguages = L"LANGUAGES";
 inline constexpr const wchar_t* kContinents = L"CONTINENTS";
 
+// Where a program finds the lists by itself: in the folder "iso-codes" beside it, or where Debian
+// keeps them. The latter also when there are none.
+Text ListsFolder();
+
 // Reads the lists from a folder.
 //   throws  std::exception naming the list that is missing or damaged
 std::vector<File> LoadIsoCodes(const Text& folder);

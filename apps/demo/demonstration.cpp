@@ -13,7 +13,10 @@ void RemoveLeftovers() {
     leftover.DeleteRecord();
 }
 
-void FillTheAccount(Report& report, const Form& form, const std::vector<File>& files) {
+void FillTheAccount(Report& report,
+                    const Form& form,
+                    const Text& listsFolder,
+                    const std::vector<File>& files) {
     report.Step(L"The data");
     report.Say(
         L"The account is to hold Debian's lists of countries, currencies and languages. Files are "
@@ -21,6 +24,8 @@ void FillTheAccount(Report& report, const Form& form, const std::vector<File>& f
         L"While thousands of records pass through one buffer, AutoUpdateOk False keeps the "
         L"component from announcing every change. What is in the account already is only read and "
         L"compared.");
+    report.Note(L"the lists are read from " + listsFolder);
+    report.Space();
     for (const File& file : files) {
         PrintLayout(report, file);
     }
@@ -45,7 +50,7 @@ int Demonstrate(const Text& isoCodesFolder, const Text& accountPath) {
             report.Finish();
             return 1;
         }
-        FillTheAccount(report, form, files);
+        FillTheAccount(report, form, isoCodesFolder, files);
         ReadACountry(report, form);
         MindTheMarks(report, form);
         ChangeAValue(report, form);

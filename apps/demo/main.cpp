@@ -1,9 +1,8 @@
 // A program that shows what the component does, step by step, and checks itself while doing so.
 //
-//   demo ISO_CODES_FOLDER ACCOUNT          the demonstration: fills the account with Debian's lists
-//   of
-//                                          countries, currencies and languages, then works with
-//                                          them
+//   demo [ISO_CODES_FOLDER] ACCOUNT        the demonstration: fills the account with Debian's lists
+//                                          of countries, currencies and languages, then works with
+//                                          them; finds the lists by itself where it was installed
 //   demo --read ACCOUNT ID ...             prints countries
 //   demo --hold ACCOUNT ID                 locks a country until standard input ends
 //   demo --writer ACCOUNT COUNT [NAME]     writes COUNT records; may be ended at any moment
@@ -25,6 +24,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "apps/demo/data.h"
 #include "apps/demo/report.h"
 #include "apps/demo/steps.h"
 #include "apps/demo/sub_commands.h"
@@ -33,7 +33,7 @@ namespace kel::demo {
 namespace {
 
 constexpr const wchar_t* kUsage =
-    L"usage: demo ISO_CODES_FOLDER ACCOUNT\n"
+    L"usage: demo [ISO_CODES_FOLDER] ACCOUNT\n"
     L"       demo --read ACCOUNT ID ...\n"
     L"       demo --hold ACCOUNT ID\n"
     L"       demo --writer ACCOUNT COUNT [NAME]\n"
@@ -89,14 +89,14 @@ int Run(const std::vector<Text>& arguments) {
         return CheckWriter(
             account, count >= 3 ? Number(arguments[2]) : 0, count == 4 ? arguments[3] : L"W");
     }
-    if (count == 2 && !command.starts_with(L"--")) {
-        const Text folder = FullPath(command);
+    if ((count == 1 || count == 2) && !command.starts_with(L"--")) {
+        const Text folder = count == 2 ? FullPath(command) : ListsFolder();
         if (!std::filesystem::is_directory(folder)) {
             PrintError(L"demo: there is no folder " + folder +
                        L" with the lists of the package iso-codes");
             return kFailed;
         }
-        return Demonstrate(folder, account);
+        return Demonstrate(folder, FullPath(arguments.back()));
     }
     PrintError(kUsage);
     return kFailed;

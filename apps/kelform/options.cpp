@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "apps/atlas/iso_codes.h"
 #include "apps/binding/com.h"
 
 namespace kel::form {
@@ -21,9 +22,6 @@ std::wstring DefaultDatabase() {
     std::filesystem::create_directories(home, ignored);
     return (home / L"atlas.kel").wstring();
 }
-
-// The lists of Debian's package iso-codes, where a Unix system shows its root as drive Z.
-constexpr const wchar_t* kDefaultLists = L"Z:\\usr\\share\\iso-codes\\json";
 
 struct Option {
     const wchar_t* name;
@@ -43,7 +41,7 @@ constexpr Option kOptions[] = {
 
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
     Options options;
-    options.lists = kDefaultLists;
+    options.lists = atlas::ListsFolder();
     for (std::size_t at = 0; at < arguments.size(); ++at) {
         const std::wstring& argument = arguments[at];
         if (argument == L"--selftest") {
