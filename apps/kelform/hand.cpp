@@ -1,17 +1,23 @@
 #include "apps/kelform/hand.h"
 
+#include <utility>
+
 #include "apps/kelform/ui.h"
 
 namespace kel::form {
 namespace {
 
 int theAnswer = 0;
+std::function<void(HWND)> theLook;
 
 BOOL CALLBACK AnswerBox(HWND window, LPARAM) {
     wchar_t name[16] = {};
     GetClassNameW(window, name, ARRAYSIZE(name));
     if (std::wstring(name) != L"#32770" || !IsWindowVisible(window)) {
         return TRUE;
+    }
+    if (theLook) {
+        theLook(window);
     }
     PostMessageW(window, WM_COMMAND, static_cast<WPARAM>(theAnswer), 0);
     return FALSE;
@@ -64,9 +70,10 @@ void Choose(HWND combo, int index) {
     Pump();
 }
 
-void AnswerNext(int answer) {
+void AnswerNext(int answer, std::function<void(HWND)> look) {
     constexpr UINT kEveryMs = 50;
     theAnswer = answer;
+    theLook = std::move(look);
     SetTimer(nullptr, 0, kEveryMs, LookForBox);
 }
 

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 
 namespace kel::form {
@@ -13,7 +14,7 @@ void Type(HWND control, const std::wstring& text);
 void Press(WPARAM key, int modifier = 0);
 // Chooses an entry of a combo box.
 void Choose(HWND combo, int index);
-// Answers the next message box of this thread with the button `answer`.
-void AnswerNext(int answer);
+// Answers the next message box of this thread with the button `answer`, after a look at it.
+void AnswerNext(int answer, std::function<void(HWND box)> look = {});
 
 }  // namespace kel::form

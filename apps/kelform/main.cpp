@@ -20,6 +20,8 @@
 namespace kel::form {
 namespace {
 
+// Exit code beside 0 and 1: nothing could be shown.
+constexpr int kNoScreen = 3;
 // The embedded database.
 constexpr short kBackEnd = 1;
 constexpr const wchar_t* kEverything = L"SSELECT COUNTRIES";
@@ -129,6 +131,9 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
         const Apartment apartment;
         options = ParseOptions(arguments);
         return Run(options);
+    } catch (const NoScreen& none) {
+        PrintLine(kel::binding::FromUtf8(none.what()));
+        return kNoScreen;
     } catch (const std::exception&) {
         failure = CurrentFailureInWords();
     }

@@ -35,6 +35,7 @@ constexpr Option kOptions[] = {
     {L"--user", &Options::user},
     {L"--print", &Options::print},
     {L"--hold", &Options::hold},
+    {L"--pictures", &Options::pictures},
 };
 
 }  // namespace
@@ -61,7 +62,7 @@ Options ParseOptions(const std::vector<std::wstring>& arguments) {
         options.*value = arguments[at];
     }
     options.isDatabaseGiven = !options.database.empty();
-    if (!options.isDatabaseGiven) {
+    if (!options.isDatabaseGiven && !options.isSelfTest) {
         options.database = DefaultDatabase();
     }
     return options;

@@ -13,6 +13,7 @@ struct Options {
     std::wstring user;      // name shown to others who meet a lock
     std::wstring print;     // print this country and end
     std::wstring hold;      // lock this country until standard input ends
+    std::wstring pictures;  // folder for pictures of the self-test's windows
     bool isSelfTest = false;
     bool isDatabaseGiven = false;
 };
@@ -24,8 +25,9 @@ inline constexpr const wchar_t* kUsage =
     L"        prints a country, one attribute a line\n"
     L"kelform --database FILE --hold CODE\n"
     L"        locks a country until standard input ends\n"
-    L"kelform --selftest [--lists FOLDER]\n"
-    L"        works the windows like a person and says whether all went well";
+    L"kelform --selftest [--lists FOLDER] [--pictures FOLDER]\n"
+    L"        works the windows like a person and says whether all went well; saves pictures of "
+    L"them";
 
 // The arguments after the program's name.
 //   throws  std::runtime_error for one that is not known or lacks its value

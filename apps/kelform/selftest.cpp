@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "apps/atlas/child_process.h"
+#include "apps/kelform/camera.h"
 #include "apps/kelform/connect_window.h"
 #include "apps/kelform/country_window.h"
 #include "apps/kelform/hand.h"
@@ -47,7 +48,7 @@ public:
     ScratchAccount& operator=(const ScratchAccount&) = delete;
     ~ScratchAccount() {
         std::error_code ignored;
-        for (const wchar_t* end : {L"", L"-wal", L"-shm"}) {
+        for (const wchar_t* end : {L"", L"-wal", L"-shm", L"-locks", L"-sessions"}) {
             std::filesystem::remove(path_.wstring() + end, ignored);
         }
     }
@@ -72,10 +73,21 @@ std::wstring Cell(HWND list, int row, int column) {
     return text;
 }
 
-void TryConnecting(Checks& checks, Connection& connection) {
+// Looks at a window: takes its picture and sees whether its texts have room.
+void Look(Checks& checks, const Camera& camera, HWND window, const wchar_t* name) {
+    Pump();
+    camera.Take(window, name);
+    std::wstring cut;
+    for (const std::wstring& text : CutTexts(window)) {
+        cut += L" [" + text + L"]";
+    }
+    checks.Holds((L"every text has room: " + std::wstring(name)).c_str(), cut.empty(), cut);
+}
+
+void TryConnecting(Checks& checks, const Camera& camera, Connection& connection) {
     ConnectWindow window(connection, nullptr);
     window.Open();
-    Pump();
+    Look(checks, camera, window.handle(), L"connect");
     int id = IDC_PROPERTY;
     bool shown = !connection.properties().empty();
     for (const Property& property : connection.properties()) {
@@ -90,13 +102,14 @@ void TryConnecting(Checks& checks, Connection& connection) {
     checks.Holds(L"a wrong path is explained and the window stays",
                  window.handle() != nullptr && !TextOf(window.item(IDC_MESSAGE)).empty() &&
                      TextOf(window.item(IDC_MESSAGE)).find(L"0x") == std::wstring::npos);
+    Look(checks, camera, window.handle(), L"connect-refused");
     SetWindowTextW(window.item(IDC_PROPERTY), path.c_str());
     Press(VK_RETURN);
     checks.Holds(L"Enter connects and closes it",
                  window.handle() == nullptr && connection.isConnected());
 }
 
-void TryReading(Checks& checks, CountryWindow& window) {
+void TryReading(Checks& checks, const Camera& camera, CountryWindow& window) {
     Type(window.item(IDC_KEY), L"ch");
     Press(VK_TAB);
     checks.Same(L"a code and Tab read the country", TextOf(window.item(IDC_NAME)), L"Switzerland");
@@ -123,15 +136,20 @@ void TryReading(Checks& checks, CountryWindow& window) {
     checks.Holds(L"a default is shown", !TextOf(window.item(IDC_CHECKED)).empty());
     checks.Holds(L"a check box",
                  SendMessageW(window.item(IDC_MEMBER), BM_GETCHECK, 0, 0) == BST_CHECKED);
+    Look(checks, camera, window.handle(), L"country");
 }
 
-void TryTyping(Checks& checks, CountryWindow& window, const std::wstring& account) {
+void TryTyping(Checks& checks,
+               const Camera& camera,
+               CountryWindow& window,
+               const std::wstring& account) {
     const HWND name = window.item(IDC_NAME);
     Type(name, L"Helv");
     checks.Same(
         L"the follower follows every keystroke", TextOf(window.follower().item(IDC_NAME)), L"Helv");
     Type(window.follower().item(IDC_NAME), L"Helvetia");
     checks.Same(L"and is followed", TextOf(name), L"Helvetia");
+    camera.Take(GetDesktopWindow(), L"all");
     checks.Same(
         L"the title marks the change", TextOf(window.handle()), L"*Helvetia (CH) \u2013 Countries");
     SetFocus(name);
@@ -145,6 +163,8 @@ void TryTyping(Checks& checks, CountryWindow& window, const std::wstring& accoun
     checks.Same(L"the validation program refuses an unknown currency",
                 window.status(),
                 L"There is no currency with this code.");
+    Look(checks, camera, window.handle(), L"country-refused");
+    Look(checks, camera, window.follower().handle(), L"follower");
     Type(window.item(IDC_CURRENCY), L"EUR");
     Press(VK_TAB);
     checks.Same(L"and takes a known one", TextOf(window.item(IDC_CURRENCY_NAME)), L"Euro");
@@ -158,7 +178,7 @@ void TryTyping(Checks& checks, CountryWindow& window, const std::wstring& accoun
     checks.Holds(L"the default as stored", Elsewhere(account, L"CH", 14).size() == 5);
 }
 
-void TryRows(Checks& checks, CountryWindow& window) {
+void TryRows(Checks& checks, const Camera& camera, CountryWindow& window) {
     binding::RowsControl& rows = window.rows();
     const HWND list = window.item(IDC_ROWS);
     ListView_SetItemState(list, 1, LVIS_SELECTED, LVIS_SELECTED);
@@ -166,6 +186,7 @@ void TryRows(Checks& checks, CountryWindow& window) {
     Type(rows.editWindow(), L"CH-AA");
     Press(VK_TAB);
     Type(rows.editWindow(), L"Neuenstadt");
+    Look(checks, camera, window.handle(), L"country-rows");
     Press(VK_RETURN);
     checks.Holds(L"a row is inserted", rows.rowCount() == 27 && rows.editWindow() == nullptr);
     checks.Same(
@@ -204,7 +225,10 @@ void TryPaging(Checks& checks, CountryWindow& window) {
                  window.status());
 }
 
-void TryNewAndDelete(Checks& checks, CountryWindow& window, const std::wstring& account) {
+void TryNewAndDelete(Checks& checks,
+                     const Camera& camera,
+                     CountryWindow& window,
+                     const std::wstring& account) {
     Press('N', VK_CONTROL);
     Type(window.item(IDC_NAME), L"Utopia");
     Press('S', VK_CONTROL);
@@ -216,13 +240,16 @@ void TryNewAndDelete(Checks& checks, CountryWindow& window, const std::wstring& 
     checks.Same(L"a new code keeps what was typed", TextOf(window.item(IDC_NAME)), L"Utopia");
     Press('S', VK_CONTROL);
     checks.Same(L"it is stored", Elsewhere(account, L"ZZ", 1), L"Utopia");
-    AnswerNext(IDOK);
+    AnswerNext(IDOK, [&](HWND box) { camera.Take(box, L"delete"); });
     Press('D', VK_CONTROL);
     checks.Same(L"it is deleted", window.status(), L"ZZ is deleted.");
     checks.Same(L"for everybody", Elsewhere(account, L"ZZ", 1), L"(nothing)");
 }
 
-void TryLock(Checks& checks, CountryWindow& window, const std::wstring& account) {
+void TryLock(Checks& checks,
+             const Camera& camera,
+             CountryWindow& window,
+             const std::wstring& account) {
     atlas::ChildProcess other({L"--database", account, L"--user", L"anna", L"--hold", L"AT"});
     checks.Same(L"another process locks AT", other.ReadLine().value_or(L""), L"held AT");
     window.Read(L"AT");
@@ -233,6 +260,7 @@ void TryLock(Checks& checks, CountryWindow& window, const std::wstring& account)
     checks.Same(L"and shows it nevertheless", TextOf(window.item(IDC_NAME)), L"Austria");
     checks.Holds(L"for reading only",
                  (GetWindowLongW(window.item(IDC_NAME), GWL_STYLE) & ES_READONLY) != 0);
+    Look(checks, camera, window.handle(), L"country-locked");
     other.CloseInput();
     other.Wait();
     window.Read(L"AT");
@@ -255,26 +283,30 @@ void PrintLine(const std::wstring& text) {
 int SelfTest(const Options& options) {
     constexpr short kBackEnd = 1;
     Checks checks;
+    const Camera camera(options.pictures);
     const ScratchAccount account;
     Connection connection(kBackEnd);
     connection.set(L"Database", account.path());
-    TryConnecting(checks, connection);
+    TryConnecting(checks, camera, connection);
     if (connection.isConnected()) {
         connection.Prepare(options.lists);
         CountryWindow window(connection);
-        window.follower().Open();
-        window.events().Open();
         window.Open();
-        TryReading(checks, window);
-        TryTyping(checks, window, account.path());
-        TryRows(checks, window);
+        Press(VK_F7);
+        Press(VK_F8);
+        checks.Holds(L"F7 and F8 open the other windows",
+                     IsWindowVisible(window.follower().handle()) &&
+                         IsWindowVisible(window.events().handle()));
+        TryReading(checks, camera, window);
+        TryTyping(checks, camera, window, account.path());
+        TryRows(checks, camera, window);
         TryPaging(checks, window);
-        TryNewAndDelete(checks, window, account.path());
-        TryLock(checks, window, account.path());
+        TryNewAndDelete(checks, camera, window, account.path());
+        TryLock(checks, camera, window, account.path());
         checks.Holds(L"the third window has listed the events",
                      window.events().count() > 50,
                      std::to_wstring(window.events().count()));
-        Pump();
+        Look(checks, camera, window.events().handle(), L"events");
     }
     return checks.Finish();
 }

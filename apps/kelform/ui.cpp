@@ -79,6 +79,9 @@ void Window::Create(const std::wstring& title, SIZE size, DWORD style, HWND owne
                     menu,
                     Module(),
                     this);
+    if (handle_ == nullptr) {
+        throw NoScreen();
+    }
     if (menu != nullptr) {
         theMainWindow = handle_;
     }

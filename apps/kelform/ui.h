@@ -5,6 +5,7 @@
 
 #include <commctrl.h>
 
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,12 @@ enum Anchor : unsigned {
     kMoveDown = 2,
     kStretchRight = 4,
     kStretchDown = 8,
+};
+
+// Windows cannot be shown.
+class NoScreen : public std::runtime_error {
+public:
+    NoScreen() : std::runtime_error("There is no screen to show windows on.") {}
 };
 
 class Window {
