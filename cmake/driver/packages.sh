@@ -4,7 +4,7 @@
 # Build and test, both widths. Read by every command.
 readonly KEL_PACKAGES=(
     g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools
-    wine wine64 libwine-dev
+    wine wine64 libwine-dev fonts-wine
     cmake ninja-build g++ python3 git googletest catch2 nlohmann-json3-dev iso-codes
     xvfb xauth
 )

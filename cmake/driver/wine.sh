@@ -97,6 +97,8 @@ make_prefix() {
     # program sometimes makes the exit status 0.
     wine_quietly reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' \
         /v Debugger /d 'winedbg --command detach %ld %ld' /f
+    # Debian keeps Wine's own fonts where Wine does not look: the letters and signs of windows.
+    cp /usr/share/wine/fonts/{marlett,tahoma,tahomabd}.ttf "$WINEPREFIX/drive_c/windows/Fonts/"
     "${wine_server[@]}" -k >/dev/null 2>&1 </dev/null 9>&- || true
     touch "$mark"
 }
