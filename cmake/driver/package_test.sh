@@ -14,12 +14,13 @@ registry_lines() {
     done | sort
 }
 
-# Files and registry, to be compared; without what Wine's installer leaves behind itself, whatever
-# was installed: its own folder and the upper keys of its records.
+# Files and registry, to be compared; without what Wine leaves behind itself, whatever was installed:
+# its installer's own folder and the upper keys of its records, its settings of a screen.
 snapshot() {
     find "$WINEPREFIX/drive_c" -printf '%p\n' | sort | grep -v '/drive_c/windows/Installer$'
     registry_lines | grep -vixE \
-        '\[.*\\Installer(\\(Features|Products|UpgradeCodes|Folders|UserData|UserData\\S-[-0-9]+(\\[a-z]+)?))?\]'
+        -e '\[.*\\Wine\\Temporary System Parameters(\\.*)?\]' \
+        -e '\[.*\\Installer(\\(Features|Products|UpgradeCodes|Folders|UserData|UserData\\S-[-0-9]+(\\[a-z]+)?))?\]'
 }
 
 installed_file() { [[ -f "$place/$1" ]]; }
@@ -50,11 +51,17 @@ run_program() { quietly setsid --wait "${wine_loader[@]}" "$@" 9>&-; }
 installer() { run_program msiexec "$1" "$(windows_path "$2")" /qn "${@:3}"; }
 client() { run_program cscript.exe //nologo "$(windows_path "$KEL_ROOT/tests/scripts/client.vbs")"; }
 
-# demonstrate FOLDER: the demonstration, out of a folder, on an account of its own.
+# demonstrate FOLDER: the demonstration, out of a folder, on an account of its own that is made from
+# the folder's lists.
 demonstrate() {
     rm -f "$scratch"/demo.account*
-    run_program "$1/demo.exe" "$(windows_path /usr/share/iso-codes/json)" \
-        "$(windows_path "$scratch/demo.account")"
+    run_program "$1/demo.exe" "$(windows_path "$scratch/demo.account")" &&
+        grep -qF "${1##*/}\\iso-codes" "$scratch/output.txt"
+}
+
+# The form tries itself, on an account made from the installed lists.
+try_form() {
+    quietly "$KEL_ROOT/cmake/driver/on-screen" "${wine_loader[@]}" "$place/kelform.exe" --selftest 9>&-
 }
 
 # Wine has the user's start menu even for all users.
@@ -121,6 +128,7 @@ test_installer() {
     verify "is in the start menu" shortcut_made
     verify "a script uses it" client
     verify "the demonstration runs" demonstrate "$place"
+    verify "the form works" try_form
 
     classes installed.txt
     verify "writes what the DLLs write" same_lines "$scratch/registered.txt" "$scratch/installed.txt"
