@@ -42,12 +42,14 @@ void AccountSurroundings::CallProgram(TextView name, std::vector<Text>& argument
 Connection::Connection(const ConnectionOptions& options)
     : store_(OpenStore(options.path, options.store)),
       around_(*store_, options.family, options.dateOrder),
+      keeper_(options.path, options.family, options.dateOrder),
       session_(*store_, around_),
       programs_(*this, options.application),
       lockWaitMs_(options.lockWaitMs),
       number_(NextConnection()) {
     around_.UsePrograms(programs_);
     session_.SetUser(options.store.user);
+    session_.UseKeeper(&keeper_);
 }
 
 Connection::~Connection() {

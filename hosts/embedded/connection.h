@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hosts/embedded/programs.h"
+#include "hosts/embedded/store/account_keeper.h"
 #include "hosts/embedded/store/sqlite_store.h"
 #include "hosts/multivalue/correlative_evaluator.h"
 #include "hosts/multivalue/session.h"
@@ -70,6 +71,7 @@ public:
 private:
     std::unique_ptr<multivalue::Store> store_;
     AccountSurroundings around_;
+    AccountFileKeeper keeper_;
     multivalue::Session session_;
     Programs programs_;
     std::uint32_t lockWaitMs_;

@@ -97,7 +97,8 @@ const std::vector<CommandVerb>& AllCommands() {
                                                          FileCommands(),
                                                          RecordCommands(),
                                                          IndexCommands(),
-                                                         SessionCommands()}) {
+                                                         SessionCommands(),
+                                                         AccountCommands()}) {
             verbs.insert(verbs.end(), group.begin(), group.end());
         }
         std::sort(

@@ -64,6 +64,7 @@ std::span<const CommandVerb> FileCommands();
 std::span<const CommandVerb> RecordCommands();
 std::span<const CommandVerb> IndexCommands();
 std::span<const CommandVerb> SessionCommands();
+std::span<const CommandVerb> AccountCommands();
 
 // All of them, by name.
 const std::vector<CommandVerb>& AllCommands();

@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 
+#include "hosts/multivalue/account_keeper.h"
 #include "hosts/multivalue/error.h"
 #include "hosts/multivalue/index_fields.h"
 #include "hosts/multivalue/select_list.h"
@@ -40,6 +41,10 @@ inline constexpr int kListSaved = 422;
 inline constexpr int kListDeleted = 423;
 inline constexpr int kIndexCreated = 424;
 inline constexpr int kIndexDeleted = 425;
+inline constexpr int kAccountSound = 426;
+inline constexpr int kAccountDamaged = 427;
+inline constexpr int kAccountRepaired = 428;
+inline constexpr int kAccountSaved = 429;
 
 // What a sentence answers.
 struct Answer {
@@ -89,6 +94,10 @@ public:
     void SetUser(Text user) { user_ = std::move(user); }
     const Text& User() const { return user_; }
 
+    // What looks after the account as a whole, borrowed; without one those verbs are refused.
+    void UseKeeper(AccountKeeper* keeper) { keeper_ = keeper; }
+    AccountKeeper* Keeper() const { return keeper_; }
+
     Store& OwnStore() { return store_; }
     Surroundings& Around() { return around_; }
 
@@ -98,6 +107,7 @@ private:
     FieldIndexKeys indexKeys_;
     QueryOptions options_;
     Text user_;
+    AccountKeeper* keeper_ = nullptr;
     std::array<std::unique_ptr<SelectList>, kActiveLists> lists_;
 };
 

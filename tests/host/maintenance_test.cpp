@@ -7,8 +7,12 @@
 #include <fstream>
 #include <string>
 
+#include "hosts/embedded/store/account_keeper.h"
 #include "hosts/embedded/store/database.h"
+#include "hosts/multivalue/session.h"
+#include "hosts/multivalue/store_surroundings.h"
 #include "tests/host/account_folder.h"
+#include "tests/host/text_support.h"
 
 namespace kel::embedded {
 namespace {
@@ -160,6 +164,50 @@ TEST(Repair, KeepsWhatCanBeReadAndSaysWhatCannot) {
         }
     }
     EXPECT_GT(kept * 100, possible * 95);
+}
+
+TEST(AccountSentences, CheckSaveAndRepair) {
+    const AccountFolder folder;
+    const auto store = OpenStore(folder.Path(), Quick());
+    multivalue::StoreSurroundings around(*store);
+    AccountFileKeeper keeper(folder.Path(), multivalue::Family::kUni, around.OwnDateOrder());
+    multivalue::Session session(*store, around);
+    session.UseKeeper(&keeper);
+    const Text copy = u"'" + folder.Path("copy") + u"'";
+    const auto damage = [&] {
+        Database(folder.Path("copy"), Database::Mode::kReadWrite, 0)
+            .Execute("UPDATE f3 SET rec = x'FFFF00'");
+    };
+    session.Execute(u"CREATE-FILE F");
+    store->Write(store->FindFile(u"F").value(), u"1", u"one", AfterWrite::kRelease);
+    const struct {
+        Text sentence;
+        TextView codes;
+        TextView part;  // of the output
+    } cases[] = {
+        {u"CHECK-ACCOUNT", u"426", u"The account is sound."},
+        {u"SAVE-ACCOUNT", u"10", u"the path of the copy"},
+        {u"SAVE-ACCOUNT " + copy, u"429", folder.Path("copy")},
+        {u"SAVE-ACCOUNT " + copy, u"10", folder.Path("copy")},
+        {u"CHECK-ACCOUNT " + copy, u"426", u" 1 record(s)"},
+        {u"CHECK-ACCOUNT '" + folder.Path("none") + u"'", u"10", folder.Path("none")},
+        {u"REPAIR-ACCOUNT " + copy, u"428", u"nothing was changed"},
+        {u"damage", u"", u""},
+        {u"CHECK-ACCOUNT " + copy, u"427", u"REPAIR-ACCOUNT mends"},
+        {u"REPAIR-ACCOUNT " + copy, u"427", u"\"1\""},  // what is lost, by its id
+        {u"CHECK-ACCOUNT " + copy, u"426", u" 0 record(s)"},
+    };
+    for (const auto& one : cases) {
+        if (one.sentence == u"damage") {
+            damage();
+            continue;
+        }
+        const multivalue::Answer answer = session.Execute(one.sentence);
+        EXPECT_EQ(answer.codes, one.codes) << multivalue::Drawn(one.sentence);
+        EXPECT_NE(answer.output.find(one.part), Text::npos) << multivalue::Drawn(answer.output);
+    }
+    session.UseKeeper(nullptr);
+    EXPECT_EQ(session.Execute(u"CHECK-ACCOUNT").codes, u"10");
 }
 
 }  // namespace
