@@ -372,14 +372,12 @@ private:
         }
     }
 
-    // Numbers the values, or the subvalues of each value, that the program's attributes have.
+    // Numbers the values, or the subvalues of each value, that the attributes have.
     void Numbering(bool subvalues, Text& out) {
         constexpr std::int32_t kMostValues = 0x7FFF;
         ValueCounts counts(static_cast<std::size_t>(std::clamp(input_.position, 1, kMostValues)));
-        for (const OperationNode& node : owner_.program_.nodes) {
-            if (node.operation == Operation::kAttribute && !node.repeats) {
-                counts.Add(input_.record->Attribute(node.number));
-            }
+        for (const std::int32_t attribute : owner_.attributes_) {
+            counts.Add(input_.record->Attribute(attribute));
         }
         if (subvalues) {
             counts.AppendSubvalueNumbers(out);
@@ -459,6 +457,21 @@ CorrelativeEvaluator::CorrelativeEvaluator(Program program, Surroundings& around
       stepsDone_(program_.steps.size()) {
     for (const Program& other : program_.others) {
         others_.push_back(std::make_unique<Other>(other, around));
+    }
+    for (const std::uint32_t step : program_.steps) {
+        FindAttributes(step);
+    }
+}
+
+// From the top: what a correlative left on its stack belongs to no step, and its written form does
+// not have it either.
+void CorrelativeEvaluator::FindAttributes(std::uint32_t node) {
+    const OperationNode& own = program_.nodes[node];
+    if (own.operation == Operation::kAttribute && !own.repeats) {
+        attributes_.push_back(own.number);
+    }
+    for (std::uint32_t child = 0; child < own.childCount; ++child) {
+        FindAttributes(program_.children[own.firstChild + child]);
     }
 }
 

@@ -44,8 +44,11 @@ public:
 private:
     class Walk;
 
+    void FindAttributes(std::uint32_t node);
+
     Program program_;
     Surroundings& around_;
+    std::vector<std::int32_t> attributes_;  // that the result is made of, constants aside
     std::vector<Text> scratch_;  // results, by node
     std::vector<TextView> stepResults_;
     std::vector<bool> stepsDone_;

@@ -53,15 +53,17 @@ Text Code(std::string_view drawn) {
 
 std::string Evaluated(Surroundings& around, const char* correlative, std::int32_t position = 0) {
     try {
-        // Through the written form, so that every case tests that as well.
-        const Text written = WriteProgram(CompileCorrelative(Code(correlative), u"ORDERS", around));
-        CorrelativeEvaluator evaluator(ReadProgram(written), around);
+        Program program = CompileCorrelative(Code(correlative), u"ORDERS", around);
+        // Every case tests the written form as well.
+        CorrelativeEvaluator read(ReadProgram(WriteProgram(program)), around);
+        CorrelativeEvaluator compiled(std::move(program), around);
         const Text record = Marked(kRecord);
         RecordFields fields{TextView(record)};
         EvaluationInput input{&fields, u"17", u"12345"};
         input.position = position;
         input.itemCounter = 7;
-        return Drawn(evaluator.Evaluate(input));
+        const std::string result = Drawn(compiled.Evaluate(input));
+        return result == Drawn(read.Evaluate(input)) ? result : "another when written and read";
     } catch (const Error& error) {
         return error.what();
     }
@@ -92,6 +94,7 @@ TEST(Correlative, WorksOutOfARecord) {
              {"A;1[\"1\",\"4\"](MCU)", "ANNE"},
              {"A;IF 2 >= \"4\" AND 3 # \"20\" THEN 2 ELSE \"none\"", "none]none]none"},
              {"A;NV:NS:6", "111\\22]213"},
+            {"F;6;NV", "1"},  // an attribute left on the stack is not counted
              {"A;D:T:NI", "1900036007"},
              {"A;LPV-\"5\"", "12340"},
              {"A;\"99999999999999999999\"*\"99999999999999999999\"",
