@@ -157,7 +157,7 @@ void MeasureBatches(SampleAccount& account) {
         account.plain.Execute("COMMIT");
     };
     CompareRate({"write, in batches of 1,000", Repeating(write), kBatch},
-                {"the statement, in one transaction", Repeating(plainWrite), kBatch},
+                {"one transaction", Repeating(plainWrite), kBatch},
                 kWritesToBeat,
                 kTarget);
 }

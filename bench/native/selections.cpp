@@ -75,7 +75,7 @@ void MeasureSelections(const std::filesystem::path& folder) {
     account.plain.Execute(
         "INSERT INTO x1 SELECT CAST('City ' || (substr(id, 6) % 20) AS BLOB), id FROM f1");
 
-    PrintRateHead("selections over 100,000 records, by record or id");
+    PrintRateHead("selections over 100,000, by record or id");
     CompareRate({"walk of all ids", Selecting(session, u"SELECT STOCK", kRecords), kRecords},
                 {"SELECT id", Asking(account.plain, "SELECT id FROM f1 ORDER BY id"), kRecords},
                 kNoTarget,

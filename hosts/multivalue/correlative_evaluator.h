@@ -49,7 +49,7 @@ private:
     Program program_;
     Surroundings& around_;
     std::vector<std::int32_t> attributes_;  // that the result is made of, constants aside
-    std::vector<Text> scratch_;  // results, by node
+    std::vector<Text> scratch_;             // results, by node
     std::vector<TextView> stepResults_;
     std::vector<bool> stepsDone_;
     // The programs for records of other files, each with the record it is at.

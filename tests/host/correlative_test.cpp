@@ -94,7 +94,7 @@ TEST(Correlative, WorksOutOfARecord) {
              {"A;1[\"1\",\"4\"](MCU)", "ANNE"},
              {"A;IF 2 >= \"4\" AND 3 # \"20\" THEN 2 ELSE \"none\"", "none]none]none"},
              {"A;NV:NS:6", "111\\22]213"},
-            {"F;6;NV", "1"},  // an attribute left on the stack is not counted
+             {"F;6;NV", "1"},  // an attribute left on the stack is not counted
              {"A;D:T:NI", "1900036007"},
              {"A;LPV-\"5\"", "12340"},
              {"A;\"99999999999999999999\"*\"99999999999999999999\"",

@@ -29,10 +29,10 @@ struct TwoSessions {
         ReadInARow();
     }
 
-    void Put(TextView id, TextView record) {
+    void Put(TextView id, TextView record) const {
         writer->Write(file, id, record, AfterWrite::kRelease);
     }
-    void ReadInARow() {
+    void ReadInARow() const {
         Text record;
         for (int i = 0; i < 3; ++i) {
             reader->Read(file, u"1", record);

@@ -220,11 +220,10 @@ void RecordingFiles::WriteImage(const std::string& target,
     std::map<std::string, std::string> files;
     for (std::size_t i = 0; i < cut; ++i) {
         const Step& step = steps_[i];
-        if (i < safe[step.suffix] || loss == Loss::kNone) {
-            Apply(step, files);
-        } else if (loss == Loss::kTorn && step.kind == Kind::kWrite) {
+        if (i >= safe[step.suffix] && loss == Loss::kTorn && step.kind == Kind::kWrite) {
             ApplyTorn(step, files, random);
-        } else if (loss != Loss::kAll && random() % 2 == 0) {
+        } else if (i < safe[step.suffix] || loss == Loss::kNone ||
+                   (loss != Loss::kAll && random() % 2 == 0)) {
             Apply(step, files);
         }
     }
