@@ -174,28 +174,30 @@ TEST(AccountSentences, CheckSaveAndRepair) {
     multivalue::Session session(*store, around);
     session.UseKeeper(&keeper);
     const Text copy = u"'" + folder.Path("copy") + u"'";
+    session.Execute(u"CREATE-FILE F");
+    const FileNumber file = store->FindFile(u"F").value();
+    store->Write(file, u"1", u"one", AfterWrite::kRelease);
+    const std::string number = std::to_string(static_cast<int>(file));
     const auto damage = [&] {
         Database(folder.Path("copy"), Database::Mode::kReadWrite, 0)
-            .Execute("UPDATE f3 SET rec = x'FFFF00'");
+            .Execute(("UPDATE f" + number + " SET rec = x'FFFF00'").c_str());
     };
-    session.Execute(u"CREATE-FILE F");
-    store->Write(store->FindFile(u"F").value(), u"1", u"one", AfterWrite::kRelease);
     const struct {
         Text sentence;
         TextView codes;
-        TextView part;  // of the output
+        Text part;  // of the output
     } cases[] = {
         {u"CHECK-ACCOUNT", u"426", u"The account is sound."},
         {u"SAVE-ACCOUNT", u"10", u"the path of the copy"},
         {u"SAVE-ACCOUNT " + copy, u"429", folder.Path("copy")},
         {u"SAVE-ACCOUNT " + copy, u"10", folder.Path("copy")},
-        {u"CHECK-ACCOUNT " + copy, u"426", u" 1 record(s)"},
+        {u"CHECK-ACCOUNT " + copy, u"426", u" 2 record(s)"},
         {u"CHECK-ACCOUNT '" + folder.Path("none") + u"'", u"10", folder.Path("none")},
         {u"REPAIR-ACCOUNT " + copy, u"428", u"nothing was changed"},
         {u"damage", u"", u""},
         {u"CHECK-ACCOUNT " + copy, u"427", u"REPAIR-ACCOUNT mends"},
         {u"REPAIR-ACCOUNT " + copy, u"427", u"\"1\""},  // what is lost, by its id
-        {u"CHECK-ACCOUNT " + copy, u"426", u" 0 record(s)"},
+        {u"CHECK-ACCOUNT " + copy, u"426", u" 1 record(s)"},
     };
     for (const auto& one : cases) {
         if (one.sentence == u"damage") {

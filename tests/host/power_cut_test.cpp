@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <random>
 #include <string>
@@ -81,7 +82,7 @@ void DoChange(Store& store, FileNumber file, std::uint64_t change) {
 std::optional<std::uint64_t> ChangesIn(Store& store) {
     const std::optional<FileNumber> file = store.FindFile(u"F");
     std::uint64_t latest = 0;
-    std::vector<Text> records(kIds);
+    std::map<std::uint64_t, Text> records;
     for (std::uint64_t id = 0; file && id < kIds; ++id) {
         if (store.Read(*file, NumberText(id), records[id])) {
             const Text digits = records[id].substr(0, records[id].find(u' '));
