@@ -205,13 +205,14 @@ private:
 
 class Clients : public BackendTest {};
 
+// NOLINTBEGIN(readability-function-size): made from the table of calls
 void CallNamed(Client& client) {
 #include "calls_named.inc"
 }
 
 void CallTyped(Client& client){
 #include "calls_typed.inc"
-}
+}  // NOLINTEND(readability-function-size)
 
 TEST_F(Clients, ThroughInterfaces) {
     Client client;
