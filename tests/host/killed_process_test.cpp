@@ -131,7 +131,8 @@ TEST(ChildProcessOf, DISABLED_LocksAndSleeps) {
     StoreOptions options = Quick();
     options.user = u"child";
     const auto store = OpenStore(PathFromParent(), options);
-    store->Lock(OpenOrMake(*store), u"held", 0);
+    // Waiting: the parent, which looks whether it is held, holds it for moments itself.
+    store->Lock(OpenOrMake(*store), u"held", 5000);
     std::this_thread::sleep_for(60s);
 }
 
