@@ -30,7 +30,9 @@ enum class ErrorKind {
     kIndexExists,    // the file has an index of that name already
     kNoSuchIndex,    // the file has no index of that name
     kStaleIndex,     // the index was not kept by a session that could not, and awaits rebuilding
-    kBadData         // data to be imported that does not follow its form
+    kBadData,        // data to be imported that does not follow its form
+    kSeveralNames,   // the account's file has several names (hard links)
+    kNetworkDrive    // the account lies on another machine
 };
 
 class Error : public std::exception {

@@ -82,6 +82,46 @@ TEST(SqliteStore, SaysWhatIsWrongWithAPath) {
     EXPECT_TRUE(OpenStore(folder.Path("\xC3\xA4\xE2\x82\xAC account"), Quick()));
 }
 
+// Under a name of its own a session would have a log and locks of its own.
+TEST(SqliteStore, IsOneAccountByWhateverPath) {
+    const AccountFolder folder;
+    std::filesystem::create_directory(folder / "deep");
+    std::vector<Text> paths = {folder.Path(), folder.Path("deep/../account")};
+#if !defined(_WIN32)
+    std::filesystem::create_symlink(folder / "account", folder / "deep" / "link");
+    EXPECT_TRUE(Throws(ErrorKind::kCannotOpen, folder.Path("deep/link"), [&] {
+        OpenStore(folder.Path("deep/link"), Quick());
+    }));
+    std::filesystem::create_directory_symlink(folder / "deep", folder / "way");
+    paths.push_back(folder.Path("deep/link"));
+    paths.push_back(folder.Path("way/link"));
+#endif
+    auto first = OpenStore(folder.Path(), Quick());
+    const FileNumber file = first->CreateFile(u"F");
+    first->Lock(file, u"locked", 0);
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        const auto other = OpenStore(paths[i], Quick());
+        EXPECT_TRUE(other->Lock(file, u"locked", 0)) << i;
+        Put(*other, file, u"n", Text(1, static_cast<char16_t>(u'0' + i)));
+        Text record;
+        EXPECT_TRUE(first->Read(file, u"n", record));
+        EXPECT_EQ(record, Text(1, static_cast<char16_t>(u'0' + i)));
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "deep")) {
+        EXPECT_EQ(entry.path().filename(), "link");
+    }
+
+    first.reset();
+    std::filesystem::create_hard_link(folder / "account", folder / "second");
+    for (const char* name : {"second", "account"}) {
+        EXPECT_TRUE(Throws(ErrorKind::kSeveralNames, folder.Path(name), [&] {
+            OpenStore(folder.Path(name), Quick());
+        })) << name;
+    }
+    std::filesystem::remove(folder / "second");
+    EXPECT_TRUE(OpenStore(folder.Path(), Quick())->FindFile(u"F"));
+}
+
 TEST(SqliteStore, ReadOnlySessionsReadAndChangeNothing) {
     const AccountFolder folder;
     const auto writer = OpenStore(folder.Path(), Quick());

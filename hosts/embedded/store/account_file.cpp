@@ -1,9 +1,10 @@
 #include "hosts/embedded/store/account_file.h"
 
 #include <cstdint>
-#include <filesystem>
 #include <string>
 #include <system_error>
+
+#include "hosts/embedded/store/files.h"
 
 namespace kel::embedded {
 
@@ -25,26 +26,10 @@ Text Digits(std::int64_t number) {
 // The engine takes a file shorter than its smallest page for an empty one, and would write over it.
 constexpr std::uintmax_t kSmallestDatabase = 512;
 
-// Refuses what the engine would misunderstand or report badly. Returns whether anything is there.
-bool CheckPath(TextView path) {
-    if (path.empty() || path.find(u'\0') != TextView::npos || path == u":memory:") {
-        Refuse(ErrorKind::kCannotOpen, path, u"is no path of an account");
-    }
+FileFacts FactsAt(TextView path) {
     try {
-        const std::filesystem::path file(path);
-        std::error_code error;
-        const std::filesystem::file_type type = std::filesystem::status(file, error).type();
-        if (type == std::filesystem::file_type::directory) {
-            Refuse(ErrorKind::kCannotOpen, path, u"is a folder, not an account");
-        }
-        if (type == std::filesystem::file_type::regular) {
-            const std::uintmax_t size = std::filesystem::file_size(file, error);
-            if (!error && size != 0 && size < kSmallestDatabase) {
-                Refuse(ErrorKind::kNotAnAccount, path, u"is not an account");
-            }
-        }
-        return type != std::filesystem::file_type::not_found;
-    } catch (const std::system_error&) {
+        return FactsOf(Text(path));
+    } catch (const std::system_error&) {  // units that make no path here
         Refuse(ErrorKind::kCannotOpen, path, u"is no path of an account");
     }
 }
@@ -111,12 +96,46 @@ std::optional<Durability> DurabilityNamed(TextView name) {
                                 : std::nullopt;
 }
 
+AccountPlace FindAccount(TextView path) {
+    if (path.empty() || path.find(u'\0') != TextView::npos || path == u":memory:") {
+        Refuse(ErrorKind::kCannotOpen, path, u"is no path of an account");
+    }
+    const FileFacts facts = FactsAt(path);
+    if (facts.kind == FileFacts::Kind::kFolder) {
+        Refuse(ErrorKind::kCannotOpen, path, u"is a folder, not an account");
+    }
+    if (facts.kind == FileFacts::Kind::kOther) {
+        Refuse(ErrorKind::kCannotOpen, path, u"is a device, not an account");
+    }
+    if (facts.isLinkToNothing) {
+        Refuse(ErrorKind::kCannotOpen, path, u"is a link to a file that is not there");
+    }
+    if (facts.isRemote) {
+        Refuse(ErrorKind::kNetworkDrive,
+               path,
+               u"lies on another machine: an account has to be on a disk of the machine whose "
+               u"programs use it. Copy it to one and open it there");
+    }
+    if (facts.names > 1) {
+        Refuse(ErrorKind::kSeveralNames,
+               path,
+               u"is a file with several names (hard links), and sessions that open it by "
+               u"different ones would destroy each other's changes. Remove all names but one, or "
+               u"copy the file and open the copy");
+    }
+    if (facts.bytes != 0 && facts.bytes < kSmallestDatabase) {
+        Refuse(ErrorKind::kNotAnAccount, path, u"is not an account");
+    }
+    return {facts.path, facts.kind == FileFacts::Kind::kFile};
+}
+
 Database OpenAccount(TextView path, const StoreOptions& options) {
-    const bool isThere = CheckPath(path);
-    if (!isThere && (options.readOnly || !options.createMissing)) {
+    const AccountPlace place = FindAccount(path);
+    if (!place.isThere && (options.readOnly || !options.createMissing)) {
         Refuse(ErrorKind::kCannotOpen, path, u"is not there");
     }
     Database database(path,
+                      place.file,
                       options.readOnly ? Database::Mode::kReadOnly : Database::Mode::kCreate,
                       static_cast<int>(options.busyWaitMs));
     const bool isEmpty = IsEmpty(database);

@@ -14,6 +14,16 @@ inline constexpr std::int64_t kFormat = 1;             // of an account without 
 inline constexpr std::int64_t kFormatWithIndexes = 2;  // from the first index on
 inline constexpr std::int64_t kLatestFormat = kFormatWithIndexes;
 
+// The file that a path means. Links are followed, so that all sessions of an account meet in the
+// files beside it, however they name it.
+struct AccountPlace {
+    multivalue::Text file;
+    bool isThere = false;
+};
+
+// Refuses what cannot be an account's path; see OpenStore.
+AccountPlace FindAccount(multivalue::TextView path);
+
 // A connection ready for use, the account made if it was missing. Errors: see OpenStore.
 Database OpenAccount(multivalue::TextView path, const StoreOptions& options);
 

@@ -255,7 +255,8 @@ void ExchangeFiles(TextView path, TextView repaired, AccountReport& report) {
                 Text(path) + ending + u"\".");
 }
 
-void CopyAccount(TextView path, AccountReport& report) {
+void CopyAccount(TextView given, AccountReport& report) {
+    const Text path = FindAccount(given).file;
     const UnfinishedFile repaired(Text(path) + u"-repairing");
     {
         Database from(path, Database::Mode::kReadWrite, 0);

@@ -56,8 +56,8 @@ void Database::Close::operator()(sqlite3* handle) const {
     sqlite3_close_v2(handle);
 }
 
-Database::Database(TextView path, Mode mode, int busyWaitMs) : path_(path) {
-    const std::string name = EncodeKey(path);
+Database::Database(TextView path, TextView file, Mode mode, int busyWaitMs) : path_(path) {
+    const std::string name = EncodeKey(file);
     int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
     flags |= mode == Mode::kReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
     flags |= mode == Mode::kCreate ? SQLITE_OPEN_CREATE : 0;

@@ -26,7 +26,10 @@ public:
 
     // Errors (kCannotOpen) name `path`. A busy database is waited for, busyWaitMs at most each
     // time.
-    Database(multivalue::TextView path, Mode mode, int busyWaitMs);
+    Database(multivalue::TextView path, Mode mode, int busyWaitMs)
+        : Database(path, path, mode, busyWaitMs) {}
+    // Opens `file`; errors name `path`, as the user did.
+    Database(multivalue::TextView path, multivalue::TextView file, Mode mode, int busyWaitMs);
 
     sqlite3* get() const { return handle_.get(); }
     const multivalue::Text& path() const { return path_; }

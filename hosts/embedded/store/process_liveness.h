@@ -1,5 +1,5 @@
-// Proof of life for sessions, and what the system knows of this process. The only part of the store
-// that differs between systems.
+// Proof of life for sessions, and what the system knows of this process. Differs between
+// systems, as files.h does.
 //
 // A session holds an exclusive lock on one byte of a shared file. The system gives the byte free
 // when the session's handle is closed or its process ends, however it ends; whoever can take the

@@ -34,8 +34,9 @@ struct StoreOptions {
 // Opens a session with the account at `path`.
 //
 // Throws multivalue::Error, the text naming the path: kCannotOpen (missing, a folder, no access,
-// folder missing), kNotAnAccount (no database, or another program's), kNewerFormat, kDamaged,
-// kBusy, kReadOnly (the file may not be written although readOnly was not asked for), kFull.
+// folder missing), kNetworkDrive, kSeveralNames (hard links), kNotAnAccount (no database, or
+// another program's), kNewerFormat, kDamaged, kBusy, kReadOnly (the file may not be written
+// although readOnly was not asked for), kFull.
 std::unique_ptr<multivalue::Store> OpenStore(multivalue::TextView path,
                                              const StoreOptions& options = {});
 

@@ -1,0 +1,32 @@
+// What the standard library does not tell about files, or does not do without overwriting.
+#pragma once
+
+#include <cstdint>
+
+#include "hosts/multivalue/text.h"
+
+namespace kel::embedded {
+
+// What a path means once every link on the way is followed.
+struct FileFacts {
+    enum class Kind { kMissing, kFile, kFolder, kOther };
+
+    Kind kind = Kind::kMissing;
+    multivalue::Text path;     // absolute, without links; of a missing file: where it would be
+    std::uintmax_t bytes = 0;  // of a file
+    std::uintmax_t names = 1;  // of a file: the folder entries it has, its hard links
+    bool isLinkToNothing = false;
+    bool isRemote = false;  // on another machine
+};
+
+// Throws multivalue::Error (kCannotOpen) when the system does not tell, also for a missing file in
+// a missing folder.
+FileFacts FactsOf(const multivalue::Text& path);
+
+// Makes an empty file; false when anything of the name is there already. Throws kCannotOpen.
+bool CreateNewFile(const multivalue::Text& path);
+
+// False, with nothing changed, when anything is at `to` already. Throws kInputOutput.
+bool RenameToNew(const multivalue::Text& from, const multivalue::Text& to);
+
+}  // namespace kel::embedded
