@@ -1,46 +1,13 @@
 #include "automation/dispatch_call.h"
 
 #include <algorithm>
-#include <cstring>
 #include <utility>
 
+#include "automation/by_reference.h"
 #include "automation/error.h"
 
 namespace kel::automation {
 namespace {
-
-// A reference to a variant that is itself a reference is as far as honest callers go.
-constexpr int kLongestChain = 4;
-
-bool IsKnownScalar(VARTYPE type) noexcept {
-    return type <= VT_UNKNOWN || (type >= VT_DECIMAL && type <= VT_UINT && type != 15);
-}
-
-// Whether a variant is of a type that arguments may have and, when it refers, refers to something.
-bool IsSound(const VARIANT& value) noexcept {
-    const VARTYPE type = V_VT(&value);
-    const VARTYPE base = type & VT_TYPEMASK;
-    if ((type & ~(VT_TYPEMASK | VT_ARRAY | VT_BYREF)) != 0 ||
-        !(IsKnownScalar(base) || (base == VT_VARIANT && (type & ~VT_TYPEMASK) != 0))) {
-        return false;
-    }
-    return (type & VT_BYREF) == 0 || V_BYREF(&value) != nullptr;
-}
-
-// Follows references to variants to the last one; null when it is not sound.
-VARIANT* Behind(const VARIANTARG* given) noexcept {
-    auto* at = const_cast<VARIANTARG*>(given);
-    for (int i = 0; i < kLongestChain; ++i) {
-        if (!IsSound(*at)) {
-            return nullptr;
-        }
-        if (V_VT(at) != (VT_BYREF | VT_VARIANT)) {
-            return at;
-        }
-        at = V_VARIANTREF(at);
-    }
-    return nullptr;
-}
 
 LCID KnownLocale(LCID lcid) noexcept {
     const LCID locale = ConvertDefaultLocale(lcid == 0 ? LOCALE_USER_DEFAULT : lcid);
@@ -105,47 +72,6 @@ HRESULT CoerceToObject(const VARIANT& plain, Variant& value) {
         }
         default:
             return DISP_E_TYPEMISMATCH;
-    }
-}
-
-// Size of a variable of a scalar type that owns nothing.
-std::size_t SizeOf(VARTYPE type) noexcept {
-    switch (type) {
-        case VT_I1:
-        case VT_UI1:
-            return 1;
-        case VT_I2:
-        case VT_UI2:
-        case VT_BOOL:
-            return 2;
-        case VT_I8:
-        case VT_UI8:
-        case VT_R8:
-        case VT_CY:
-        case VT_DATE:
-            return 8;
-        default:
-            return 4;
-    }
-}
-
-// Moves a value into a variable of its own type; what the variable held is released last, since
-// that can run code of the caller.
-void Store(void* variable, Variant& value) noexcept {
-    VARIANT incoming = value.detach();
-    const VARTYPE type = V_VT(&incoming);
-    VARIANT old{};
-    if (type == VT_BSTR || type == VT_DISPATCH || type == VT_UNKNOWN || (type & VT_ARRAY) != 0) {
-        V_VT(&old) = type;
-        V_BYREF(&old) = std::exchange(*static_cast<void**>(variable), V_BYREF(&incoming));
-        VariantClear(&old);
-    } else if (type == VT_DECIMAL) {
-        auto* target = static_cast<DECIMAL*>(variable);
-        const USHORT reserved = target->wReserved;  // the type, when the variable is in a variant
-        *target = V_DECIMAL(&incoming);
-        target->wReserved = reserved;
-    } else {
-        std::memcpy(variable, &V_I4(&incoming), SizeOf(type));
     }
 }
 
@@ -271,31 +197,9 @@ HRESULT DispatchCall::giveBack(std::size_t parameter, Variant& value) noexcept {
     if (last == nullptr || (last == given && (V_VT(last) & VT_BYREF) == 0)) {
         return S_OK;
     }
-    if ((V_VT(last) & VT_BYREF) == 0) {
-        VARIANT old = std::exchange(*last, value.detach());
-        VariantClear(&old);
-        return S_OK;
-    }
-    const auto type = static_cast<VARTYPE>(V_VT(last) & ~VT_BYREF);
-    if (V_VT(&value.get()) != type) {
-        Variant converted;
-        const HRESULT code = Ignoring([&] {
-            const LCID locale = KnownLocale(lcid_);
-            Check(VariantChangeTypeEx(converted.inOut(),
-                                      value.inOut(),
-                                      locale == 0 ? LOCALE_USER_DEFAULT : locale,
-                                      VARIANT_ALPHABOOL,
-                                      type));
-        })
-                                 ? S_OK
-                                 : DISP_E_TYPEMISMATCH;
-        if (FAILED(code)) {
-            return failedAt(parameter, code);
-        }
-        value = std::move(converted);
-    }
-    Store(V_BYREF(last), value);
-    return S_OK;
+    const LCID locale = KnownLocale(lcid_);
+    const HRESULT code = PutBehind(*last, value, locale == 0 ? LOCALE_USER_DEFAULT : locale);
+    return SUCCEEDED(code) ? code : failedAt(parameter, code);
 }
 
 HRESULT DispatchCall::failed(HRESULT code,
