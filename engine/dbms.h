@@ -208,12 +208,12 @@ private:
     void storeHostRecord(RecordInfo& info, const VARIANT& recNo, const VARIANT& record);
 
     // ---- selections.cpp
-    void destroySelectList(TextView key) noexcept;
+    // Takes a record's select list out and closes it; no list is closed as Nothing.
+    void closeSelectList(RecordInfo& record) noexcept;
 
     // ---- dictionary.cpp
     Text dictionaryFileName(const FieldItem& item);
     void readDefinition(const FieldItem& item, TextView dictName);
-    ComPtr<core::Collection> readNames(ComPtr<IDispatch> selectList);
 
     // ---- common_values.cpp
     void tellCommonValueChanged(BSTR commonName) noexcept;

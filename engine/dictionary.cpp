@@ -20,6 +20,32 @@ void SetReadState(const FieldItem& item, enumDictRead state, TextView message) {
     CallOut([&] { return target->SetDictRead(state); });
 }
 
+void CloseNames(_mviHostDLL& reader, const ComPtr<IDispatch>& selectList) {
+    Variant ignored;
+    CallOut([&] { return reader.CloseSelect(selectList.get(), ignored.put()); });
+}
+
+// The ids of a select list of the back-end, in the order received. When reading fails the list is
+// closed; otherwise that is left to the caller.
+ComPtr<core::Collection> ReadNames(_mviHostDLL& reader, ComPtr<IDispatch>& selectList) {
+    auto names = Make<core::Collection>();
+    try {
+        for (;;) {
+            Bstr id;
+            VARIANT_BOOL more = VARIANT_FALSE;
+            CallOut([&] { return reader.ReadNext(selectList.inOut(), id.inOut(), &more); });
+            if (more == VARIANT_FALSE) {
+                return names;
+            }
+            names->add(Variant(std::move(id)));
+        }
+    } catch (...) {
+        const Error error = CurrentError();
+        Ignoring([&] { CloseNames(reader, selectList); });
+        throw error;
+    }
+}
+
 }  // namespace
 
 // First non-empty of the item's, its key field's buffer's and its key field's file name.
@@ -125,7 +151,8 @@ STDMETHODIMP Dbms::WriteDictItem(IDispatch* object) noexcept {
     });
 }
 
-// A failed output conversion must never stop a display: it gives Empty.
+// A failed output conversion must never stop a display: it gives Empty. One that answers what has
+// no text to display, as Null or an object, has failed.
 STDMETHODIMP Dbms::Oconv(BSTR value, BSTR conversion, VARIANT* result) noexcept {
     return ComMethod([&] {
         Out out{result};
@@ -133,7 +160,7 @@ STDMETHODIMP Dbms::Oconv(BSTR value, BSTR conversion, VARIANT* result) noexcept 
             const auto converter = host();
             Variant converted;
             CallOut([&] { return converter->Oconv(value, conversion, converted.put()); });
-            out = std::move(converted);
+            out = Variant(std::move(converted).text());
         });
     });
 }
@@ -147,33 +174,6 @@ STDMETHODIMP Dbms::Iconv(BSTR value, BSTR conversion, VARIANT* result) noexcept 
         CallOut([&] { return converter->Iconv(value, conversion, converted.put()); });
         out = std::move(converted);
     });
-}
-
-// The ids of a select list of the back-end, in the order received; the list is closed, also when
-// reading it fails.
-ComPtr<core::Collection> Dbms::readNames(ComPtr<IDispatch> selectList) {
-    auto names = Make<core::Collection>();
-    const auto reader = host();
-    const auto close = [&] {
-        Variant ignored;
-        CallOut([&] { return reader->CloseSelect(selectList.get(), ignored.put()); });
-    };
-    try {
-        for (;;) {
-            Bstr id;
-            VARIANT_BOOL more = VARIANT_FALSE;
-            CallOut([&] { return reader->ReadNext(selectList.inOut(), id.inOut(), &more); });
-            if (more == VARIANT_FALSE) {
-                break;
-            }
-            names->add(Variant(std::move(id)));
-        }
-    } catch (...) {
-        Ignoring(close);
-        throw;
-    }
-    close();
-    return names;
 }
 
 STDMETHODIMP Dbms::GetDictNameList(BSTR fileName, IDispatch** result) noexcept {
@@ -197,7 +197,8 @@ STDMETHODIMP Dbms::GetDictNameList(BSTR fileName, IDispatch** result) noexcept {
         const auto selector = host();
         CallOut(
             [&] { return selector->SelectDictName(fileName, VARIANT_FALSE, selectList.put()); });
-        ComPtr<IDispatch> names(ComPtr<_Collection>(readNames(std::move(selectList))));
+        ComPtr<IDispatch> names(ComPtr<_Collection>(ReadNames(*selector, selectList)));
+        CloseNames(*selector, selectList);
         Ignoring([&] { dictNameCache_->add(Variant(names.get()), name); });
         out = std::move(names);
     });
@@ -213,7 +214,9 @@ STDMETHODIMP Dbms::GetFileNameList(IDispatch** result) noexcept {
             ComPtr<IDispatch> selectList;
             const auto selector = host();
             CallOut([&] { return selector->SelectFileName(selectList.put()); });
-            fileNameCache_ = readNames(std::move(selectList));
+            fileNameCache_ = ReadNames(*selector, selectList);
+            // The list of names is whole, whatever becomes of the back-end's.
+            Ignoring([&] { CloseNames(*selector, selectList); });
         }
         out = ComPtr<_Collection>(fileNameCache_);
     });

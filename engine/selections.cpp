@@ -7,21 +7,47 @@ namespace kel::engine {
 
 using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
 
+namespace {
+
+void Close(_mviHostDLL& host, IDispatch* list) noexcept {
+    Ignoring([&] {
+        Variant ignored;
+        CallOut([&] { return host.CloseSelect(list, ignored.put()); });
+    });
+}
+
+}  // namespace
+
+// Errors are ignored at every step: the selection is asked for even when the record state could not
+// be made whole.
 STDMETHODIMP Dbms::ExecuteSelectList(BSTR sentence, IDispatch* item) noexcept {
     return ComMethod([&] {
         Ignoring([&] {
             const Text keyId = FieldItem(item).keyId();
             const Text key = RequireKey(keyId, L"mvDBMS::ExecuteSelectList");
             const BusyPointer busy;
-            const auto record = EnsureKeyFieldInfo(keyId);
-            if (record->state.selectList) {
-                destroySelectList(key);
+            Ignoring([&] { EnsureKeyFieldInfo(keyId, key); });
+            ComPtr<RecordInfo> record;
+            Ignoring([&] { record = info(key); });
+            if (record && record->state.selectList) {
+                closeSelectList(*record);
             }
             const auto selector = host();
             ComPtr<IDispatch> list;
             CallOut([&] { return selector->ProcessSelect(sentence, list.put()); });
-            record->state.selectList = std::move(list);
+            // The back-end may have run client code meanwhile: the session may have ended, or
+            // the key field have got another list.
+            const bool isKnown = record && InfoList().KeyExists(key) &&
+                                 info(key).get() == record.get() && selector.get() == host_.get();
+            if (!isKnown) {
+                Close(*selector, list.get());
+                return;
+            }
+            std::swap(record->state.selectList, list);
             record->state.selectListProcessed = true;
+            if (list) {
+                Close(*selector, list.get());
+            }
         });
     });
 }
@@ -46,22 +72,16 @@ STDMETHODIMP Dbms::ReadNext(BSTR* id, IDispatch* item, VARIANT_BOOL* result) noe
     });
 }
 
-void Dbms::destroySelectList(TextView key) noexcept {
-    Ignoring([&] {
-        const auto record = info(key);
-        Ignoring([&] {
-            const ComPtr<IDispatch> list = record->state.selectList;
-            const auto closer = host();
-            Variant ignored;
-            CallOut([&] { return closer->CloseSelect(list.get(), ignored.put()); });
-        });
-        record->state.selectList.reset();
-        record->state.selectListProcessed = false;
-    });
+void Dbms::closeSelectList(RecordInfo& record) noexcept {
+    // Taken out first: whoever comes back in meanwhile finds no list to close, and may leave one.
+    const ComPtr<IDispatch> list = std::move(record.state.selectList);
+    record.state.selectListProcessed = false;
+    Ignoring([&] { Close(*host(), list.get()); });
 }
 
 STDMETHODIMP Dbms::DestorySelectList(IDispatch* item) noexcept {
-    return ComMethod([&] { Ignoring([&] { destroySelectList(Lower(FieldItem(item).keyId())); }); });
+    return ComMethod(
+        [&] { Ignoring([&] { closeSelectList(*info(Lower(FieldItem(item).keyId()))); }); });
 }
 
 STDMETHODIMP Dbms::TCLExecute(BSTR sentence, BSTR* capture, BSTR* returning) noexcept {

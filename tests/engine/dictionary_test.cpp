@@ -121,6 +121,7 @@ TEST_F(Dictionary, ListsNamesOnce) {
     backend.fail(Member::kReadNext, SampleFailure(), kOnce);
     EXPECT_EQ(call(L"GetFileNameList").error, SampleFailure());
     EXPECT_EQ(backend.takeCalls().back(), L"CloseSelect(list#3)") << "closed all the same";
+    backend.fail(Member::kCloseSelect, SampleFailure(), kOnce);
     EXPECT_EQ(names(call(L"GetFileNameList")), (Lines{L"CUST", L"ITEM"}));
     EXPECT_EQ(backend.takeCalls(),
               (Lines{L"IsConnected",

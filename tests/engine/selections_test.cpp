@@ -1,6 +1,8 @@
 // Select lists of a key field, and commands.
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "tests/registry/session.h"
 
 namespace kel::tests {
@@ -67,6 +69,85 @@ TEST_F(Selections, BelongToTheItemsOwnKeyField) {
     select(L"");
     EXPECT_EQ(backend.takeCalls(), Lines{}) << "without a key field nothing happens";
     EXPECT_EQ(call(L"ExecuteSelectList", {L"SELECT CUST", Nothing()}).error, ErrorFields{});
+}
+
+// Client code that runs while the back-end selects or closes, and comes back in.
+TEST_F(Selections, CloseEachListOnceWhoeverComesBackIn) {
+    struct Case {
+        const char* name;
+        Member within;
+        std::function<void()> act;
+        std::function<void()> backIn;
+        bool isActive;
+    };
+    const auto selects = [this] { select(L"Cust"); };
+    const auto closes = [this] { destroy(L"Cust"); };
+    const auto disconnects = [this] { call(L"Disconnect"); };
+    const auto reconnects = [this] {
+        call(L"Disconnect");
+        connect();
+    };
+    const Case cases[] = {
+        {"selecting within a selection", Member::kProcessSelect, selects, selects, true},
+        {"closing within a selection", Member::kProcessSelect, selects, closes, true},
+        {"disconnecting within a selection", Member::kProcessSelect, selects, disconnects, false},
+        {"reconnecting within a selection", Member::kProcessSelect, selects, reconnects, false},
+        {"selecting within a close", Member::kCloseSelect, closes, selects, true},
+        {"closing within a close", Member::kCloseSelect, closes, closes, false},
+        {"selecting within the close of a selection", Member::kCloseSelect, selects, selects, true},
+        {"closing within the close of a selection", Member::kCloseSelect, selects, closes, true},
+        {"disconnecting within a close", Member::kCloseSelect, closes, disconnects, false},
+    };
+    for (const Case& one : cases) {
+        for (const bool isBefore : {true, false}) {
+            SCOPED_TRACE(std::string(one.name) + (isBefore ? ", before it" : ", after it"));
+            connectAndRead();
+            select(L"Cust");
+            backend.clearCalls();
+            bool isIn = false;
+            const auto backIn = [&] {
+                if (!std::exchange(isIn, true)) {
+                    one.backIn();
+                }
+            };
+            if (isBefore) {
+                backend.before(one.within, backIn, kOnce);
+            } else {
+                backend.after(one.within, backIn, kOnce);
+            }
+            one.act();
+            EXPECT_TRUE(isIn);
+            std::map<Text, int> lists;
+            for (const RecordedCall& made : backend.calls()) {
+                if (made.member == Member::kCloseSelect && made.text != L"CloseSelect(Nothing)") {
+                    ++lists[made.text];
+                }
+            }
+            for (const auto& [list, times] : lists) {
+                EXPECT_EQ(times, 1) << Narrow(list);
+            }
+            ASSERT_TRUE(connect());
+            EXPECT_EQ(isActive(), one.isActive);
+            EXPECT_EQ(backend.live().lists, one.isActive ? 1 : 0);
+            EXPECT_EQ(lists.size() + (one.isActive ? 1U : 0U),
+                      static_cast<std::size_t>(1 + backend.count(Member::kProcessSelect)))
+                << "each list is open or was closed";
+            select(L"Cust");
+            EXPECT_EQ(next(L"Cust"), L"17");
+            reopen();
+        }
+    }
+}
+
+TEST_F(Selections, NeedNoWholeRecordState) {
+    backend.putRecord(L"CUST", L"17", L"Smith");
+    addField(L"Cust");
+    ASSERT_TRUE(connect());
+    backend.fail(Member::kCreateDynamicArray, SampleFailure());
+    select(L"Cust");
+    EXPECT_EQ(next(L"Cust"), L"17");
+    destroy(L"Cust");
+    EXPECT_EQ(backend.live().lists, 0);
 }
 
 }  // namespace
