@@ -3,6 +3,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <set>
 
 #include "automation/object.h"
 #include "core/collection.h"
@@ -139,6 +141,7 @@ private:
     using List = std::unique_ptr<core::FastCollection>;
     struct ConnectAttempt;
     struct Element;
+    struct HostRecord;
 
     ~Dbms() override = default;
     void terminate() noexcept override;
@@ -205,7 +208,13 @@ private:
     // ---- host_calls.cpp
     void callHost(
         IDispatch* item, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept;
-    void storeHostRecord(RecordInfo& info, const VARIANT& recNo, const VARIANT& record);
+    HostRecord lendHostRecord(TextView keyId, const Text& key);
+    // Puts what a stored program made of the record back into the key field: what has a text.
+    void storeHostRecord(RecordState& state,
+                         const std::optional<Bstr>& recNo,
+                         const std::optional<Bstr>& text);
+    // Has the controls of a key field show the whole record, since a stored program asked for it.
+    void refreshForProgram(const Text& key) noexcept;
 
     // ---- selections.cpp
     // Takes a record's select list out and closes it; no list is closed as Nothing.
@@ -231,6 +240,7 @@ private:
     bool isConnecting_ = false;
     Text connectionErrMsg_;
     bool autoUpdateOk_ = true;
+    std::set<Text> refreshedByProgram_;  // key fields whose controls follow a program's answer
 };
 
 }  // namespace kel::engine

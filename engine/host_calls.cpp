@@ -1,7 +1,10 @@
 // Calls of stored programs. The protocol that authors of stored programs rely on is described in
 // docs/host-programs.md.
+#include <algorithm>
 #include <array>
+#include <optional>
 
+#include "automation/by_reference.h"
 #include "engine/dbms.h"
 
 namespace kel::engine {
@@ -32,6 +35,11 @@ private:
     std::array<Variant, kMostArguments> values_;
 };
 
+void Call(_mviHostDLL& host, BSTR progName, const Arguments& args) {
+    std::apply([&](auto*... arg) { CallOut([&] { return host.CallHost(progName, arg...); }); },
+               args);
+}
+
 // Calls a stored program with some arguments, the others missing.
 void Call(_mviHostDLL& host, BSTR progName, std::initializer_list<VARIANT*> given) {
     MissingArguments missing;
@@ -39,17 +47,109 @@ void Call(_mviHostDLL& host, BSTR progName, std::initializer_list<VARIANT*> give
     for (std::size_t i = 0; i < kMostArguments; ++i) {
         args[i] = i < given.size() ? given.begin()[i] : missing[i];
     }
-    std::apply([&](auto*... arg) { CallOut([&] { return host.CallHost(progName, arg...); }); },
-               args);
+    Call(host, progName, args);
 }
 
-Text Joined(std::initializer_list<TextView> parts, wchar_t mark) {
+// A caller's arguments as a program gets them: plain values, since a back-end changes the variants
+// it is given and not what they may refer to. Those that refer to variables of the caller are lent
+// as copies, which giveBack() puts there. Only the arguments before the first missing one are
+// passed.
+class CallersArguments {
+public:
+    // Throws for a reference to nothing.
+    explicit CallersArguments(const Arguments& given) {
+        bool isMissing = false;
+        for (std::size_t i = 0; i < kMostArguments; ++i) {
+            VARIANT* const last = isMissing ? nullptr : lastOf(given[i]);
+            isMissing = isMissing || IsMissing(last);
+            if (isMissing) {
+                passed[i] = missing_[i];
+            } else if ((V_VT(last) & VT_BYREF) != 0) {
+                variables_[i] = last;
+                copies_[i] = Variant::Through(*last);
+                passed[i] = copies_[i].inOut();
+            } else {
+                passed[i] = last;
+            }
+        }
+    }
+
+    // Stores each result in the type of its variable. One that does not fit keeps none of the
+    // others from its caller; it is 13 (type mismatch) when all are stored.
+    void giveBack() {
+        bool allFit = true;
+        for (std::size_t i = 0; i < kMostArguments; ++i) {
+            if (variables_[i] != nullptr) {
+                allFit =
+                    SUCCEEDED(PutBehind(*variables_[i], copies_[i], LOCALE_USER_DEFAULT)) && allFit;
+            }
+        }
+        if (!allFit) {
+            throw Error(kTypeMismatch);
+        }
+    }
+
+    Arguments passed{};
+
+private:
+    static VARIANT* lastOf(VARIANT* given) {
+        if (given == nullptr || (V_VT(given) & VT_BYREF) == 0) {
+            return given;
+        }
+        VARIANT* const last = Behind(given);
+        if (last == nullptr) {
+            throw Error(kTypeMismatch);
+        }
+        return last;
+    }
+
+    MissingArguments missing_;
+    Arguments variables_{};
+    std::array<Variant, kMostArguments> copies_;
+};
+
+// The texts that a program left in its arguments. One that holds none, as an object or an array,
+// does not lose what came in the others.
+class TextsLeft {
+public:
+    // Null is the empty text, as of an argument emptied. No answer for what has no text.
+    std::optional<Bstr> in(const Variant& argument) {
+        std::optional<Bstr> text;
+        try {
+            const Variant left = Variant::Through(argument.get());
+            text = V_VT(&left.get()) == VT_NULL ? Bstr() : left.text();
+        } catch (...) {
+            if (!failure_) {
+                failure_ = CurrentError();
+            }
+        }
+        return text;
+    }
+    // To be called when the others are in their places: throws 13 (type mismatch) if one had none.
+    void requireAll() const {
+        if (failure_) {
+            throw *failure_;
+        }
+    }
+
+private:
+    std::optional<Error> failure_;
+};
+
+// A part of the parameter record: an attribute mark in it would move the parts behind it.
+Text AsPart(TextView text) {
+    Text part(text);
+    std::replace(part.begin(), part.end(), kAttributeMark, L' ');
+    return part;
+}
+
+Text ParameterRecord(std::initializer_list<TextView> parts) {
     Text result;
     for (const TextView& part : parts) {
         if (&part != parts.begin()) {
-            result += mark;
+            result += kAttributeMark;
         }
-        result += part;
+        result += AsPart(part);
     }
     return result;
 }
@@ -78,11 +178,6 @@ void Assign(BSTR& target, Bstr value) noexcept {
     SysFreeString(std::exchange(target, value.detach()));
 }
 
-void RefreshWholeRecord(_kelFieldCallBack& callback) {
-    const Bstr whole(L"0");
-    CallOut([&] { return callback.FldRefresh(nullptr, whole.get(), whole.get(), whole.get()); });
-}
-
 }  // namespace
 
 STDMETHODIMP Dbms::CallHostProgram(BSTR progName,
@@ -99,30 +194,69 @@ STDMETHODIMP Dbms::CallHostProgram(BSTR progName,
                                    VARIANT* arg11,
                                    VARIANT* arg12) noexcept {
     return ComMethod([&] {
-        Arguments args{arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12};
-        // Only the arguments before the first missing one are passed.
-        MissingArguments missing;
-        bool isMissing = false;
-        for (std::size_t i = 0; i < kMostArguments; ++i) {
-            isMissing = isMissing || IsMissing(args[i]);
-            args[i] = isMissing ? missing[i] : args[i];
-        }
+        CallersArguments args(
+            {arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12});
         const auto called = host();
-        std::apply(
-            [&](auto*... arg) { CallOut([&] { return called->CallHost(progName, arg...); }); },
-            args);
+        try {
+            Call(*called, progName, args.passed);
+        } catch (...) {
+            // What a program did to its arguments before it failed stays done.
+            const Error failure = CurrentError();
+            Ignoring([&] { args.giveBack(); });
+            throw failure;
+        }
+        args.giveBack();
     });
 }
 
-// Puts what a stored program made of the record back into the key field.
-void Dbms::storeHostRecord(RecordInfo& info, const VARIANT& recNo, const VARIANT& record) {
-    const Bstr text = Variant::Through(record).text();
-    const Bstr number = Variant::Through(recNo).text();
-    ComPtr<IDispatch> array = info.state.dynamicArray;
-    const auto editor = host();
-    CallOut([&] { return editor->Replace(array.inOut(), text.get(), 0, 0, 0); });
-    info.state.recNo = number.view();
-    info.state.dynamicArray = std::move(array);
+// The record as a stored program gets it, and as it is put back into the key field.
+struct Dbms::HostRecord {
+    ComPtr<RecordInfo> info;
+    ComPtr<_mviHostDLL> host;
+    Variant recNo;
+    Variant text;
+};
+
+Dbms::HostRecord Dbms::lendHostRecord(TextView keyId, const Text& key) {
+    HostRecord lent{EnsureKeyFieldInfo(keyId, key), host(), {}, {}};
+    ComPtr<IDispatch> array = lent.info->state.dynamicArray;
+    Bstr text;
+    CallOut([&] { return lent.host->Extract(array.inOut(), 0, 0, 0, text.put()); });
+    lent.recNo = Variant(TextView(lent.info->state.recNo));
+    lent.text = Variant(std::move(text));
+    return lent;
+}
+
+void Dbms::storeHostRecord(RecordState& state,
+                           const std::optional<Bstr>& recNo,
+                           const std::optional<Bstr>& text) {
+    if (text) {
+        ComPtr<IDispatch> array = state.dynamicArray;
+        const auto editor = host();
+        CallOut([&] { return editor->Replace(array.inOut(), text->get(), 0, 0, 0); });
+        state.dynamicArray = std::move(array);
+    }
+    if (recNo) {
+        state.recNo = recNo->view();
+    }
+}
+
+// A program that runs because a control shows its value, and answers every time that all controls
+// show theirs again, would call itself without end: while the key field's controls follow such an
+// answer, a further one is not followed. Key fields whose programs answer one another end the same
+// way, each being followed once.
+void Dbms::refreshForProgram(const Text& key) noexcept {
+    Ignoring([&] {
+        if (!refreshedByProgram_.insert(key).second) {
+            return;
+        }
+        const ComPtr<_kelDBMS> keep(self());
+        tellField(key, [](_kelFieldCallBack& callback) {
+            const Bstr whole(L"0");
+            return callback.FldRefresh(nullptr, whole.get(), whole.get(), whole.get());
+        });
+        refreshedByProgram_.erase(key);
+    });
 }
 
 STDMETHODIMP Dbms::CallHost(IDispatch* item,
@@ -139,36 +273,37 @@ STDMETHODIMP Dbms::CallHost(IDispatch* item,
 void Dbms::callHost(
     IDispatch* item, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept {
     try {
-        const Text key = RequireKey(FieldItem(item).keyId(), L"mvDBMS::CallHost");
+        const Text keyId = FieldItem(item).keyId();
+        const Text key = RequireKey(keyId, L"mvDBMS::CallHost");
         if (View(progName).empty()) {
             return;
         }
-        const auto record = info(key);
-        ComPtr<IDispatch> array = record->state.dynamicArray;
-        const auto called = host();
-        Bstr recordText;
-        CallOut([&] { return called->Extract(array.inOut(), 0, 0, 0, recordText.put()); });
-
-        Variant recNo{TextView(record->state.recNo)};
-        Variant whole{std::move(recordText)};
+        HostRecord record = lendHostRecord(keyId, key);
         Variant code{TextView()};
         Variant answer{View(*value)};
         if (fourArguments) {
-            Call(*called, progName, {recNo.inOut(), whole.inOut(), code.inOut(), answer.inOut()});
-        } else {
-            Call(*called,
+            Call(*record.host,
                  progName,
-                 {recNo.inOut(), whole.inOut(), extra, code.inOut(), answer.inOut()});
+                 {record.recNo.inOut(), record.text.inOut(), code.inOut(), answer.inOut()});
+        } else {
+            Call(*record.host,
+                 progName,
+                 {record.recNo.inOut(), record.text.inOut(), extra, code.inOut(), answer.inOut()});
         }
-        storeHostRecord(*record, recNo.get(), whole.get());
-        Assign(*value, answer.text());
-        if (code.text().view() == kRefreshCode) {
+        if (V_VT(extra) == VT_NULL) {
+            *extra = Variant(TextView()).detach();
+        }
+        TextsLeft left;
+        storeHostRecord(record.info->state, left.in(record.recNo), left.in(record.text));
+        if (auto text = left.in(answer)) {
+            Assign(*value, std::move(*text));
+        }
+        const auto returned = left.in(code);
+        if (returned && returned->view() == kRefreshCode) {
             Assign(*value, Bstr());
-            tellField(key, [](_kelFieldCallBack& callback) {
-                RefreshWholeRecord(callback);
-                return S_OK;
-            });
+            refreshForProgram(key);
         }
+        left.requireAll();
     } catch (...) {
         Ignoring([&] { ShowFailure(View(progName), CurrentError()); });
     }
@@ -179,7 +314,8 @@ STDMETHODIMP Dbms::CallCommonHost(
     return ComMethod([&] {
         Require(value);
         const FieldItem item(object);
-        const Text key = RequireKey(item.keyId(), L"mvDBMS::mvCallCommonHost");
+        const Text keyId = item.keyId();
+        const Text key = RequireKey(keyId, L"mvDBMS::mvCallCommonHost");
         const TextView spec = View(progSpec);
         if (spec.empty()) {
             return;
@@ -194,33 +330,35 @@ STDMETHODIMP Dbms::CallCommonHost(
         const bool isButton = TextView(item.text(&_kelDictItem::get_ControlName)) == kButton;
         const Position at = isButton ? Position() : item.address().at;
 
-        const auto record = info(key);
-        ComPtr<IDispatch> array = record->state.dynamicArray;
-        const auto called = host();
-        Bstr recordText;
-        CallOut([&] { return called->Extract(array.inOut(), 0, 0, 0, recordText.put()); });
-
-        const Text place =
-            Joined({DecimalText(at.amc), DecimalText(at.vmc), DecimalText(at.smc)}, kValueMark);
-        const Text fileName = resolveFileName(item, *record, key);
+        HostRecord record = lendHostRecord(keyId, key);
+        const Text place = DecimalText(at.amc) + kValueMark + DecimalText(at.vmc) + kValueMark +
+                           DecimalText(at.smc);
+        const Text fileName = resolveFileName(item, *record.info, key);
         const Text message = item.text(&_kelDictItem::get_ErrMsg);
-        Variant recNo{TextView(record->state.recNo)};
-        Variant whole{std::move(recordText)};
-        Variant parameters{TextView(Joined(
-            {View(progType), place, key, fileName, View(sessionName), L"", L"", L"", L"", message},
-            kAttributeMark))};
+        Variant parameters{TextView(ParameterRecord({View(progType),
+                                                     place,
+                                                     key,
+                                                     fileName,
+                                                     View(sessionName),
+                                                     L"",
+                                                     L"",
+                                                     L"",
+                                                     L"",
+                                                     message}))};
         Variant answer{View(*value)};
-        Call(*called,
+        Call(*record.host,
              progName.get(),
-             {recNo.inOut(), whole.inOut(), parameters.inOut(), answer.inOut()});
-        storeHostRecord(*record, recNo.get(), whole.get());
-        Assign(*value, answer.text());
-        if (AnswerOf(parameters.text().view()) == kRefreshCode) {
-            tellField(key, [](_kelFieldCallBack& callback) {
-                RefreshWholeRecord(callback);
-                return S_OK;
-            });
+             {record.recNo.inOut(), record.text.inOut(), parameters.inOut(), answer.inOut()});
+        TextsLeft left;
+        storeHostRecord(record.info->state, left.in(record.recNo), left.in(record.text));
+        if (auto text = left.in(answer)) {
+            Assign(*value, std::move(*text));
         }
+        const auto returned = left.in(parameters);
+        if (returned && AnswerOf(returned->view()) == kRefreshCode) {
+            refreshForProgram(key);
+        }
+        left.requireAll();
     });
 }
 

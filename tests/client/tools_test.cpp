@@ -70,6 +70,40 @@ TEST_F(ToolsAtWork, ConnectsAndDisconnectsItsSession) {
     EXPECT_EQ(connecting, L"True");
 }
 
+TEST_F(ToolsAtWork, GivesProgramsResultsToTypedVariables) {
+    backend.putProgram(L"P", [](VARIANT* const* arguments) {
+        Leave(arguments[0], L"9");
+        Leave(arguments[1], L"left");
+    });
+    // As a caller passes variables that it declared: to a member's own table, and by name.
+    for (const bool byName : {false, true}) {
+        long number = 1;
+        Bstr text(L"before");
+        Variant first = ByRef(&number);
+        Variant second = ByRef(text);
+        if (byName) {
+            EXPECT_TRUE(late.call(L"CallProg", {L"P", first, second}).ok());
+        } else {
+            EXPECT_EQ(tools->CallProg(Str(L"P"),
+                                      first.inOut(),
+                                      second.inOut(),
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr,
+                                      nullptr),
+                      S_OK);
+        }
+        EXPECT_EQ(number, 9);
+        EXPECT_EQ(text.view(), L"left");
+    }
+}
+
 TEST_F(ToolsAtWork, LocksWhenAskedTo) {
     EXPECT_TRUE(late.call(L"mvReadU", {kKey, L"17", L""}).ok());
     EXPECT_TRUE(late.call(L"mvWriteU", {kKey, L"19"}).ok());

@@ -60,6 +60,54 @@ TEST_F(ComponentOverEmbedded, ConnectsAndKeepsRecords) {
     EXPECT_EQ(tools.call(L"Dcount", {L"Cust", L"\xFD", 2}).text(), L"2");
 }
 
+// A typed client's variables, and a program that answers in each.
+TEST_F(ComponentOverEmbedded, GivesProgramsResultsToTypedVariables) {
+    const Client client(base, L"Main", account);
+    ASSERT_EQ(client.session().call(L"Connect").text(), L"True");
+    const auto late = client.tools();
+    EXPECT_EQ(Execute(late, L"CREATE-FILE PROGRAMS"), L"417: File \"PROGRAMS\" created.");
+    EXPECT_TRUE(late.call(L"mvRead", {L"Prog", L"SUM", L"PROGRAMS"}).ok());
+    EXPECT_TRUE(late.call(L"Replace",
+                          {L"Prog",
+                           L"Sub Main(number, text, flag)\xFE"
+                           L"number = number * 2\xFE"
+                           L"text = text & \"!\"\xFE"
+                           L"flag = Not flag\xFE"
+                           L"End Sub",
+                           0})
+                    .ok());
+    EXPECT_TRUE(late.call(L"mvWrite", {L"Prog", L"SUM"}).ok());
+    const auto tools = ComPtr<IDispatch>(late.get()).as<_kelTools>();
+    ASSERT_TRUE(tools);
+    for (const bool isFirst : {true, false}) {
+        SCOPED_TRACE(isFirst);
+        long number = 21;
+        Bstr text(L"said");
+        VARIANT_BOOL flag = VARIANT_FALSE;
+        Variant first = ByRef(&number);
+        Variant second = ByRef(text);
+        Variant third = ByRef(VT_BOOL, &flag);
+        Variant missing = Variant::Missing();
+        EXPECT_EQ(tools->CallProg(Bstr(L"SUM").get(),
+                                  first.inOut(),
+                                  second.inOut(),
+                                  third.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut(),
+                                  missing.inOut()),
+                  S_OK);
+        EXPECT_EQ(number, 42);
+        EXPECT_EQ(text.view(), L"said!");
+        EXPECT_EQ(flag, VARIANT_TRUE);
+    }
+}
+
 TEST_F(ComponentOverEmbedded, TellsWhyItCannotConnect) {
     const Text none = folder / L"none\\a";
     const Client client(base, L"Main", none);
