@@ -267,7 +267,12 @@ STDMETHODIMP DictItem::InitalizeDictItem() noexcept {
         const auto record = recordState(*engineOf(definition.session), readKeyId());
         CallOut([&] { return record->put_ReadType(definition.readType); });
 
-        const auto callback = ThreadRegistry::Current().fieldCallback(definition.keyId);
+        // A key field whose callback nobody has made has no controls to show the field.
+        auto& registry = ThreadRegistry::Current();
+        if (!registry.FieldCallbackList().KeyExists(Lower(definition.keyId))) {
+            return;
+        }
+        const auto callback = registry.fieldCallback(definition.keyId);
         const Bstr control(definition.controlName);
         const Bstr amc(DecimalText(effectiveAmc()));
         const Bstr vmc(DecimalText(effective(RowLevel::kValue, definition.vmc)));

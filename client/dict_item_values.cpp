@@ -79,6 +79,8 @@ Bstr DictItem::internalValue(_kelDBMS& engine) {
         if (!isKey) {
             Ignoring([&] { recNo = recNoOf(engine, definition.keyId); });
         }
+        // A correlative that fails leaves nothing, not the value it was to compute from.
+        Bstr computed;
         Ignoring([&] {
             if (definition.vmc < SHRT_MIN || definition.vmc > SHRT_MAX) {
                 throw Error(kOverflow);
@@ -92,8 +94,9 @@ Bstr DictItem::internalValue(_kelDBMS& engine) {
                                                  self(),
                                                  derived.put());
             });
-            value = std::move(derived);
+            computed = std::move(derived);
         });
+        value = std::move(computed);
     }
     return value;
 }

@@ -81,8 +81,11 @@ Bstr Dbms::extract(const Element& element) {
             EnsureKeyFieldInfo(element.keyId, element.key)->state.dynamicArray;
         const auto at = element.at;
         const auto extractor = host();
-        CallOut(
-            [&] { return extractor->Extract(array.inOut(), at.amc, at.vmc, at.smc, value.put()); });
+        Bstr extracted;
+        CallOut([&] {
+            return extractor->Extract(array.inOut(), at.amc, at.vmc, at.smc, extracted.put());
+        });
+        value = std::move(extracted);
     });
     return value;
 }

@@ -102,12 +102,21 @@ TEST_F(DictItemSession, WithItsOwnSessionHandsOverItsReadTypeAndRefreshesItsCont
     EXPECT_EQ(readType, 2);
 }
 
-TEST_F(DictItemSession, WithoutItsKeyFieldsCallbackIsInitialisedAndSaysSo) {
+TEST_F(DictItemSession, WithoutItsKeyFieldsCallbackHasNobodyToRefresh) {
     connect();
     item->definition.keyId = L"NoCallback";
     item->definition.session = kSession;
-    EXPECT_EQ(ErrorOf(item->InitalizeDictItem()).number, automation::kInvalidArrayIndex);
+    item->definition.readType = 2;
+    EXPECT_EQ(ErrorOf(item->InitalizeDictItem()), ErrorFields{});
     EXPECT_EQ(stateOf(*item), DictReadInitalized);
+    ComPtr<_kelInfo> state;
+    short readType = 0;
+    ASSERT_EQ(item->mvReadInfo(state.put()), S_OK);
+    EXPECT_EQ(state->get_ReadType(&readType), S_OK);
+    EXPECT_EQ(readType, 2);
+    // What the engine raises is raised all the same.
+    item->definition.session = L"Gone";
+    EXPECT_EQ(ErrorOf(item->InitalizeDictItem()).number, automation::kInvalidArrayIndex);
 }
 
 TEST_F(DictItemSession, LeadsToItsRecordStates) {

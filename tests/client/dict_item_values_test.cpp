@@ -161,6 +161,85 @@ TEST_F(DictItemValues, AreComputedByACorrelative) {
     }
 }
 
+TEST_F(DictItemValues, AreEmptyWhereAStepFails) {
+    struct Case {
+        const char* name;
+        long amc;
+        long vmc;
+        short index;
+        const wchar_t* correlative;
+        Member failing;
+    };
+    const Case cases[] = {
+        {"the record's value is not shown for it", 1, 0, 0, L"F;2", Member::kProcessCorrelative},
+        {"nor that of a row", 2, 0, 2, L"F;1", Member::kProcessCorrelative},
+        {"nor the attribute of the row's number", 0, 0, 2, L"F;1", Member::kProcessCorrelative},
+        {"nor the record's id", 0, 0, 0, L"F;1", Member::kProcessCorrelative},
+        {"a value number beyond 16 bits", 2, 40000, 0, L"F;1", Member::kCreate},
+        {"a failing extraction", 1, 0, 0, L"", Member::kExtract},
+    };
+    for (const Case& one : cases) {
+        for (const Failure& failure : {SampleFailure(), Late(SampleFailure())}) {
+            SCOPED_TRACE(std::string(one.name) + (failure.late ? ", leaving a text" : ""));
+            const auto item = makeItem(one.amc, one.vmc);
+            item->definition.correlative = one.correlative;
+            item->definition.session = kSession;
+            backend.fail(one.failing, failure, kOnce);
+            EXPECT_EQ(ValueOf(*item, kInternal, one.index), L"");
+            backend.fail(one.failing, failure, kOnce);
+            EXPECT_EQ(ValueOf(*item, kExternal, one.index), L"");
+        }
+    }
+}
+
+TEST_F(DictItemValues, AreDisplayedWhateverAConversionAnswers) {
+    Variant null;
+    V_VT(null.inOut()) = VT_NULL;
+    Variant array;
+    V_ARRAY(array.inOut()) = SafeArrayCreateVector(VT_I4, 0, 1);
+    V_VT(array.inOut()) = VT_ARRAY | VT_I4;
+    const auto item = makeItem(1);
+    item->definition.conversion = L"MD2";
+    const ComPtr<_kelTools> made = automation::Make<client::Tools>(kSession);
+    const Dispatch tools(made.get());
+    for (const Variant& answer : {null, array, Variant(static_cast<IDispatch*>(base.get()))}) {
+        backend.answer(Member::kOconv, answer, {}, kAlways);
+        EXPECT_EQ(ValueOf(*item, kExternal), L"");
+        const Outcome converted = tools.call(L"Oconv", {L"1", L"MD2"});
+        EXPECT_EQ(converted.error, ErrorFields{});
+        EXPECT_EQ(converted.text(), L"");
+        backend.reset();
+    }
+}
+
+// The button's program runs first; its key field has no record state before.
+TEST_F(DictItemValues, MayBeComputedBeforeTheirKeyFieldIsUsed) {
+    addField(L"Fresh", kFile, kSession);
+    const auto item = Item(L"Fresh", 1);
+    item->definition.controlName = L"mvButton";
+    setProgram(L"RUN", L"answer");
+    Bstr value(L"in");
+    EXPECT_EQ(ErrorOf(item->CallProg(Str(L"C:RUN"), Str(L"B"), value.inOut())), ErrorFields{});
+    EXPECT_EQ(value.view(), L"answer");
+}
+
+TEST_F(DictItemValues, EndTheirRefreshesWhenADefaultAlwaysAsksForOne) {
+    const auto item = makeItem(4);
+    item->definition.defaultProg = L"C:DEFAULT";
+    backend.putProgram(L"DEFAULT", [](VARIANT* const* arguments) {
+        VariantClear(arguments[2]);
+        *arguments[2] = Value(Marked(L"^^^^^^^^^2")).detach();
+    });
+    int shown = 0;
+    fieldEvents->onEvent([&](Event&) {
+        ASSERT_LT(++shown, 20);
+        ValueOf(*makeItem(4), kExternal);
+        ValueOf(*item, kExternal);
+    });
+    ValueOf(*item, kExternal);
+    EXPECT_EQ(fieldEvents->take(), Lines{L"Refresh(0,0,0)"});
+}
+
 TEST_F(DictItemValues, NameTheMemberInTheTextOfFailures) {
     const auto item = makeItem(2);
     backend.fail(Member::kReplace, SampleFailure());
