@@ -5,12 +5,30 @@
 namespace kel::binding {
 namespace {
 
-// The rows of a field count from 1, those of a window from 0.
+// The rows of a field count from 1, those of a window from 0. A row of 0 or below would be the
+// whole attribute.
+constexpr bool IsRow(int row) {
+    return row >= 0 && row < SHRT_MAX;
+}
+
 short FieldRow(int row) {
     return static_cast<short>(row + 1);
 }
 
 }  // namespace
+
+// The items are at work on rows: an event that comes meanwhile must not use them for others, since
+// they would lose the row that they are at.
+class RowsControl::Using {
+public:
+    explicit Using(RowsControl& control) : control_(control) { control_.isUsingItems_ = true; }
+    Using(const Using&) = delete;
+    Using& operator=(const Using&) = delete;
+    ~Using() { control_.isUsingItems_ = false; }
+
+private:
+    RowsControl& control_;
+};
 
 RowsControl::RowsControl(KeyField& field,
                          HWND window,
@@ -32,19 +50,46 @@ RowsControl::RowsControl(KeyField& field,
         ListView_InsertColumn(window, index++, &header);
         parts_.push_back({MakeItem(field, column.definition, name),
                           column.definition.amc,
-                          column.definition.smc});
+                          column.definition.smc,
+                          !column.definition.correlative.empty()});
     }
 }
 
+short RowsControl::CountRows() const {
+    const auto counted =
+        std::find_if(parts_.begin(), parts_.end(), [](const Part& part) { return part.amc != 0; });
+    return counted == parts_.end()
+               ? short{0}
+               : Ask<short>([&](short* to) { return counted->item->Count(to); });
+}
+
+// The row of a stored column is an index. To an item of attribute 0 an index is an attribute, and a
+// correlative learns of the row by the item's own value number only.
+std::wstring RowsControl::CellText(const Part& part, int row) {
+    const auto ask = [&](short index) {
+        return AskText([&](BSTR* to) { return part.item->get_ExternalValue(index, to); });
+    };
+    if (part.isStored()) {
+        return ask(FieldRow(row));
+    }
+    struct ValueNumber {
+        _kelDictItem& item;
+        ~ValueNumber() { item.put_VMC(0); }
+    } number{*part.item};
+    Check(part.item->put_VMC(FieldRow(row)));
+    return ask(0);
+}
+
 void RowsControl::Show() {
-    if (window() == nullptr || isChanging_) {
+    if (window() == nullptr || isUsingItems_) {
         return;
     }
+    const Using items(*this);
     setError({});
     editor_.Close();
     const int selected = selectedRow();
     SendMessageW(window(), WM_SETREDRAW, FALSE, 0);
-    const int rows = Ask<short>([&](short* to) { return parts_.front().item->Count(to); });
+    const int rows = CountRows();
     // Rows are kept where they can be: the list stays where the user has scrolled it to.
     while (rowCount() > rows) {
         ListView_DeleteItem(window(), rowCount() - 1);
@@ -58,9 +103,7 @@ void RowsControl::Show() {
         for (std::size_t column = 0; column < parts_.size(); ++column) {
             std::wstring text;
             try {
-                text = field().letters().fromRecord(AskText([&](BSTR* to) {
-                    return parts_[column].item->get_ExternalValue(FieldRow(row), to);
-                }));
+                text = field().letters().fromRecord(CellText(parts_[column], row));
             } catch (const Error& error) {
                 setError(error.description());
             }
@@ -73,9 +116,13 @@ void RowsControl::Show() {
 }
 
 bool RowsControl::Put(int row, int column, const std::wstring& text) {
+    if (!IsRow(row) || !part(column).isStored()) {
+        return false;
+    }
     try {
-        Check(parts_[static_cast<std::size_t>(column)].item->put_ExternalValue(
-            FieldRow(row), Str(field().letters().toRecord(text)).get()));
+        const Using items(*this);
+        Check(part(column).item->put_ExternalValue(FieldRow(row),
+                                                   Str(field().letters().toRecord(text)).get()));
     } catch (const Error& error) {
         setError(error.description());
         StateChanged();
@@ -103,28 +150,30 @@ void RowsControl::Select(int row) const {
 }
 
 void RowsControl::Edit(int row, int column) {
-    if (!isReadOnly_ && row >= 0 && row < rowCount()) {
+    if (!isReadOnly_ && row >= 0 && row < rowCount() && part(column).isStored()) {
         Select(row);
         editor_.Open(row, column);
     }
 }
 
 // Inserting and removing work on whole values. Each attribute's change is announced on its own, so
-// this control looks again only after the last.
+// this control looks again only after the last. Attribute 0 has no rows: an item of it would insert
+// or remove the attribute of the row's number.
 template <typename Change>
 void RowsControl::ForEachAttribute(Change&& change) {
-    isChanging_ = true;
-    std::vector<long> done;
-    for (const Part& part : parts_) {
-        if (std::find(done.begin(), done.end(), part.amc) != done.end()) {
-            continue;
+    {
+        const Using items(*this);
+        std::vector<long> done{0};
+        for (const Part& part : parts_) {
+            if (std::find(done.begin(), done.end(), part.amc) != done.end()) {
+                continue;
+            }
+            done.push_back(part.amc);
+            part.item->put_SMC(0);
+            change(*part.item);
+            part.item->put_SMC(part.smc);
         }
-        done.push_back(part.amc);
-        part.item->put_SMC(0);
-        change(*part.item);
-        part.item->put_SMC(part.smc);
     }
-    isChanging_ = false;
     Show();
     StateChanged();
 }
@@ -135,16 +184,23 @@ void RowsControl::InsertRow() {
     }
     const int selected = selectedRow();
     const int row = selected >= 0 ? selected : rowCount();
+    if (!IsRow(row)) {
+        return;
+    }
     ForEachAttribute([&](_kelDictItem& item) {
         // An empty value behind the last one is none; a blank keeps the row there to be edited.
         Check(item.InsertRow(Str(row < rowCount() ? L"" : L" ").get(), FieldRow(row)));
     });
-    Edit(row, 0);
+    const auto first = std::find_if(
+        parts_.begin(), parts_.end(), [](const Part& part) { return part.isStored(); });
+    if (first != parts_.end()) {
+        Edit(row, static_cast<int>(first - parts_.begin()));
+    }
 }
 
 void RowsControl::RemoveRow() {
     const int row = selectedRow();
-    if (isReadOnly_ || row < 0) {
+    if (isReadOnly_ || !IsRow(row)) {
         return;
     }
     editor_.Close();
@@ -152,8 +208,10 @@ void RowsControl::RemoveRow() {
 }
 
 bool RowsControl::Concerns(long amc) const {
-    return std::any_of(
-        parts_.begin(), parts_.end(), [&](const Part& part) { return part.amc == amc; });
+    // A computed column may use any other.
+    return std::any_of(parts_.begin(), parts_.end(), [&](const Part& part) {
+        return part.amc == amc || part.isComputed;
+    });
 }
 
 void RowsControl::Rename(const std::wstring& session, const std::wstring& keyId) {

@@ -1,5 +1,6 @@
 // A list view whose rows are associated multivalued fields: value n of each column's attribute
-// makes row n.
+// makes row n. A computed column shows what its correlative makes of value n; it and one of
+// attribute 0, the record's id, are only shown.
 #pragma once
 
 #include <vector>
@@ -17,7 +18,8 @@ struct Column {
 
 class RowsControl final : public FieldControl {
 public:
-    // `window` is a list view in report style. Its first column decides how many rows there are.
+    // `window` is a list view in report style. Its first column that is not of attribute 0 decides
+    // how many rows there are.
     // Double click or F2 edits a cell; the keys Insert and Delete make and remove rows.
     RowsControl(KeyField& field,
                 HWND window,
@@ -37,7 +39,8 @@ public:
     void InsertRow();
     // Removes the selected row.
     void RemoveRow();
-    // Puts a text into a cell as the edit box does.
+    // Puts a text into a cell as the edit box does. Refused for a column that is only shown, and
+    // for a row that there cannot be.
     bool Put(int row, int column, const std::wstring& text);
     HWND editWindow() const { return editor_.window(); }
     // Whether rows can be changed at all.
@@ -58,11 +61,20 @@ private:
         Ptr<_kelDictItem> item;
         long amc;
         long smc;
+        bool isComputed;
+
+        bool isStored() const { return amc != 0 && !isComputed; }
     };
+    class Using;
+
+    short CountRows() const;
+    static std::wstring CellText(const Part& part, int row);
+    const Part& part(int column) const { return parts_[static_cast<std::size_t>(column)]; }
+
     std::vector<Part> parts_;
     CellEditor editor_;
     bool isReadOnly_ = false;
-    bool isChanging_ = false;
+    bool isUsingItems_ = false;
 };
 
 }  // namespace kel::binding
