@@ -23,7 +23,7 @@ tools.Replace "Country", "Switzerland", 1             ' attribute 1
 tools.Replace "Country", "Bern", 2, 1                 ' attribute 2, value 1
 tools.Insert "Country", "Geneva", 2, 2
 tools.mvWrite "Country", "CH"                         ' and gives up the lock
-WScript.Echo tools.Extract("Country", 1) & ": " & tools.Dcount("Country", Chr(253), 2) & " cities"
+WScript.Echo tools.Extract("Country", 1) & ": " & tools.Dcount("Country", ChrW(253), 2) & " cities"
 atlas.Disconnect
 
 ' Each connection property is asked for by name; what is left alone keeps its default.

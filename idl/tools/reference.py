@@ -5,7 +5,7 @@ import sys
 from pathlib import Path
 
 import idl
-from reference_notes import NOTES
+from reference_notes import CAUTIONS, NOTES
 
 ROOT = Path(__file__).resolve().parents[2]
 TARGET = ROOT / 'docs' / 'reference.md'
@@ -24,7 +24,7 @@ SAMPLES = {'KeyId': '"Country"', 'KeyField': '"Country"', 'OldKeyId': '"Country"
            'OldSessionName': '"Atlas"', 'NewSessionName': '"World"', 'FileName': '"COUNTRIES"',
            'sFileName': '"COUNTRIES"', 'RecordNumber': '"CH"', 'RecNo': '"CH"', 'Key': '"CH"',
            'AMC': '8', 'iAMC': '8', 'VMC': '1', 'iVMC': '1', 'SMC': '0', 'iSMC': '0',
-           'Value': '"Bern"', 'SearchString': '"Bern"', 'Delimit': 'Chr(253)', 'Dlm': '" "',
+           'Value': '"Bern"', 'SearchString': '"Bern"', 'Delimit': 'ChrW(253)', 'Dlm': '" "',
            'Strng': '"a b c"', 'SubStrng': '" "', 'Occur': '2', 'Ndx': '2', 'SortBy': '"AL"',
            'Convert': '"D2/"', 'sConvert': '"D2/"', 'ControlName': '"txtName"',
            'CommonName': '"Year"', 'DictName': '"NAME"', 'sDictName': '"NAME"',
@@ -166,8 +166,11 @@ def member(owner, accessors):
               enumerate(wrapped(first.name, [declared(p) for p in inputs(first)], ending))]
     lines += [use(VARIABLES[owner], m) for m in accessors]
     lines += ['```', '']
-    note = NOTES.get(f'{owner}.{first.name}')
-    return lines + ([f'Errors: {note}', ''] if note else [])
+    name = f'{owner}.{first.name}'
+    for word, texts in (('Errors', NOTES), ('Mind', CAUTIONS)):
+        if name in texts:
+            lines += [f'{word}: {texts[name]}', '']
+    return lines
 
 
 def class_section(library, declared_class, interfaces, sections):
@@ -226,6 +229,7 @@ statement that uses it:
   automation object. Positions AMC, VMC, SMC (attribute, value, subvalue) count from 1; 0 is the
   whole enclosing level.
 - Handlers are written as in languages with `WithEvents`; VBScript's own declarations have no types.
+- What stands behind `Mind:` a member does as it must, and a program may lose data by it.
 - Errors: numbers as scripts show them; [errors.md](errors.md) has their texts. Any member can also
   run out of memory (7), and refuses an argument of the wrong type (13) before it begins.
 '''
@@ -237,7 +241,7 @@ def check_notes(classes, interfaces):
         known.add(c.name)
         known.update(f'{c.name}.{m.name}' for i, given_attributes in c.members
                      if 'source' not in given_attributes for m in interfaces[i].members)
-    for name in NOTES:
+    for name in [*NOTES, *CAUTIONS]:
         if name not in known:
             sys.exit(f'reference_notes.py: there is no {name}')
 

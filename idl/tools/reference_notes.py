@@ -1,10 +1,13 @@
 """What the IDL does not tell about classes and members: which errors reach the caller, and what
 happens instead where none does. One text for a class or a member; reference.py stops at a name that
-does not exist. Numbers and their texts are listed in docs/errors.md."""
+does not exist. Numbers and their texts are listed in docs/errors.md.
+
+CAUTIONS are what members do as they must and a program may lose data by."""
 
 NO_KEY = '-2147221503 "No Key Id" (`mvDBMS::{}`) for an empty key field'
 WIDE = '6 for a position beyond 16 bits'
-EDIT = NO_KEY + '; ' + WIDE + '; 91 before the session was ever connected; what the back-end raises'
+NO_HOST = '91 without a back-end, before the first connection and after Disconnect'
+EDIT = NO_KEY + '; ' + WIDE + '; ' + NO_HOST + '; what the back-end raises'
 
 NOTES = {
     'Collection': 'Handed out by `kelBase`. Errors come with the component\'s name as source.',
@@ -67,9 +70,8 @@ NOTES = {
     'kelTools.Insert': '10102; ' + EDIT.format('Insert') + '.',
     'kelTools.Delete': '10102; ' + EDIT.format('Delete') + '.',
     'kelTools.Locate': '10102; ' + EDIT.format('Locate') + '.',
-    'kelTools.mvRead': '10102; ' + NO_KEY.format('mvRead') + '; 91 before the session was ever '
-                       'connected; what the back-end raises. Found, missing and locked are told by '
-                       'the event ReadValid.',
+    'kelTools.mvRead': '10102; ' + NO_KEY.format('mvRead') + '; ' + NO_HOST + '; what the back-end '
+                       'raises. Found, missing and locked are told by the event ReadValid.',
     'kelTools.mvReadU': 'As mvRead.',
     'kelTools.mvWrite': '10102; ' + NO_KEY.format('mvWrite') + '; every other failure with the '
                         'source `kelDBMS::mvWrite`. Without a record number nothing is written.',
@@ -81,11 +83,16 @@ NOTES = {
     'kelTools.ExecuteSelect': '10102. Any other failure is not told: the list is then empty.',
     'kelTools.ReadNext': '10102. Any other failure ends the list.',
     'kelTools.CloseSelect': 'Raises no error.',
-    'kelTools.CallProg': '10102; 91 before the session was ever connected; what the back-end '
-                         'raises. Arguments behind one that is left out are not passed.',
+    'kelTools.CallProg': '10102; ' + NO_HOST + '; what the back-end raises. Arguments behind one '
+                         'that is left out are not passed. Results come back in the types of the '
+                         'caller\'s variables; one that does not fit is 13, raised when all others '
+                         'are back.',
     'kelTools.Execute': '10102. Any other failure is not told: Capture and Returning stay.',
-    'kelTools.Oconv': '10102. A conversion that fails gives an empty text.',
-    'kelTools.Iconv': '10102; 91 before the session was ever connected; what the back-end raises.',
+    'kelTools.Oconv': '10102. A conversion that raises an error, or answers what has no text, '
+                      'gives an empty text; so does a session without a back-end. What a back-end '
+                      'gives for a value or code that it cannot convert is its own: the embedded '
+                      'one the value as it stands.',
+    'kelTools.Iconv': '10102; ' + NO_HOST + '; what the back-end raises.',
     'kelTools.mvIndex': '6 when an earlier occurrence stands at or behind position 32767; 0 when '
                         'there is no such occurrence.',
     'kelTools.mvField': '6 when the field begins or ends beyond position 32767; an empty text when '
@@ -97,7 +104,8 @@ NOTES = {
     'kelDictItem': 'Works in the session that its key field is tied to, else in the one it names. '
                    'Without either it does nothing; 381 when that session has no engine.',
     'kelDictItem.InitalizeDictItem': '381 without an engine. That a definition cannot be read is '
-                                     'told by DictRead and DictErrMsg.',
+                                     'told by DictRead and DictErrMsg. A key field without a '
+                                     'callback has nobody to refresh, which is no failure.',
     'kelDictItem.mvInfo': '-2147221502 (`kelDictItem::mvInfo`) without a session; 381 without an '
                           'engine; 91 for an empty key field.',
     'kelDictItem.mvReadInfo': '381 without an engine; 91 for an empty key field.',
@@ -115,15 +123,54 @@ NOTES = {
     'kelDictItem.Count': 'Raises no error; 0 when all three positions are set, or on failure.',
     'kelDictItem.CallProg': '381 without an engine; ' + NO_KEY.format('mvCallCommonHost') + '. '
                             'A failing program with the prefix `C:` raises its error, any other '
-                            'shows it to the user.',
+                            'shows it to the user. 13 in the same ways for an argument in which '
+                            'the program left an object or an array; what it left in the others '
+                            'is taken.',
     'kelDictItem.InternalValue': 'Getting raises no error: what fails leaves an empty text. '
                                  'Putting: what the engine and the back-end raise, with '
                                  '"kelDictItem:Get ExternalValue:" before the description.',
     'kelDictItem.ExternalValue': 'Getting and storing: errors of the engine, with "kelDictItem:Get '
                                  'ExternalValue:" before the description. A conversion for display '
-                                 'that fails gives an empty text, one of an entered value raises '
+                                 'never fails (see kelTools.Oconv), one of an entered value raises '
                                  'its error as it comes.',
     'kelDictItem.DisplayValue': 'Raises no error.',
     'kelDictItem.InsertRow': 'Raises no error.',
     'kelDictItem.RemoveRow': 'Raises no error.',
+}
+
+EMPTY_NAME = ('An empty name is no name: each value put under it is kept, to the end of the session, '
+              'and never found again.')
+LOCALE = ('A number or a date that is given for the text is written by the rules of the user\'s '
+          'language: 1.5 becomes "1,5" where a comma is used. Give the text that is meant.')
+ROW_OF_ID = ('An item of attribute 0, as that of many a computed field, takes a row for an attribute: '
+             '{} attribute n. Walk a computed field by VMC = n, without a row.')
+OWN_REFRESH = ('A handler of Refresh that uses the same item for a row ends the row that the member '
+               'is at, which then works on the whole field: give each control an item of its own.')
+
+CAUTIONS = {
+    'kelSessionCallBack.CommonValue': EMPTY_NAME,
+    'kelSessionCallBack.CommonObject': EMPTY_NAME,
+    'kelTools.Replace': LOCALE,
+    'kelTools.Insert': LOCALE,
+    'kelTools.mvWrite': 'A blank id is not empty: the record is written under it, and no mvRead finds '
+                        'it again, since a read takes blanks for no id.',
+    'kelTools.mvWriteU': 'As mvWrite.',
+    'kelTools.Iconv': LOCALE,
+    'kelTools.Dcount': 'Marks are single characters: give them by `ChrW`. `Chr(253)` is another '
+                       'character where the system\'s code page is not Western.',
+    'kelDictItem.CommonValue': EMPTY_NAME,
+    'kelDictItem.CommonObject': EMPTY_NAME,
+    'kelDictItem.Count': 'An Integer ends at 32767; for more the answer is 0. kelTools.Dcount counts '
+                         'further.',
+    'kelDictItem.InternalValue': ROW_OF_ID.format('InternalValue(n) is') + ' ' + OWN_REFRESH +
+                                 ' Another id put at attribute 0 starts a new record, which loses '
+                                 'the id and what was read, unless UpdateOnly is True; without '
+                                 'Session it is ignored. ' + LOCALE,
+    'kelDictItem.ExternalValue': 'As InternalValue.',
+    'kelDictItem.InsertRow': 'A row below 1 inserts at the item\'s own position: with AMC = 8 and '
+                             'VMC = 0 a whole attribute, which moves all behind it. ' +
+                             ROW_OF_ID.format('row n inserts') + ' ' + OWN_REFRESH,
+    'kelDictItem.RemoveRow': 'A row below 1 removes what is at the item\'s own position: with AMC = 8 '
+                             'and VMC = 0 the whole attribute, and all behind it move. ' +
+                             ROW_OF_ID.format('row n removes') + ' ' + OWN_REFRESH,
 }
