@@ -20,7 +20,7 @@ Batch Cycling(Step step) {
     });
 }
 
-multivalue::Text Units(const Text& text) {
+text::Text Units(const Text& text) {
     return {text.begin(), text.end()};
 }
 

@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "apps/kelsh/text.h"
-#include "hosts/multivalue/transfer/csv.h"
+#include "apps/kelsh/transfer/csv.h"
 
 namespace kel::kelsh {
 namespace {
@@ -30,22 +30,22 @@ std::vector<Text> Parts(TextView text, wchar_t mark) {
 }  // namespace
 
 Text AsTyped(TextView stored) {
-    multivalue::Cell cell;
+    transfer::Cell cell;
     for (const Text& value : Parts(stored, kValueMark)) {
         cell.emplace_back();
         for (const Text& subvalue : Parts(value, kSubvalueMark)) {
             cell.back().push_back(Units(ToShownLetters(subvalue)));
         }
     }
-    return Wide(multivalue::JoinCell(cell, {}));
+    return Wide(transfer::JoinCell(cell, {}));
 }
 
 Text AsStored(TextView typed) {
     Text stored;
-    const multivalue::Cell cell = multivalue::PartCell(Units(ToStoredLetters(typed)), {});
+    const transfer::Cell cell = transfer::PartCell(Units(ToStoredLetters(typed)), {});
     for (const auto& value : cell) {
         stored += &value == &cell.front() ? Text() : Text(1, kValueMark);
-        for (const multivalue::Text& subvalue : value) {
+        for (const text::Text& subvalue : value) {
             stored +=
                 (&subvalue == &value.front() ? Text() : Text(1, kSubvalueMark)) + Wide(subvalue);
         }

@@ -1,6 +1,6 @@
 #include "apps/kelsh/text.h"
 
-#include "hosts/multivalue/transfer/fields.h"
+#include "apps/kelsh/transfer/fields.h"
 
 namespace kel::kelsh {
 
@@ -22,11 +22,11 @@ std::string ToUtf8(TextView text) {
 }
 
 Text ToStoredLetters(TextView text) {
-    return Wide(multivalue::LettersToStored(Units(text)));
+    return Wide(transfer::LettersToStored(Units(text)));
 }
 
 Text ToShownLetters(TextView text) {
-    return Wide(multivalue::LettersToShown(Units(text)));
+    return Wide(transfer::LettersToShown(Units(text)));
 }
 
 }  // namespace kel::kelsh

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "automation/text.h"
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
 namespace kel::kelsh {
 
@@ -13,10 +13,10 @@ using automation::Text;
 using automation::TextView;
 
 // The same 16-bit units under two names.
-inline multivalue::Text Units(TextView text) {
-    return multivalue::Text(text.begin(), text.end());
+inline text::Text Units(TextView text) {
+    return text::Text(text.begin(), text.end());
 }
-inline Text Wide(multivalue::TextView text) {
+inline Text Wide(text::TextView text) {
     return Text(text.begin(), text.end());
 }
 

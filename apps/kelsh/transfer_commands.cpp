@@ -8,11 +8,11 @@
 #include "apps/kelsh/shell.h"
 #include "apps/kelsh/text.h"
 #include "apps/kelsh/transfer_fields.h"
-#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::kelsh {
 
-using multivalue::TransferFormat;
+using transfer::TransferFormat;
 
 namespace {
 
@@ -37,7 +37,7 @@ private:
 };
 
 // A file of the session's database, record by record.
-class SessionFile : public multivalue::RecordTarget {
+class SessionFile : public transfer::RecordTarget {
 public:
     SessionFile(Connection& connection, const Text& file)
         : connection_(connection),
@@ -48,7 +48,7 @@ public:
         key_.FileName(file);
     }
 
-    bool Read(multivalue::TextView id, multivalue::Text& record) override {
+    bool Read(text::TextView id, text::Text& record) override {
         record.clear();
         if (!Exists(id)) {
             return false;
@@ -56,11 +56,11 @@ public:
         record = Units(connection_.tools().Extract(kTransferKey, 0));
         return true;
     }
-    bool Exists(multivalue::TextView id) override {
+    bool Exists(text::TextView id) override {
         key_.ExternalValue(0, Wide(id));
         return key_.ReadRecord() == 0;
     }
-    void Write(multivalue::TextView id, multivalue::TextView record) override {
+    void Write(text::TextView id, text::TextView record) override {
         connection_.tools().Replace(kTransferKey, Wide(record), 0);
         connection_.tools().mvWrite(kTransferKey, Wide(id), file_);
     }
@@ -73,7 +73,7 @@ private:
 };
 
 // The records that a selection names.
-class SelectedRecords final : public multivalue::RecordSource {
+class SelectedRecords final : public transfer::RecordSource {
 public:
     SelectedRecords(Connection& connection, const Text& file, const Text& sentence)
         : connection_(connection), file_(connection, file) {
@@ -85,7 +85,7 @@ public:
         automation::Ignoring([&] { connection_.tools().CloseSelect(kList); });
     }
 
-    bool Next(multivalue::Text& id, multivalue::Text& record) override {
+    bool Next(text::Text& id, text::Text& record) override {
         Text next;
         while (connection_.tools().ReadNext(kList, next)) {
             id = Units(next);
@@ -142,16 +142,16 @@ Text Counted(std::uint64_t records) {
 }
 
 // "@ID" and as many attributes as the longest record has.
-std::vector<multivalue::Text> AllColumns(SelectedRecords& records) {
+std::vector<text::Text> AllColumns(SelectedRecords& records) {
     std::ptrdiff_t most = 0;
-    multivalue::Text id;
-    multivalue::Text record;
+    text::Text id;
+    text::Text record;
     while (records.Next(id, record)) {
         const auto marks =
             std::count(record.begin(), record.end(), static_cast<char16_t>(kAttributeMark));
         most = std::max(most, record.empty() ? 0 : marks + 1);
     }
-    std::vector<multivalue::Text> columns{u"@ID"};
+    std::vector<text::Text> columns{u"@ID"};
     for (std::ptrdiff_t attribute = 1; attribute <= most; ++attribute) {
         columns.push_back(Units(std::to_wstring(attribute)));
     }
@@ -164,12 +164,12 @@ bool Shell::ImportData(CommandLine& line) {
     const Text& file = line.word(1);
     const Text& path = line.word(2);
     std::vector<Text> words = line.From(3);
-    multivalue::ImportOptions options;
+    transfer::ImportOptions options;
     options.batch = kBatch;
     options.format = FormatOf(path, TakeOption(words, L"as"));
-    options.existing = TakeWord(words, L"keep")    ? multivalue::Existing::kKeep
-                       : TakeWord(words, L"merge") ? multivalue::Existing::kMerge
-                                                   : multivalue::Existing::kReplace;
+    options.existing = TakeWord(words, L"keep")    ? transfer::Existing::kKeep
+                       : TakeWord(words, L"merge") ? transfer::Existing::kMerge
+                                                   : transfer::Existing::kReplace;
     const bool skip = TakeWord(words, L"skip");
     if (!words.empty()) {
         Failed(L"import does not know \"" + words.front() + L"\"");
@@ -185,7 +185,7 @@ bool Shell::ImportData(CommandLine& line) {
         return true;
     };
     if (skip) {
-        options.onFault = [&](const multivalue::TransferFault& fault) {
+        options.onFault = [&](const transfer::TransferFault& fault) {
             terminal_.Complain(L"kelsh: left out: " + Wide(fault.text));
             return true;
         };
@@ -193,13 +193,13 @@ bool Shell::ImportData(CommandLine& line) {
     SessionFields fields(connection_, file);
     SessionFile target(connection_, file);
     try {
-        const auto result = multivalue::Import(target, data, fields, options);
+        const auto result = transfer::Import(target, data, fields, options);
         terminal_.ShowProgress({});
         terminal_.Print(
             Counted(result.records) + L" imported into " + file +
             (result.left > 0 ? L", " + std::to_wstring(result.left) + L" left out" : Text()));
         return true;
-    } catch (const multivalue::Error& error) {
+    } catch (const text::Error& error) {
         Failed(path + L": " + Wide(error.text()));
         return false;
     }
@@ -216,7 +216,7 @@ bool Shell::ExportData(CommandLine& line) {
                    line.Rest(3 + static_cast<std::size_t>(where - words.begin()) + 1);
         words.erase(where, words.end());
     }
-    multivalue::ExportOptions options;
+    transfer::ExportOptions options;
     options.batch = kBatch;
     options.format = FormatOf(path, TakeOption(words, L"as"));
     for (const Text& column : words) {
@@ -235,7 +235,7 @@ bool Shell::ExportData(CommandLine& line) {
         SelectedRecords records(connection_, file, sentence);
         if (path == L"-") {
             std::ostringstream data;
-            multivalue::Export(records, data, fields, options);
+            transfer::Export(records, data, fields, options);
             terminal_.ShowProgress({});
             terminal_.PrintBytes(data.str());
             return true;
@@ -245,11 +245,11 @@ bool Shell::ExportData(CommandLine& line) {
             Failed(path + L" cannot be written");
             return false;
         }
-        const std::uint64_t count = multivalue::Export(records, data, fields, options);
+        const std::uint64_t count = transfer::Export(records, data, fields, options);
         terminal_.ShowProgress({});
         terminal_.Print(Counted(count) + L" exported to " + path);
         return true;
-    } catch (const multivalue::Error& error) {
+    } catch (const text::Error& error) {
         Failed(path + L": " + Wide(error.text()));
         return false;
     }

@@ -1,14 +1,14 @@
 #include "apps/kelsh/transfer_fields.h"
 
 #include "apps/kelsh/text.h"
-#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::kelsh {
 
 using automation::Bstr;
 using demo::Ask;
 using demo::AskText;
-using multivalue::TransferField;
+using transfer::TransferField;
 
 // A definition is read through the session of a key field that the registry knows.
 SessionFields::SessionFields(Connection& connection, Text file)
@@ -17,7 +17,7 @@ SessionFields::SessionFields(Connection& connection, Text file)
     connection.base().SetKeyFieldSession(kTransferKey, connection.name());
 }
 
-std::optional<TransferField> SessionFields::Find(multivalue::TextView column) {
+std::optional<TransferField> SessionFields::Find(text::TextView column) {
     if (auto field = numbered_.Find(column)) {
         return field;
     }
@@ -46,28 +46,28 @@ const SessionFields::Named* SessionFields::named(const TransferField& field) con
     return found == named_.end() ? nullptr : &found->second;
 }
 
-multivalue::Text SessionFields::ToStored(const TransferField& field, multivalue::TextView shown) {
+text::Text SessionFields::ToStored(const TransferField& field, text::TextView shown) {
     const Named* known = named(field);
     if (known == nullptr || known->conversion.empty() || shown.empty()) {
-        return multivalue::Text(shown);
+        return text::Text(shown);
     }
     try {
         return Units(connection_.tools().Iconv(Wide(shown), known->conversion));
     } catch (const automation::Error& error) {
-        throw multivalue::Error(multivalue::ErrorKind::kBadData, Units(error.description()));
+        throw text::Error(text::ErrorKind::kBadData, Units(error.description()));
     }
 }
 
-multivalue::Text SessionFields::ToShown(const TransferField& field, multivalue::TextView stored) {
+text::Text SessionFields::ToShown(const TransferField& field, text::TextView stored) {
     const Named* known = named(field);
     return known == nullptr || known->conversion.empty() || stored.empty()
-               ? multivalue::Text(stored)
+               ? text::Text(stored)
                : Units(connection_.tools().Oconv(Wide(stored), known->conversion));
 }
 
-multivalue::Text SessionFields::Stored(const TransferField& field,
-                                       multivalue::TextView id,
-                                       multivalue::TextView record) {
+text::Text SessionFields::Stored(const TransferField& field,
+                                 text::TextView id,
+                                 text::TextView record) {
     const Named* known = named(field);
     if (known == nullptr || field.attribute >= 0) {
         return TransferFields::Stored(field, id, record);

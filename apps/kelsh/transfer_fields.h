@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "apps/kelsh/connection.h"
-#include "hosts/multivalue/transfer/transfer.h"
+#include "apps/kelsh/transfer/transfer.h"
 
 namespace kel::kelsh {
 
@@ -14,19 +14,17 @@ inline constexpr const wchar_t* kTransferKey = L"kelsh.transfer";
 
 // "@ID", numbers of attributes, and names in the file's dictionary. Values of a named field are
 // converted; a computed one can be exported only.
-class SessionFields final : public multivalue::TransferFields {
+class SessionFields final : public transfer::TransferFields {
 public:
     SessionFields(Connection& connection, Text file);
 
-    std::optional<multivalue::TransferField> Find(multivalue::TextView column) override;
-    multivalue::Text ToStored(const multivalue::TransferField& field,
-                              multivalue::TextView shown) override;
-    multivalue::Text ToShown(const multivalue::TransferField& field,
-                             multivalue::TextView stored) override;
+    std::optional<transfer::TransferField> Find(text::TextView column) override;
+    text::Text ToStored(const transfer::TransferField& field, text::TextView shown) override;
+    text::Text ToShown(const transfer::TransferField& field, text::TextView stored) override;
     // Of a computed field: what the component computes of the record in the key field.
-    multivalue::Text Stored(const multivalue::TransferField& field,
-                            multivalue::TextView id,
-                            multivalue::TextView record) override;
+    text::Text Stored(const transfer::TransferField& field,
+                      text::TextView id,
+                      text::TextView record) override;
 
 private:
     struct Named {
@@ -34,12 +32,12 @@ private:
         Text conversion;
     };
 
-    const Named* named(const multivalue::TransferField& field) const;
+    const Named* named(const transfer::TransferField& field) const;
 
     Connection& connection_;
     const Text file_;
-    multivalue::NumberedFields numbered_;
-    std::map<multivalue::Text, Named> named_;
+    transfer::NumberedFields numbered_;
+    std::map<text::Text, Named> named_;
 };
 
 }  // namespace kel::kelsh

@@ -4,16 +4,16 @@
 
 #include "bench/native/native.h"
 #include "bench/timing.h"
-#include "hosts/multivalue/conversion.h"
-#include "hosts/multivalue/dynamic_array.h"
-#include "hosts/multivalue/surroundings.h"
+#include "hosts/multivalue/conversion/conversion.h"
+#include "hosts/multivalue/conversion/environment.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 
 namespace kel::bench {
 
-using multivalue::DynamicArray;
-using multivalue::Position;
-using multivalue::Text;
-using multivalue::TextView;
+using text::DynamicArray;
+using text::Position;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -78,11 +78,11 @@ Batch Assigning(std::vector<Text>& parts, Order next) {
 void MeasureLocate() {
     constexpr double kFewestToBeat = 8000;
     constexpr double kMostToBeat = 13000;
-    const Text values = LargeRecord(multivalue::kValueMark);
+    const Text values = LargeRecord(text::kValueMark);
     const DynamicArray array(values);
     const std::vector<Text> parts = Parts();
     const Text last = Attribute(kAttributes - 1);
-    const auto locate = [&](multivalue::SortOrder order) {
+    const auto locate = [&](text::SortOrder order) {
         return Repeating([&, order] {
             if (array.Locate(last, 1, 0, order).position != kAttributes) {
                 throw std::logic_error("located elsewhere");
@@ -109,7 +109,7 @@ void MeasureLocate() {
     const DynamicArray ordered(numbers);
     const Text greatest = NumberText(10000 + kAttributes - 1);
     const auto right = Repeating([&] {
-        if (!ordered.Locate(greatest, 1, 0, multivalue::SortOrder::Parse(u"AR")).found) {
+        if (!ordered.Locate(greatest, 1, 0, text::SortOrder::Parse(u"AR")).found) {
             throw std::logic_error("not found in order");
         }
     });
@@ -117,10 +117,10 @@ void MeasureLocate() {
 }
 
 // The clock is not asked for, and there are no files.
-struct NoSurroundings final : multivalue::Surroundings {
-    multivalue::Family OwnFamily() const override { return multivalue::Family::kUni; }
-    multivalue::DateOrder OwnDateOrder() const override {
-        return multivalue::DateOrder::kMonthFirst;
+struct NoEnvironment final : conversion::Environment {
+    conversion::Family OwnFamily() const override { return conversion::Family::kUni; }
+    conversion::DateOrder OwnDateOrder() const override {
+        return conversion::DateOrder::kMonthFirst;
     }
     std::int32_t Today() const override { return 0; }
     std::int32_t SecondOfDay() const override { return 0; }
@@ -133,7 +133,7 @@ struct NoSurroundings final : multivalue::Surroundings {
 void MeasureArrays() {
     PrintRateHead("arrays of 10,000 attributes");
     std::size_t units = 0;
-    DynamicArray array(LargeRecord(multivalue::kAttributeMark));
+    DynamicArray array(LargeRecord(text::kAttributeMark));
     std::vector<Text> parts = Parts();
     const Scattered scattered(kAttributes);
     CompareRate({"extract, one after the other", Extracting(array, units, OneAfterTheOther())},
@@ -201,14 +201,14 @@ void MeasureConversions() {
         {"number in, MD2,$", u"$12,345.67", u"MD2,$", true},
         {"time out, MTHS", u"43200", u"MTHS", false, kNoTarget},
     };
-    NoSurroundings around;
+    NoEnvironment environment;
     PrintRateHead("conversions");
     for (const auto& c : conversions) {
         const auto convert = [&] {
-            const multivalue::Converted out = c.isInput
-                                                  ? multivalue::Iconv(c.value, c.code, around)
-                                                  : multivalue::Oconv(c.value, c.code, around);
-            if (out.status != multivalue::ConversionStatus::kGood) {
+            const conversion::Converted out = c.isInput
+                                                  ? conversion::Iconv(c.value, c.code, environment)
+                                                  : conversion::Oconv(c.value, c.code, environment);
+            if (out.status != conversion::ConversionStatus::kGood) {
                 throw std::logic_error("did not convert");
             }
         };

@@ -9,16 +9,16 @@
 
 #include "hosts/embedded/store/database.h"
 #include "hosts/embedded/store/sqlite_store.h"
-#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/store/store.h"
 
 namespace kel::bench {
 
 inline constexpr std::size_t kRecords = 100000;
 inline constexpr long kCities = 20;  // each stands in as many records as the others
 
-multivalue::Text NumberText(long number);
+text::Text NumberText(long number);
 // Six attributes, some fifty units; the second is one of kCities.
-multivalue::Text SampleRecord(long number);
+text::Text SampleRecord(long number);
 
 // The file STOCK with kRecords records "Item 0" ... and a dictionary, in a new account.
 class SampleAccount {
@@ -28,9 +28,9 @@ public:
     SampleAccount& operator=(const SampleAccount&) = delete;
     ~SampleAccount();
 
-    std::unique_ptr<multivalue::Store> store;
-    multivalue::FileNumber file{};
-    std::vector<multivalue::Text> ids;
+    std::unique_ptr<store::Store> store;
+    store::FileNumber file{};
+    std::vector<text::Text> ids;
     embedded::Database plain;
     std::vector<std::string> plainIds;
 

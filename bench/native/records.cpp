@@ -2,7 +2,7 @@
 #include "bench/native/native.h"
 #include "bench/timing.h"
 #include "hosts/embedded/store/codec.h"
-#include "hosts/multivalue/dynamic_array.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 
 namespace kel::bench {
 
@@ -10,9 +10,9 @@ using embedded::Bytes;
 using embedded::BytesOf;
 using embedded::Durability;
 using embedded::Run;
-using multivalue::AfterWrite;
-using multivalue::DynamicArray;
-using multivalue::Text;
+using store::AfterWrite;
+using text::DynamicArray;
+using text::Text;
 
 namespace {
 
@@ -137,7 +137,7 @@ void MeasureBatches(SampleAccount& account) {
     PlainStatements plain(account.plain);
     std::vector<std::uint8_t> bytes;
     const auto write = [&, next = Scattered(kRecords)]() mutable {
-        multivalue::Batch batch(*account.store);
+        store::Batch batch(*account.store);
         for (long n = 0; n < kBatch; ++n) {
             const std::size_t i = next();
             account.store->Write(account.file,
@@ -165,8 +165,8 @@ void MeasureBatches(SampleAccount& account) {
 void MeasureBulkLoad(SampleAccount& account) {
     std::vector<std::uint8_t> bytes;
     const auto load = [&] {
-        const multivalue::FileNumber file = account.store->CreateFile(u"LOADED");
-        multivalue::Batch batch(*account.store);
+        const store::FileNumber file = account.store->CreateFile(u"LOADED");
+        store::Batch batch(*account.store);
         for (std::size_t i = 0; i < kRecords; ++i) {
             account.store->Write(
                 file, account.ids[i], SampleRecord(static_cast<long>(i)), AfterWrite::kRelease);
@@ -216,9 +216,9 @@ SampleAccount::SampleAccount(const std::filesystem::path& folder, Durability dur
     embedded::StoreOptions options;
     options.durability = durability;
     store = embedded::OpenStore((folder / "account").u16string(), options);
-    const multivalue::FileNumber dictionary = store->CreateFile(u"DICT STOCK");
+    const store::FileNumber dictionary = store->CreateFile(u"DICT STOCK");
     file = store->CreateFile(u"STOCK");
-    multivalue::Batch batch(*store);
+    store::Batch batch(*store);
     store->Write(dictionary, u"CITY", u"D\u00fe2\u00fe\u00feCity\u00fe10L\u00feS", {});
     store->Write(dictionary, u"AMOUNT", u"D\u00fe3\u00fe\u00feAmount\u00fe8R\u00feS", {});
     plain.Execute("BEGIN");

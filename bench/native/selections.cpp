@@ -9,20 +9,20 @@
 #include "bench/native/native.h"
 #include "bench/timing.h"
 #include "hosts/embedded/store/codec.h"
-#include "hosts/multivalue/session.h"
-#include "hosts/multivalue/store_surroundings.h"
+#include "hosts/multivalue/command/session.h"
+#include "hosts/multivalue/conversion/store_environment.h"
 
 namespace kel::bench {
 
-using multivalue::SelectedId;
-using multivalue::Text;
-using multivalue::TextView;
+using query::SelectedId;
+using text::Text;
+using text::TextView;
 
 namespace {
 
 constexpr std::size_t kMany = 1000000;
 
-std::size_t CountEntries(multivalue::Session& session, TextView sentence) {
+std::size_t CountEntries(command::Session& session, TextView sentence) {
     const auto list = session.Select(sentence);
     std::size_t count = 0;
     for (SelectedId entry; list->Next(entry);) {
@@ -31,7 +31,7 @@ std::size_t CountEntries(multivalue::Session& session, TextView sentence) {
     return count;
 }
 
-Batch Selecting(multivalue::Session& session, TextView sentence, std::size_t expected) {
+Batch Selecting(command::Session& session, TextView sentence, std::size_t expected) {
     return Repeating([&session, sentence, expected] {
         const std::size_t found = CountEntries(session, sentence);
         if (found != expected) {
@@ -69,8 +69,8 @@ void MeasureSelections(const std::filesystem::path& folder) {
     constexpr double kSortedToBeat = 100000 / 0.8;
     constexpr std::size_t kFound = kRecords / kCities;
     SampleAccount account(folder / "selections", embedded::Durability::kNormal);
-    multivalue::StoreSurroundings around(*account.store);
-    multivalue::Session session(*account.store, around);
+    conversion::StoreEnvironment environment(*account.store);
+    command::Session session(*account.store, environment);
     account.plain.Execute("CREATE TABLE x1(key BLOB, id BLOB, PRIMARY KEY(key, id)) WITHOUT ROWID");
     account.plain.Execute(
         "INSERT INTO x1 SELECT CAST('City ' || (substr(id, 6) % 20) AS BLOB), id FROM f1");
@@ -114,8 +114,8 @@ void MeasureMemory(const std::filesystem::path& folder, const std::filesystem::p
         options.durability = embedded::Durability::kOff;
         const auto store = embedded::OpenStore(account.u16string(), options);
         store->CreateFile(u"DICT STOCK");
-        const multivalue::FileNumber file = store->CreateFile(u"STOCK");
-        multivalue::Batch batch(*store);
+        const store::FileNumber file = store->CreateFile(u"STOCK");
+        store::Batch batch(*store);
         for (std::size_t i = 0; i < kMany; ++i) {
             store->Write(file, NumberText(static_cast<long>(kMany + i)), u"x", {});
         }
@@ -132,8 +132,8 @@ void MeasureMemory(const std::filesystem::path& folder, const std::filesystem::p
 
 void SelectForMemory(const std::filesystem::path& account) {
     const auto store = embedded::OpenStore(account.u16string());
-    multivalue::StoreSurroundings around(*store);
-    multivalue::Session session(*store, around);
+    conversion::StoreEnvironment environment(*store);
+    command::Session session(*store, environment);
     const auto list = session.Select(u"SELECT STOCK");
     SelectedId entry;
     list->Next(entry);

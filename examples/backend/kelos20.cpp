@@ -10,7 +10,7 @@
 #include "automation/object.h"
 #include "automation/opaque_object.h"
 #include "automation/server.h"
-#include "hosts/multivalue/dynamic_array.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 #include "kelSDK.h"
 
 namespace kel::example {
@@ -24,7 +24,7 @@ namespace {
 struct Buffer {
     static constexpr IID kIid = {
         0x2f0d6a51, 0x8b3c, 0x4f0e, {0x9a, 0x64, 0x51, 0x0c, 0x7e, 0x2b, 0x90, 0x20}};
-    multivalue::DynamicArray array;
+    text::DynamicArray array;
 };
 struct File {
     static constexpr IID kIid = {
@@ -71,7 +71,7 @@ Text Wide(std::u16string_view text) {
     return {text.begin(), text.end()};
 }
 
-multivalue::Position At(long amc, long vmc, long smc) {
+text::Position At(long amc, long vmc, long smc) {
     return {static_cast<int>(amc), static_cast<int>(vmc), static_cast<int>(smc)};
 }
 
@@ -85,7 +85,7 @@ ComPtr<OpaqueObject<Content>> Ours(IUnknown* object) {
     return ours;
 }
 
-multivalue::DynamicArray& ArrayOf(IDispatch** array) {
+text::DynamicArray& ArrayOf(IDispatch** array) {
     return Ours<Buffer>(Require(array))->content.array;  // the caller's reference keeps it
 }
 
@@ -171,7 +171,7 @@ public:
 
     STDMETHODIMP CreateDynamicArray(BSTR data, IDispatch** result) noexcept override {
         return Give(result, [&] {
-            return Make<OpaqueObject<Buffer>>(multivalue::DynamicArray(Units(data)));
+            return Make<OpaqueObject<Buffer>>(text::DynamicArray(Units(data)));
         });
     }
     STDMETHODIMP Extract(IDispatch** array, long a, long v, long s, BSTR* result) noexcept override {
@@ -189,8 +189,8 @@ public:
     STDMETHODIMP Locate(IDispatch** array, long* pos, BSTR search, long a, long v, BSTR
             sortBy, VARIANT_BOOL* result) noexcept override {
         return Give(result, [&] {
-            const auto order = multivalue::SortOrder::Parse(Units(sortBy));
-            const multivalue::Position at = At(a, v, 0);
+            const auto order = text::SortOrder::Parse(Units(sortBy));
+            const text::Position at = At(a, v, 0);
             const auto found = ArrayOf(array).Locate(Units(search), at.attribute, at.value, order);
             Require(pos) = static_cast<long>(found.position);
             return found.found;
@@ -235,7 +235,7 @@ public:
                 return {};
             }
             Require(status) = 0;
-            return Make<OpaqueObject<Buffer>>(multivalue::DynamicArray(
+            return Make<OpaqueObject<Buffer>>(text::DynamicArray(
                 std::u16string(record->second.begin(), record->second.end())));
         });
     }

@@ -4,6 +4,7 @@
 
 #include "hosts/embedded/connection.h"
 #include "hosts/embedded/edges.h"
+#include "hosts/multivalue/store/files.h"
 
 namespace kel::embedded {
 
@@ -11,8 +12,8 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 
 namespace {
 
-using multivalue::DynamicArray;
-using multivalue::Position;
+using text::DynamicArray;
+using text::Position;
 
 // The way from the objects of an account to its connection, cut when that ends.
 struct Link {
@@ -34,7 +35,7 @@ Position At(long attribute, long value, long subvalue) {
 
 class File final : public Object<kelAccountFile, _kelAccountFile> {
 public:
-    File(std::shared_ptr<Link> link, multivalue::NamedFile file)
+    File(std::shared_ptr<Link> link, store::NamedFile file)
         : link_(std::move(link)), file_(std::move(file)) {}
 
     STDMETHODIMP get_Name(BSTR* result) noexcept override {
@@ -62,12 +63,12 @@ public:
     }
     STDMETHODIMP Write(BSTR id, BSTR record) noexcept override {
         return HostMember(L"File.Write", [&] {
-            store().Write(file_.number, Units(id), Units(record), multivalue::AfterWrite::kRelease);
+            store().Write(file_.number, Units(id), Units(record), store::AfterWrite::kRelease);
         });
     }
     STDMETHODIMP WriteU(BSTR id, BSTR record) noexcept override {
         return HostMember(L"File.WriteU", [&] {
-            store().Write(file_.number, Units(id), Units(record), multivalue::AfterWrite::kKeep);
+            store().Write(file_.number, Units(id), Units(record), store::AfterWrite::kKeep);
         });
     }
     STDMETHODIMP Delete(BSTR id, VARIANT_BOOL* result) noexcept override {
@@ -90,10 +91,10 @@ public:
 private:
     ~File() override = default;
 
-    multivalue::Store& store() const { return link_->require().store(); }
+    store::Store& store() const { return link_->require().store(); }
     void read(BSTR id, VARIANT* result) const {
         Out out{result};
-        multivalue::Text record;
+        text::Text record;
         if (store().Read(file_.number, Units(id), record)) {
             out = Variant(Wide(record));
         } else {
@@ -102,7 +103,7 @@ private:
     }
 
     std::shared_ptr<Link> link_;
-    multivalue::NamedFile file_;
+    store::NamedFile file_;
 };
 
 class Account final : public Object<kelAccount, _kelAccount> {
@@ -114,8 +115,7 @@ public:
     STDMETHODIMP Open(BSTR fileName, _kelAccountFile** result) noexcept override {
         return HostMember(L"Account.Open", [&] {
             Out out{result};
-            out = Make<File>(link_,
-                             multivalue::RequireFile(link_->require().store(), Units(fileName)));
+            out = Make<File>(link_, store::RequireFile(link_->require().store(), Units(fileName)));
         });
     }
     STDMETHODIMP Execute(BSTR sentence, BSTR* result) noexcept override {
@@ -128,10 +128,10 @@ public:
         return HostMember(L"Account.Select", [&] {
             Out out{result};
             const auto list = link_->require().session().Select(Units(sentence));
-            multivalue::Text ids;
-            multivalue::SelectedId one;
+            text::Text ids;
+            query::SelectedId one;
             while (list->Next(one)) {
-                ids.append(ids.empty() ? 0 : 1, multivalue::kAttributeMark).append(one.id);
+                ids.append(ids.empty() ? 0 : 1, text::kAttributeMark).append(one.id);
             }
             out = Wide(ids);
         });
@@ -139,14 +139,14 @@ public:
     STDMETHODIMP Oconv(BSTR value, BSTR code, BSTR* result) noexcept override {
         return HostMember(L"Account.Oconv", [&] {
             Out out{result};
-            out =
-                Wide(multivalue::Oconv(Units(value), Units(code), link_->require().around()).value);
+            out = Wide(
+                conversion::Oconv(Units(value), Units(code), link_->require().environment()).value);
         });
     }
     STDMETHODIMP Iconv(BSTR value, BSTR code, BSTR* result) noexcept override {
         return HostMember(L"Account.Iconv", [&] {
             Out out{result};
-            out = Wide(Entered(Units(value), Units(code), link_->require().around()));
+            out = Wide(Entered(Units(value), Units(code), link_->require().environment()));
         });
     }
     STDMETHODIMP Extract(
@@ -187,13 +187,11 @@ public:
         });
     }
     STDMETHODIMP get_AM(BSTR* result) noexcept override {
-        return mark(multivalue::kAttributeMark, result);
+        return mark(text::kAttributeMark, result);
     }
-    STDMETHODIMP get_VM(BSTR* result) noexcept override {
-        return mark(multivalue::kValueMark, result);
-    }
+    STDMETHODIMP get_VM(BSTR* result) noexcept override { return mark(text::kValueMark, result); }
     STDMETHODIMP get_SM(BSTR* result) noexcept override {
-        return mark(multivalue::kSubvalueMark, result);
+        return mark(text::kSubvalueMark, result);
     }
     STDMETHODIMP get_User(BSTR* result) noexcept override {
         return HostMember(L"Account.User", [&] {
@@ -236,7 +234,7 @@ private:
     static HRESULT mark(char16_t unit, BSTR* result) noexcept {
         return ComMethod([&] {
             Out out{result};
-            out = Wide(multivalue::TextView(&unit, 1));
+            out = Wide(text::TextView(&unit, 1));
         });
     }
 

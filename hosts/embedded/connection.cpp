@@ -7,8 +7,8 @@
 
 namespace kel::embedded {
 
-using multivalue::Text;
-using multivalue::TextView;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -22,7 +22,7 @@ unsigned long NextConnection() noexcept {
 
 }  // namespace
 
-void AccountSurroundings::CallProgram(TextView name, std::vector<Text>& arguments) {
+void AccountEnvironment::CallProgram(TextView name, std::vector<Text>& arguments) {
     std::vector<automation::Variant> values;
     std::vector<VARIANT*> addresses;
     values.reserve(arguments.size());
@@ -41,13 +41,13 @@ void AccountSurroundings::CallProgram(TextView name, std::vector<Text>& argument
 
 Connection::Connection(const ConnectionOptions& options)
     : store_(OpenStore(options.path, options.store)),
-      around_(*store_, options.family, options.dateOrder),
+      environment_(*store_, options.family, options.dateOrder),
       keeper_(options.path, options.family, options.dateOrder),
-      session_(*store_, around_),
+      session_(*store_, environment_),
       programs_(*this, options.application),
       lockWaitMs_(options.lockWaitMs),
       number_(NextConnection()) {
-    around_.UsePrograms(programs_);
+    environment_.UsePrograms(programs_);
     session_.SetUser(options.store.user);
     session_.UseKeeper(&keeper_);
 }
@@ -61,14 +61,14 @@ Connection::~Connection() {
     }
 }
 
-std::shared_ptr<OpenList> Connection::handOut(std::unique_ptr<multivalue::SelectList> list) {
+std::shared_ptr<OpenList> Connection::handOut(std::unique_ptr<query::SelectList> list) {
     std::erase_if(lists_, [](const auto& given) { return given.expired(); });
     auto open = std::make_shared<OpenList>(OpenList{std::move(list)});
     lists_.push_back(open);
     return open;
 }
 
-multivalue::CorrelativeEvaluator& Connection::evaluator(TextView internalForm) {
+expression::CorrelativeEvaluator& Connection::evaluator(TextView internalForm) {
     const auto found = evaluators_.find(internalForm);
     if (found != evaluators_.end()) {
         return *found->second;
@@ -76,8 +76,8 @@ multivalue::CorrelativeEvaluator& Connection::evaluator(TextView internalForm) {
     if (evaluators_.size() >= kKeptEvaluators) {
         evaluators_.clear();
     }
-    auto made = std::make_unique<multivalue::CorrelativeEvaluator>(
-        multivalue::ReadProgram(internalForm), around_);
+    auto made = std::make_unique<expression::CorrelativeEvaluator>(
+        expression::ReadExpression(internalForm), environment_);
     return *evaluators_.emplace(internalForm, std::move(made)).first->second;
 }
 

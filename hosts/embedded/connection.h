@@ -9,38 +9,36 @@
 #include "hosts/embedded/programs.h"
 #include "hosts/embedded/store/account_keeper.h"
 #include "hosts/embedded/store/sqlite_store.h"
-#include "hosts/multivalue/correlative_evaluator.h"
-#include "hosts/multivalue/session.h"
-#include "hosts/multivalue/store_surroundings.h"
+#include "hosts/multivalue/command/session.h"
+#include "hosts/multivalue/conversion/store_environment.h"
+#include "hosts/multivalue/expression/correlative_evaluator.h"
 
 namespace kel::embedded {
 
 // A list as a client holds it. Empty once closed, or once the connection is.
 struct OpenList {
-    std::unique_ptr<multivalue::SelectList> list;
+    std::unique_ptr<query::SelectList> list;
 };
 
-// The account's surroundings, with stored programs.
-class AccountSurroundings final : public multivalue::StoreSurroundings {
+// The account's environment, with stored programs.
+class AccountEnvironment final : public conversion::StoreEnvironment {
 public:
-    AccountSurroundings(multivalue::Store& store,
-                        multivalue::Family family,
-                        multivalue::DateOrder order)
-        : StoreSurroundings(store, family, order) {}
+    AccountEnvironment(store::Store& store, conversion::Family family, conversion::DateOrder order)
+        : StoreEnvironment(store, family, order) {}
 
     void UsePrograms(Programs& programs) { programs_ = &programs; }
 
-    void CallProgram(multivalue::TextView name, std::vector<multivalue::Text>& arguments) override;
+    void CallProgram(text::TextView name, std::vector<text::Text>& arguments) override;
 
 private:
     Programs* programs_ = nullptr;
 };
 
 struct ConnectionOptions {
-    multivalue::Text path;
+    text::Text path;
     StoreOptions store;
-    multivalue::Family family = multivalue::Family::kUni;
-    multivalue::DateOrder dateOrder = multivalue::DateOrder::kMonthFirst;
+    conversion::Family family = conversion::Family::kUni;
+    conversion::DateOrder dateOrder = conversion::DateOrder::kMonthFirst;
     std::uint32_t lockWaitMs = 0;
     automation::ComPtr<IDispatch> application;
 };
@@ -53,31 +51,31 @@ public:
     Connection& operator=(const Connection&) = delete;
     ~Connection();
 
-    multivalue::Store& store() { return *store_; }
-    multivalue::Session& session() { return session_; }
-    AccountSurroundings& around() { return around_; }
+    store::Store& store() { return *store_; }
+    command::Session& session() { return session_; }
+    AccountEnvironment& environment() { return environment_; }
     Programs& programs() { return programs_; }
     std::uint32_t lockWaitMs() const { return lockWaitMs_; }
     // A number of its own in the process.
     unsigned long number() const { return number_; }
 
     // A list to hand out.
-    std::shared_ptr<OpenList> handOut(std::unique_ptr<multivalue::SelectList> list);
+    std::shared_ptr<OpenList> handOut(std::unique_ptr<query::SelectList> list);
 
     // The evaluator for a correlative in its internal form, kept from call to call. Throws for a
     // form that is none.
-    multivalue::CorrelativeEvaluator& evaluator(multivalue::TextView internalForm);
+    expression::CorrelativeEvaluator& evaluator(text::TextView internalForm);
 
 private:
-    std::unique_ptr<multivalue::Store> store_;
-    AccountSurroundings around_;
+    std::unique_ptr<store::Store> store_;
+    AccountEnvironment environment_;
     AccountFileKeeper keeper_;
-    multivalue::Session session_;
+    command::Session session_;
     Programs programs_;
     std::uint32_t lockWaitMs_;
     unsigned long number_;
     std::vector<std::weak_ptr<OpenList>> lists_;
-    std::map<multivalue::Text, std::unique_ptr<multivalue::CorrelativeEvaluator>, std::less<>>
+    std::map<text::Text, std::unique_ptr<expression::CorrelativeEvaluator>, std::less<>>
         evaluators_;
 };
 

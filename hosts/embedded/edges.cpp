@@ -2,29 +2,28 @@
 
 namespace kel::embedded {
 
-long NumberOf(multivalue::ErrorKind kind) noexcept {
+long NumberOf(text::ErrorKind kind) noexcept {
     switch (kind) {
-        case multivalue::ErrorKind::kNoSuchFile:
+        case text::ErrorKind::kNoSuchFile:
             return mvOpenNotFound;
-        case multivalue::ErrorKind::kBadArgument:
+        case text::ErrorKind::kBadArgument:
             return automation::kInvalidCall;
         default:
             return kOwnErrors + static_cast<long>(kind);
     }
 }
 
-multivalue::Text Entered(multivalue::TextView value,
-                         multivalue::TextView code,
-                         multivalue::Surroundings& around) {
-    multivalue::Converted entered = multivalue::Iconv(value, code, around);
-    if (entered.status == multivalue::ConversionStatus::kBadValue ||
-        entered.status == multivalue::ConversionStatus::kBadCode) {
-        const bool isCode = entered.status == multivalue::ConversionStatus::kBadCode;
-        throw multivalue::Error(
-            multivalue::ErrorKind::kBadArgument,
-            u"\"" + multivalue::Text(value) + u"\" cannot be entered: " +
-                (isCode ? u"\"" + multivalue::Text(code) + u"\" is no valid conversion."
-                        : u"it does not convert by \"" + multivalue::Text(code) + u"\"."));
+text::Text Entered(text::TextView value,
+                   text::TextView code,
+                   conversion::Environment& environment) {
+    conversion::Converted entered = conversion::Iconv(value, code, environment);
+    if (entered.status == conversion::ConversionStatus::kBadValue ||
+        entered.status == conversion::ConversionStatus::kBadCode) {
+        const bool isCode = entered.status == conversion::ConversionStatus::kBadCode;
+        throw text::Error(text::ErrorKind::kBadArgument,
+                          u"\"" + text::Text(value) + u"\" cannot be entered: " +
+                              (isCode ? u"\"" + text::Text(code) + u"\" is no valid conversion."
+                                      : u"it does not convert by \"" + text::Text(code) + u"\"."));
     }
     return std::move(entered.value);
 }

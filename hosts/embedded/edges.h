@@ -4,9 +4,9 @@
 #include <span>
 
 #include "automation/com_method.h"
-#include "hosts/multivalue/conversion.h"
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/conversion/conversion.h"
+#include "hosts/multivalue/text/error.h"
+#include "hosts/multivalue/text/text.h"
 #include "kelSDK.h"
 
 namespace kel::embedded {
@@ -14,14 +14,14 @@ namespace kel::embedded {
 // The two text types have the same units, so a view of one is a view of the other.
 static_assert(sizeof(wchar_t) == sizeof(char16_t));
 
-inline multivalue::TextView Units(automation::TextView text) noexcept {
+inline text::TextView Units(automation::TextView text) noexcept {
     return {reinterpret_cast<const char16_t*>(text.data()), text.size()};
 }
-inline multivalue::TextView Units(BSTR text) noexcept {
+inline text::TextView Units(BSTR text) noexcept {
     return Units(automation::View(text));
 }
 
-inline automation::TextView Wide(multivalue::TextView text) noexcept {
+inline automation::TextView Wide(text::TextView text) noexcept {
     return {reinterpret_cast<const wchar_t*>(text.data()), text.size()};
 }
 
@@ -29,16 +29,14 @@ inline automation::TextView Wide(multivalue::TextView text) noexcept {
 inline constexpr long kOwnErrors = automation::kObjectError + 0x200;
 
 // The number that clients compare against.
-long NumberOf(multivalue::ErrorKind kind) noexcept;
+long NumberOf(text::ErrorKind kind) noexcept;
 
 // The source of errors that are raised on the way to a member's work; the member's name is added.
 inline constexpr const wchar_t* kHostSource = L"kelos1";
 
 // An entry in its stored form; throws kBadArgument, naming value and code, for one that does not
 // convert.
-multivalue::Text Entered(multivalue::TextView value,
-                         multivalue::TextView code,
-                         multivalue::Surroundings& around);
+text::Text Entered(text::TextView value, text::TextView code, conversion::Environment& environment);
 
 // The arguments of a program: those before the first that was left out.
 std::span<VARIANT* const> Given(std::span<VARIANT* const> arguments) noexcept;
@@ -58,7 +56,7 @@ HRESULT HostMember(const wchar_t* member, Body&& body) noexcept {
                 throw error.withSource(automation::Text(L"kelos1::") + member);
             }
             throw;
-        } catch (const multivalue::Error& error) {
+        } catch (const text::Error& error) {
             throw automation::Error(
                 NumberOf(error.kind()), automation::Text(L"kelos1::") + member, Wide(error.text()));
         }

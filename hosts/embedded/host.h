@@ -135,7 +135,7 @@ private:
     // The open connection; throws 10102.
     Connection& connection() const;
     // The file behind a file variable of this connection; throws 10302.
-    multivalue::FileNumber fileOf(IDispatch** fileVar) const;
+    store::FileNumber fileOf(IDispatch** fileVar) const;
 
     ConnectionProperties properties_;
     std::unique_ptr<Connection> connection_;

@@ -19,13 +19,13 @@ ComPtr<RecordBufferObject> BufferOf(IDispatch** array, const wchar_t* member) {
     return buffer;
 }
 
-multivalue::Position At(long amc, long vmc, long smc) noexcept {
+text::Position At(long amc, long vmc, long smc) noexcept {
     return {static_cast<std::int32_t>(amc),
             static_cast<std::int32_t>(vmc),
             static_cast<std::int32_t>(smc)};
 }
 
-Bstr ToBstr(multivalue::TextView text) {
+Bstr ToBstr(text::TextView text) {
     return Bstr(Wide(text));
 }
 
@@ -34,7 +34,7 @@ Bstr ToBstr(multivalue::TextView text) {
 STDMETHODIMP Host::CreateDynamicArray(BSTR data, IDispatch** result) noexcept {
     return HostMember(L"CreateDynamicArray", [&] {
         Out out{result};
-        out = Make<RecordBufferObject>(multivalue::DynamicArray(Units(data)));
+        out = Make<RecordBufferObject>(text::DynamicArray(Units(data)));
     });
 }
 
@@ -43,7 +43,7 @@ Host::Extract(IDispatch** array, long amc, long vmc, long smc, BSTR* result) noe
     return HostMember(L"Extract", [&] {
         Out out{result};
         const auto buffer = BufferOf(array, L"Extract");
-        multivalue::Text storage;
+        text::Text storage;
         out = ToBstr(buffer->content.array.View(At(amc, vmc, smc), storage));
     });
 }
@@ -78,11 +78,11 @@ STDMETHODIMP Host::Locate(IDispatch** array,
         Out out{result};
         Require(pos);
         const auto buffer = BufferOf(array, L"Locate");
-        const multivalue::LocateResult located =
+        const text::LocateResult located =
             buffer->content.array.Locate(Units(search),
                                          static_cast<std::int32_t>(amc),
                                          static_cast<std::int32_t>(vmc),
-                                         multivalue::SortOrder::Parse(Units(sortBy)));
+                                         text::SortOrder::Parse(Units(sortBy)));
         *pos = static_cast<long>(located.position);
         out = located.found;
     });

@@ -13,7 +13,7 @@ STDMETHODIMP Host::Oconv(BSTR value, BSTR code, VARIANT* result) noexcept {
     return HostMember(L"Oconv", [&] {
         Out out{result};
         out = Variant(
-            Wide(multivalue::Oconv(Units(value), Units(code), connection().around()).value));
+            Wide(conversion::Oconv(Units(value), Units(code), connection().environment()).value));
     });
 }
 
@@ -21,7 +21,7 @@ STDMETHODIMP Host::Oconv(BSTR value, BSTR code, VARIANT* result) noexcept {
 STDMETHODIMP Host::Iconv(BSTR value, BSTR code, VARIANT* result) noexcept {
     return HostMember(L"Iconv", [&] {
         Out out{result};
-        out = Variant(Wide(Entered(Units(value), Units(code), connection().around())));
+        out = Variant(Wide(Entered(Units(value), Units(code), connection().environment())));
     });
 }
 
@@ -30,11 +30,10 @@ STDMETHODIMP Host::Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexce
     return HostMember(L"Execute", [&] {
         Require(capture);
         Require(returning);
-        const multivalue::Answer answer = connection().session().Execute(Units(sentence));
-        const multivalue::Text codes =
-            answer.failure
-                ? multivalue::Text(Units(TextView(DecimalText(NumberOf(*answer.failure)))))
-                : answer.codes;
+        const command::Answer answer = connection().session().Execute(Units(sentence));
+        const text::Text codes =
+            answer.failure ? text::Text(Units(TextView(DecimalText(NumberOf(*answer.failure)))))
+                           : answer.codes;
         Assign(capture, Wide(answer.output));
         Assign(returning, Wide(codes));
     });

@@ -1,7 +1,8 @@
 // Definitions of fields, and correlatives, of the embedded back-end.
 #include "hosts/embedded/edges.h"
 #include "hosts/embedded/host.h"
-#include "hosts/multivalue/correlative.h"
+#include "hosts/multivalue/expression/correlative.h"
+#include "hosts/multivalue/store/files.h"
 
 namespace kel::embedded {
 
@@ -18,16 +19,16 @@ STDMETHODIMP Host::ReadDictItem(BSTR fileName,
     return HostMember(L"ReadDictItem", [&] {
         Require(amc);
         Require(length);
-        const auto file = multivalue::RequireFile(connection().store(), Units(fileName));
+        const auto file = store::RequireFile(connection().store(), Units(fileName));
         const auto item =
-            multivalue::FindDictionaryItem(connection().around(), file.name, Units(dictName));
-        if (!item || item->kind != multivalue::DictionaryItem::Kind::kField) {
+            expression::FindDictionaryItem(connection().environment(), file.name, Units(dictName));
+        if (!item || item->kind != expression::DictionaryItem::Kind::kField) {
             throw Error(mvItemNotFound,
                         kHostSource,
                         Text(L"There is no field \"").append(View(dictName)) +
                             L"\" in the dictionary of file " + Text(Wide(file.name)) + L".");
         }
-        const multivalue::DictionaryForm form = multivalue::FormOf(*item);
+        const expression::DictionaryForm form = expression::FormOf(*item);
         Assign(conversion, Wide(form.conversion));
         Assign(label, Wide(form.heading));
         Assign(justification, Wide(form.justification));
@@ -46,24 +47,24 @@ STDMETHODIMP Host::WriteDictItem(BSTR fileName,
                                  BSTR correlative,
                                  short length) noexcept {
     return HostMember(L"WriteDictItem", [&] {
-        multivalue::Store& store = connection().store();
-        const auto file = multivalue::RequireFile(store, Units(fileName));
-        const multivalue::Text name = multivalue::DictionaryFileName(file.name);
+        store::Store& store = connection().store();
+        const auto file = store::RequireFile(store, Units(fileName));
+        const text::Text name = store::DictionaryFileName(file.name);
         const auto found = store.FindFile(name);
-        const multivalue::FileNumber dictionary = found ? *found : store.CreateFile(name);
-        multivalue::Text existing;
+        const store::FileNumber dictionary = found ? *found : store.CreateFile(name);
+        text::Text existing;
         store.Read(dictionary, Units(dictName), existing);
-        const multivalue::DictionaryForm form{static_cast<std::int32_t>(amc),
-                                              multivalue::Text(Units(conversion)),
-                                              multivalue::Text(Units(label)),
-                                              multivalue::Text(Units(justification)),
-                                              multivalue::Text(Units(correlative)),
+        const expression::DictionaryForm form{static_cast<std::int32_t>(amc),
+                                              text::Text(Units(conversion)),
+                                              text::Text(Units(label)),
+                                              text::Text(Units(justification)),
+                                              text::Text(Units(correlative)),
                                               length};
         store.Write(
             dictionary,
             Units(dictName),
-            multivalue::WriteDictionaryItem(form, connection().around().OwnFamily(), existing),
-            multivalue::AfterWrite::kRelease);
+            expression::WriteDictionaryItem(form, connection().environment().OwnFamily(), existing),
+            store::AfterWrite::kRelease);
     });
 }
 
@@ -80,24 +81,23 @@ STDMETHODIMP Host::ProcessCorrelative(IDispatch** array,
     return HostMember(L"ProcessCorrelative", [&] {
         Out out{result};
         const auto buffer = RecordBufferObject::From(Require(array));
-        const multivalue::TextView internal = Units(Require(internalCorrelative));
+        const text::TextView internal = Units(Require(internalCorrelative));
         // Clients hand the internal form of an earlier call back in either place.
-        const multivalue::TextView given =
-            multivalue::IsWrittenProgram(internal) ? internal : Units(correlative);
-        multivalue::Text compiled(given);
-        if (!multivalue::IsWrittenProgram(given)) {
-            const auto file =
-                fileName == nullptr
-                    ? multivalue::Text()
-                    : multivalue::RequireFile(connection().store(), Units(fileName)).name;
-            compiled = multivalue::WriteProgram(
-                multivalue::CompileCorrelative(given, file, connection().around()));
+        const text::TextView given =
+            expression::IsWrittenExpression(internal) ? internal : Units(correlative);
+        text::Text compiled(given);
+        if (!expression::IsWrittenExpression(given)) {
+            const auto file = fileName == nullptr
+                                  ? text::Text()
+                                  : store::RequireFile(connection().store(), Units(fileName)).name;
+            compiled = expression::WriteExpression(
+                expression::CompileCorrelative(given, file, connection().environment()));
         }
-        multivalue::RecordFields fields;
+        text::RecordFields fields;
         if (buffer) {
             fields.Read(buffer->content.array);
         }
-        multivalue::EvaluationInput input;
+        expression::EvaluationInput input;
         input.record = &fields;
         input.id = Units(key);
         input.value = Units(value);
@@ -112,7 +112,7 @@ STDMETHODIMP Host::ProcessCorrelative(IDispatch** array,
 STDMETHODIMP Host::ValidCorrelative(BSTR correlative, VARIANT_BOOL* result) noexcept {
     return HostMember(L"ValidCorrelative", [&] {
         Out out{result};
-        out = multivalue::IsValidCorrelative(Units(correlative));
+        out = expression::IsValidCorrelative(Units(correlative));
     });
 }
 

@@ -14,7 +14,7 @@ constexpr short kLocked = 2;
 
 }  // namespace
 
-multivalue::FileNumber Host::fileOf(IDispatch** fileVar) const {
+store::FileNumber Host::fileOf(IDispatch** fileVar) const {
     const auto file = FileVariableObject::From(Require(fileVar));
     if (!file || !file->content.isOpen || connection_ == nullptr ||
         file->content.connection != connection_->number()) {
@@ -32,20 +32,20 @@ STDMETHODIMP Host::mvRead(VARIANT_BOOL readU,
     return HostMember(L"mvRead", [&] {
         Out out{result};
         Require(status);
-        multivalue::Store& records = connection().store();
-        const multivalue::FileNumber file = fileOf(fileVar);
-        const multivalue::TextView id = Units(recordNumber);
+        store::Store& records = connection().store();
+        const store::FileNumber file = fileOf(fileVar);
+        const text::TextView id = Units(recordNumber);
         // A lock may be taken on a record that does not exist, so it comes first.
         if (readU != VARIANT_FALSE && records.Lock(file, id, connection().lockWaitMs())) {
             *status = kLocked;
             return;
         }
-        multivalue::Text record;
+        text::Text record;
         if (!records.Read(file, id, record)) {
             *status = kMissing;
             return;
         }
-        out = Make<RecordBufferObject>(multivalue::DynamicArray(std::move(record)));
+        out = Make<RecordBufferObject>(text::DynamicArray(std::move(record)));
         *status = 0;
     });
 }
@@ -55,21 +55,21 @@ STDMETHODIMP Host::mvWrite(VARIANT_BOOL writeU,
                            IDispatch** fileVar,
                            IDispatch** array) noexcept {
     return HostMember(L"mvWrite", [&] {
-        multivalue::Store& records = connection().store();
-        const multivalue::FileNumber file = fileOf(fileVar);
+        store::Store& records = connection().store();
+        const store::FileNumber file = fileOf(fileVar);
         const auto buffer = RecordBufferObject::From(Require(array));
         if (!buffer) {
             throw Error(kTypeMismatch,
                         L"kelos1::mvWrite",
                         L"The object is no record buffer of this back-end.");
         }
-        multivalue::Text storage;
-        const multivalue::TextView text = buffer->content.array.View({}, storage);
-        records.Write(file,
-                      Units(recordNumber),
-                      text,
-                      writeU != VARIANT_FALSE ? multivalue::AfterWrite::kKeep
-                                              : multivalue::AfterWrite::kRelease);
+        text::Text storage;
+        const text::TextView text = buffer->content.array.View({}, storage);
+        records.Write(
+            file,
+            Units(recordNumber),
+            text,
+            writeU != VARIANT_FALSE ? store::AfterWrite::kKeep : store::AfterWrite::kRelease);
     });
 }
 

@@ -2,6 +2,7 @@
 // its client or ends with the connection.
 #include "hosts/embedded/edges.h"
 #include "hosts/embedded/host.h"
+#include "hosts/multivalue/store/files.h"
 
 namespace kel::embedded {
 
@@ -17,7 +18,7 @@ OpenList& ListOf(IDispatch* selectList) {
     return *object->content.open;
 }
 
-ComPtr<IDispatch> HandOut(Connection& connection, std::unique_ptr<multivalue::SelectList> list) {
+ComPtr<IDispatch> HandOut(Connection& connection, std::unique_ptr<query::SelectList> list) {
     return Make<SelectListObject>(connection.handOut(std::move(list)));
 }
 
@@ -28,8 +29,8 @@ STDMETHODIMP Host::ProcessSelect(BSTR sentence, IDispatch** result) noexcept {
         Out out{result};
         try {
             out = HandOut(connection(), connection().session().Select(Units(sentence)));
-        } catch (const multivalue::Error& error) {
-            if (error.kind() != multivalue::ErrorKind::kBadArgument) {
+        } catch (const text::Error& error) {
+            if (error.kind() != text::ErrorKind::kBadArgument) {
                 throw;
             }
             throw Error(mvSelectError, kHostSource, Wide(error.text()));
@@ -57,7 +58,7 @@ Host::ReadNext(IDispatch** selectList, BSTR* id, VARIANT_BOOL* result) noexcept 
     return HostMember(L"ReadNext", [&] {
         Out out{result};
         Require(id);
-        multivalue::SelectedId next;
+        query::SelectedId next;
         const bool more = ListOf(Require(selectList)).list->Next(next);
         Assign(id, Wide(next.id));
         out = more;
@@ -69,38 +70,38 @@ STDMETHODIMP Host::SelectDictName(BSTR fileName,
                                   IDispatch** result) noexcept {
     return HostMember(L"SelectDictName", [&] {
         Out out{result};
-        multivalue::Store& store = connection().store();
-        const auto file = multivalue::RequireFile(store, Units(fileName));
-        std::vector<multivalue::Text> names;
-        const auto dictionary = store.FindFile(multivalue::DictionaryFileName(file.name));
+        store::Store& store = connection().store();
+        const auto file = store::RequireFile(store, Units(fileName));
+        std::vector<text::Text> names;
+        const auto dictionary = store.FindFile(store::DictionaryFileName(file.name));
         if (dictionary) {
             const auto scan = store.OpenScan(*dictionary, {});
-            std::vector<multivalue::ScanEntry> entries;
+            std::vector<store::ScanEntry> entries;
             constexpr std::size_t kChunk = 200;
             while (scan->Next(entries, kChunk)) {
-                for (const multivalue::ScanEntry& entry : entries) {
-                    const auto item = multivalue::ReadDictionaryItem(entry.record);
-                    if (item.kind == multivalue::DictionaryItem::Kind::kField &&
+                for (const store::ScanEntry& entry : entries) {
+                    const auto item = expression::ReadDictionaryItem(entry.record);
+                    if (item.kind == expression::DictionaryItem::Kind::kField &&
                         (withCorrelatives != VARIANT_FALSE || item.correlative.empty())) {
                         names.push_back(entry.id);
                     }
                 }
             }
         }
-        out = HandOut(connection(), multivalue::ListOfIds(std::move(names)));
+        out = HandOut(connection(), query::ListOfIds(std::move(names)));
     });
 }
 
 STDMETHODIMP Host::SelectFileName(IDispatch** result) noexcept {
     return HostMember(L"SelectFileName", [&] {
         Out out{result};
-        std::vector<multivalue::Text> names = connection().store().FileNames();
+        std::vector<text::Text> names = connection().store().FileNames();
         // Dictionaries come with their files; names in & are the system's own.
-        const multivalue::Text prefix = multivalue::DictionaryFileName({});
-        std::erase_if(names, [&](const multivalue::Text& name) {
+        const text::Text prefix = store::DictionaryFileName({});
+        std::erase_if(names, [&](const text::Text& name) {
             return name.starts_with(prefix) || name.starts_with(u'&');
         });
-        out = HandOut(connection(), multivalue::ListOfIds(std::move(names)));
+        out = HandOut(connection(), query::ListOfIds(std::move(names)));
     });
 }
 

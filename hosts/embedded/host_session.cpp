@@ -82,7 +82,7 @@ STDMETHODIMP Host::get_OsDescription(BSTR* result) noexcept {
 STDMETHODIMP Host::get_DatabaseType(DatabaseTypeEnum* result) noexcept {
     return HostMember(L"DatabaseType", [&] {
         Out out{result};
-        out = properties_.family() == multivalue::Family::kR83 ? osR83 : osUni;
+        out = properties_.family() == conversion::Family::kR83 ? osR83 : osUni;
     });
 }
 

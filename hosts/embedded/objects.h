@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "automation/opaque_object.h"
-#include "hosts/multivalue/dynamic_array.h"
-#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/store/store.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 
 namespace kel::embedded {
 
@@ -13,7 +13,7 @@ struct RecordBuffer {
     static constexpr IID kIid = {
         0xe39e05fd, 0xc0d3, 0x49bd, {0xaf, 0xc7, 0xfc, 0xc7, 0x85, 0x75, 0x72, 0x05}};
 
-    multivalue::DynamicArray array;
+    text::DynamicArray array;
 };
 
 // Means a file only in the connection that opened it.
@@ -21,7 +21,7 @@ struct FileVariable {
     static constexpr IID kIid = {
         0x4251b261, 0xe7ae, 0x4156, {0x95, 0xa9, 0x11, 0x8f, 0x7b, 0xf6, 0x54, 0xca}};
 
-    multivalue::FileNumber number{};
+    store::FileNumber number{};
     unsigned long connection = 0;
     bool isOpen = true;
 };

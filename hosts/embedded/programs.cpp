@@ -9,8 +9,8 @@ namespace kel::embedded {
 
 using automation::ComPtr;
 using automation::Error;
-using multivalue::Text;
-using multivalue::TextView;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -58,7 +58,7 @@ Programs::~Programs() {
 }
 
 Programs::Source Programs::find(TextView name) {
-    multivalue::Store& store = connection_.store();
+    store::Store& store = connection_.store();
     if (const auto file = store.FindFile(kProgramFile)) {
         for (const Text& written : {Text(name), Capitals(name)}) {
             for (const TextView suffix : {u"", u".vbs", u".js"}) {
@@ -69,9 +69,9 @@ Programs::Source Programs::find(TextView name) {
             }
         }
     }
-    throw multivalue::Error(multivalue::ErrorKind::kNoSuchProgram,
-                            u"There is no stored program \"" + Text(name) + u"\" in the file " +
-                                Text(kProgramFile) + u".");
+    throw text::Error(text::ErrorKind::kNoSuchProgram,
+                      u"There is no stored program \"" + Text(name) + u"\" in the file " +
+                          Text(kProgramFile) + u".");
 }
 
 void Programs::run(TextView name, std::span<VARIANT* const> arguments) {

@@ -13,14 +13,14 @@
 #include <span>
 
 #include "automation/variant.h"
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
 namespace kel::embedded {
 
 class Connection;
 class ScriptEngine;
 
-inline constexpr multivalue::TextView kProgramFile = u"PROGRAMS";
+inline constexpr text::TextView kProgramFile = u"PROGRAMS";
 
 class Programs {
 public:
@@ -32,24 +32,24 @@ public:
 
     // Runs a program; it may change what the arguments hold. Throws kNoSuchProgram; for a failing
     // program automation::Error with its number, the description naming program and line.
-    void run(multivalue::TextView name, std::span<VARIANT* const> arguments);
+    void run(text::TextView name, std::span<VARIANT* const> arguments);
 
     // Closes all engines. Objects that scripts made end here.
     void end() noexcept;
 
 private:
     struct Source {
-        multivalue::Text id;
-        multivalue::Text text;
+        text::Text id;
+        text::Text text;
     };
-    Source find(multivalue::TextView name);
+    Source find(text::TextView name);
 
     Connection& connection_;
     automation::ComPtr<IDispatch> application_;
     automation::ComPtr<IDispatch> account_;
     // By id; used again as long as the record says the same. Programs that call themselves find
     // theirs taken and get another.
-    std::map<multivalue::Text, std::unique_ptr<ScriptEngine>> idle_;
+    std::map<text::Text, std::unique_ptr<ScriptEngine>> idle_;
     int depth_ = 0;
 };
 

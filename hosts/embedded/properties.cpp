@@ -62,11 +62,11 @@ constexpr std::array<Word<bool>, 8> kTruthWords{{{L"true", true},
                                                  {L"no", false},
                                                  {L"0", false},
                                                  {L"", false}}};
-constexpr std::array<Word<multivalue::Family>, 2> kFamilies{
-    {{L"uni", multivalue::Family::kUni}, {L"r83", multivalue::Family::kR83}}};
-constexpr std::array<Word<multivalue::DateOrder>, 2> kDateOrders{
-    {{L"monthfirst", multivalue::DateOrder::kMonthFirst},
-     {L"dayfirst", multivalue::DateOrder::kDayFirst}}};
+constexpr std::array<Word<conversion::Family>, 2> kFamilies{
+    {{L"uni", conversion::Family::kUni}, {L"r83", conversion::Family::kR83}}};
+constexpr std::array<Word<conversion::DateOrder>, 2> kDateOrders{
+    {{L"monthfirst", conversion::DateOrder::kMonthFirst},
+     {L"dayfirst", conversion::DateOrder::kDayFirst}}};
 constexpr std::array<Word<Durability>, 3> kDurabilities{
     {{L"full", Durability::kFull}, {L"normal", Durability::kNormal}, {L"off", Durability::kOff}}};
 
@@ -144,9 +144,9 @@ Text ConnectionProperties::effective(std::size_t index) const {
     return texts_[index].empty() ? Text(kTable[index].fallback) : texts_[index];
 }
 
-multivalue::Family ConnectionProperties::family() const {
-    return automation::LowerEquals(texts_[kFamily], L"r83") ? multivalue::Family::kR83
-                                                            : multivalue::Family::kUni;
+conversion::Family ConnectionProperties::family() const {
+    return automation::LowerEquals(texts_[kFamily], L"r83") ? conversion::Family::kR83
+                                                            : conversion::Family::kUni;
 }
 
 ConnectionOptions ConnectionProperties::options() const {

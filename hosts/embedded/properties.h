@@ -32,7 +32,7 @@ public:
     void setObject(automation::TextView name, IDispatch* value);
 
     // The family that the property names now; Uni while it names none.
-    multivalue::Family family() const;
+    conversion::Family family() const;
     // What the properties say. Throws 5, naming the property, for a text that means nothing.
     ConnectionOptions options() const;
 

@@ -91,7 +91,7 @@ using IScriptParser = IActiveScriptParse64;
 using IScriptParser = IActiveScriptParse32;
 #endif
 
-ComPtr<IActiveScript> CreateEngine(multivalue::TextView id) {
+ComPtr<IActiveScript> CreateEngine(text::TextView id) {
     const wchar_t* language =
         id.ends_with(u".js") || id.ends_with(u".JS") ? L"JScript" : L"VBScript";
     CLSID clsid{};
@@ -112,8 +112,8 @@ ComPtr<IActiveScript> CreateEngine(multivalue::TextView id) {
 
 }  // namespace
 
-ScriptEngine::ScriptEngine(const multivalue::Text& id,
-                           multivalue::Text text,
+ScriptEngine::ScriptEngine(const text::Text& id,
+                           text::Text text,
                            const ComPtr<IDispatch>& account,
                            const ComPtr<IDispatch>& application)
     : source_(std::move(text)),
@@ -142,7 +142,7 @@ void ScriptEngine::load() {
         Check(engine_->AddNamedItem(name.c_str(), SCRIPTITEM_ISVISIBLE));
     }
     Text code(Wide(source_));
-    std::replace(code.begin(), code.end(), wchar_t{multivalue::kAttributeMark}, L'\n');
+    std::replace(code.begin(), code.end(), wchar_t{text::kAttributeMark}, L'\n');
     const HRESULT parsed = parser->ParseScriptText(
         code.c_str(), nullptr, nullptr, nullptr, 0, 0, SCRIPTTEXT_ISVISIBLE, nullptr, nullptr);
     if (auto error = site_->takeError()) {

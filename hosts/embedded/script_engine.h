@@ -9,7 +9,7 @@
 #include <span>
 
 #include "automation/com_ptr.h"
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
 namespace kel::embedded {
 
@@ -22,15 +22,15 @@ public:
     // the engine is not installed, and for a text that it cannot read, naming program and line.
     //   id    the program's, whose ending names the language
     //   text  lines parted by attribute marks
-    ScriptEngine(const multivalue::Text& id,
-                 multivalue::Text text,
+    ScriptEngine(const text::Text& id,
+                 text::Text text,
                  const automation::ComPtr<IDispatch>& account,
                  const automation::ComPtr<IDispatch>& application);
     ScriptEngine(const ScriptEngine&) = delete;
     ScriptEngine& operator=(const ScriptEngine&) = delete;
     ~ScriptEngine();
 
-    const multivalue::Text& source() const { return source_; }
+    const text::Text& source() const { return source_; }
     // Whether it can run again: a program without Main runs as it starts, which it does once.
     bool isReusable() const { return hasMain_; }
 
@@ -41,7 +41,7 @@ private:
     void load();
     void callMain(IDispatch& script, DISPID main, std::span<VARIANT* const> arguments);
 
-    multivalue::Text source_;
+    text::Text source_;
     automation::ComPtr<ScriptSite> site_;
     automation::ComPtr<ProgramArguments> arguments_;
     automation::ComPtr<IActiveScript> engine_;

@@ -40,11 +40,11 @@ Opaque& DemandOpen(IUnknown* object, Opaque::Kind kind) {
     return opaque;
 }
 
-multivalue::DynamicArray& ArrayOf(IDispatch** array) {
+text::DynamicArray& ArrayOf(IDispatch** array) {
     return Demand(*array, Opaque::Kind::kArray).array;
 }
 
-multivalue::Position At(long amc, long vmc, long smc) {
+text::Position At(long amc, long vmc, long smc) {
     return {static_cast<std::int32_t>(amc),
             static_cast<std::int32_t>(vmc),
             static_cast<std::int32_t>(smc)};
@@ -321,11 +321,11 @@ public:
                         VARIANT_BOOL* result) noexcept override {
         return entry(
             Member::kLocate, {array, position, search, amc, vmc, sortBy, FlagResult(result)}, [&] {
-                const multivalue::LocateResult located =
+                const text::LocateResult located =
                     ArrayOf(array).Locate(Units(View(search)),
                                           static_cast<std::int32_t>(amc),
                                           static_cast<std::int32_t>(vmc),
-                                          multivalue::SortOrder::Parse(Units(View(sortBy))));
+                                          text::SortOrder::Parse(Units(View(sortBy))));
                 *position = static_cast<long>(located.position);
                 *result = located.found ? VARIANT_TRUE : VARIANT_FALSE;
             });

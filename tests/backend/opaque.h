@@ -5,7 +5,7 @@
 #include <array>
 #include <vector>
 
-#include "hosts/multivalue/dynamic_array.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 #include "tests/backend/test_backend.h"
 #include "tests/support/mute_object.h"
 
@@ -25,9 +25,9 @@ public:
     const Kind kind;
     const long number;
 
-    multivalue::DynamicArray array;  // of a record buffer
-    Text file;                       // of a file variable
-    std::vector<Text> ids;           // of a select list
+    text::DynamicArray array;  // of a record buffer
+    Text file;                 // of a file variable
+    std::vector<Text> ids;     // of a select list
     std::size_t next = 0;
     bool isOpen = true;
 
@@ -40,11 +40,11 @@ private:
     inline static std::array<long, 3> last_;
 };
 
-inline multivalue::TextView Units(TextView text) {
+inline text::TextView Units(TextView text) {
     static_assert(sizeof(wchar_t) == sizeof(char16_t));
     return {reinterpret_cast<const char16_t*>(text.data()), text.size()};
 }
-inline Text FromUnits(multivalue::TextView text) {
+inline Text FromUnits(text::TextView text) {
     return {reinterpret_cast<const wchar_t*>(text.data()), text.size()};
 }
 

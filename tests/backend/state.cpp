@@ -109,7 +109,7 @@ LiveObjects State::live() const {
 
 ComPtr<IDispatch> State::makeArray(TextView text) {
     const auto array = Opaque::Make(Opaque::Kind::kArray);
-    array->array = multivalue::DynamicArray(Units(text));
+    array->array = text::DynamicArray(Units(text));
     return array;
 }
 

@@ -10,7 +10,7 @@
 
 #include "hosts/embedded/store/process_liveness.h"
 #include "hosts/embedded/store/sqlite_store.h"
-#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::test {
 
@@ -31,7 +31,7 @@ public:
     }
 
     std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-    multivalue::Text Path(const std::string& name = "account") const {
+    text::Text Path(const std::string& name = "account") const {
         return (path_ / name).u16string();
     }
     void Put(const std::string& name, const std::string& content) const {
@@ -51,19 +51,17 @@ inline embedded::StoreOptions Quick() {
     return options;
 }
 
-// The kind of the multivalue::Error that `work` throws, and that its text names what it should.
+// The kind of the text::Error that `work` throws, and that its text names what it should.
 template <typename Work>
-testing::AssertionResult Throws(multivalue::ErrorKind kind,
-                                multivalue::TextView naming,
-                                Work work) {
+testing::AssertionResult Throws(text::ErrorKind kind, text::TextView naming, Work work) {
     try {
         work();
-    } catch (const multivalue::Error& error) {
+    } catch (const text::Error& error) {
         if (error.kind() != kind) {
             return testing::AssertionFailure()
                    << "kind " << static_cast<int>(error.kind()) << ": " << error.what();
         }
-        if (error.text().find(naming) == multivalue::Text::npos) {
+        if (error.text().find(naming) == text::Text::npos) {
             return testing::AssertionFailure() << "does not name its object: " << error.what();
         }
         return testing::AssertionSuccess();

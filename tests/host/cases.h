@@ -8,9 +8,11 @@
 #include <optional>
 #include <string>
 
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
-namespace kel::multivalue::cases {
+namespace kel::cases {
+
+using namespace command;
 
 using Json = nlohmann::json;
 
@@ -30,4 +32,4 @@ Text FromUtf8(const std::string& utf8);
 Text TextOf(const Json& object, const char* field);
 std::optional<std::string> Compare(const Text& got, const Text& wanted);
 
-}  // namespace kel::multivalue::cases
+}  // namespace kel::cases

@@ -1,8 +1,8 @@
 // Dynamic arrays: extract, replace, insert, delete, locate, dcount.
-#include "hosts/multivalue/dynamic_array.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 #include "tests/host/cases.h"
 
-namespace kel::multivalue::cases {
+namespace kel::cases {
 
 namespace {
 
@@ -66,4 +66,4 @@ void AddArrayChecks(Checks& checks) {
     });
 }
 
-}  // namespace kel::multivalue::cases
+}  // namespace kel::cases

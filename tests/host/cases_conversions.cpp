@@ -1,18 +1,18 @@
 // Conversions and formats: oconv, iconv, the same of an account that writes the day first (_eu), of
 // values of several elements (_mv), and fmt.
-#include "hosts/multivalue/conversion.h"
+#include "hosts/multivalue/conversion/conversion.h"
 #include "tests/host/cases.h"
-#include "tests/host/plain_surroundings.h"
-#include "tests/host/text_support.h"
+#include "tests/support/plain_environment.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue::cases {
+namespace kel::cases {
 
 namespace {
 
-using Conversion = Converted (*)(TextView, TextView, Surroundings&);
+using Conversion = Converted (*)(TextView, TextView, Environment&);
 
 // The cases were taken while the record "0" was the one worked on.
-struct OfRecordZero : PlainSurroundings {
+struct OfRecordZero : PlainEnvironment {
     Text FieldOfRecord(std::int32_t number) override { return number <= 1 ? u"0" : u""; }
 };
 
@@ -23,9 +23,9 @@ struct Fields {
 
 Check MakeCheck(Conversion convert, DateOrder order, Fields fields = {"out", "status"}) {
     return [=](const Json& c) -> std::optional<std::string> {
-        OfRecordZero around;
-        around.dateOrder = order;
-        const Converted got = convert(TextOf(c, "value"), TextOf(c, "code"), around);
+        OfRecordZero environment;
+        environment.dateOrder = order;
+        const Converted got = convert(TextOf(c, "value"), TextOf(c, "code"), environment);
         const int status = static_cast<int>(got.status);
         if (got.value == TextOf(c, fields.out) && status == c.at(fields.status).get<int>()) {
             return std::nullopt;
@@ -48,4 +48,4 @@ void AddConversionChecks(Checks& checks) {
     });
 }
 
-}  // namespace kel::multivalue::cases
+}  // namespace kel::cases

@@ -3,18 +3,18 @@
 #include <fstream>
 #include <memory>
 
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/field_evaluator.h"
+#include "hosts/multivalue/expression/field_evaluator.h"
+#include "hosts/multivalue/text/error.h"
 #include "tests/host/cases.h"
-#include "tests/host/plain_surroundings.h"
-#include "tests/host/text_support.h"
+#include "tests/support/plain_environment.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue::cases {
+namespace kel::cases {
 
 namespace {
 
 struct QueryFile {
-    PlainSurroundings around;
+    PlainEnvironment environment;
     Text name;
     std::unique_ptr<FieldEvaluator> fields;
 };
@@ -29,10 +29,10 @@ std::shared_ptr<QueryFile> ReadQueryFile(const std::filesystem::path& path) {
             file->name = TextOf(row, "name");
         } else if (kind == "record" || kind == "dict") {
             const Text owner = kind == "dict" ? u"DICT " + file->name : file->name;
-            file->around.files[owner][TextOf(row, "id")] = TextOf(row, "rec");
+            file->environment.files[owner][TextOf(row, "id")] = TextOf(row, "rec");
         }
     }
-    file->fields = std::make_unique<FieldEvaluator>(file->around, file->name);
+    file->fields = std::make_unique<FieldEvaluator>(file->environment, file->name);
     return file;
 }
 
@@ -46,7 +46,7 @@ void AddDictionaryChecks(Checks& checks, const std::filesystem::path& folder) {
         if (field == nullptr) {
             return "no such field";
         }
-        const Text& record = file->around.files[file->name][id];
+        const Text& record = file->environment.files[file->name][id];
         file->fields->SetRecord(id, record);
         const Text internal(file->fields->Internal(*field));
         const Text external = file->fields->External(*field);
@@ -58,4 +58,4 @@ void AddDictionaryChecks(Checks& checks, const std::filesystem::path& folder) {
     };
 }
 
-}  // namespace kel::multivalue::cases
+}  // namespace kel::cases

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "tests/host/cases.h"
-#include "tests/host/text_support.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue::cases {
+namespace kel::cases {
 
 Text FromUtf8(const std::string& utf8) {
     Text text;
@@ -110,7 +110,7 @@ int RunFolder(const std::filesystem::path& folder) {
 
 }  // namespace
 
-}  // namespace kel::multivalue::cases
+}  // namespace kel::cases
 
 int main(int argc, char** argv) {
     if (argc != 2 || !std::filesystem::is_directory(argv[1])) {
@@ -118,7 +118,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     try {
-        return kel::multivalue::cases::RunFolder(argv[1]);
+        return kel::cases::RunFolder(argv[1]);
     } catch (const std::exception& error) {
         std::cerr << "kel_cases: " << error.what() << '\n';
         return 2;

@@ -5,21 +5,22 @@
 #include <memory>
 #include <set>
 
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/memory_store.h"
-#include "hosts/multivalue/session.h"
-#include "hosts/multivalue/store_surroundings.h"
+#include "hosts/multivalue/command/session.h"
+#include "hosts/multivalue/conversion/store_environment.h"
+#include "hosts/multivalue/store/files.h"
+#include "hosts/multivalue/text/error.h"
 #include "tests/host/cases.h"
-#include "tests/host/text_support.h"
+#include "tests/support/memory_store.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue::cases {
+namespace kel::cases {
 
 namespace {
 
 struct QueryAccount {
     std::unique_ptr<Store> store = OpenMemoryStore(MakeMemoryAccount());
-    StoreSurroundings around{*store};
-    Session session{*store, around};
+    StoreEnvironment environment{*store};
+    Session session{*store, environment};
     Text file;
     std::vector<Text> walk;  // the ids in the order that the answers were found in
 };
@@ -139,4 +140,4 @@ void AddQueryChecks(Checks& checks, const std::filesystem::path& folder) {
     checks["query"] = [account](const Json& row) { return CheckQuery(row, *account); };
 }
 
-}  // namespace kel::multivalue::cases
+}  // namespace kel::cases

@@ -1,13 +1,13 @@
 // Conversions both ways, formats, and the decimal numbers below them.
-#include "hosts/multivalue/conversion.h"
+#include "hosts/multivalue/conversion/conversion.h"
 
 #include <gtest/gtest.h>
 
-#include "hosts/multivalue/decimal.h"
-#include "tests/host/plain_surroundings.h"
-#include "tests/host/text_support.h"
+#include "hosts/multivalue/number/decimal.h"
+#include "tests/support/plain_environment.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue {
+namespace kel::conversion {
 namespace {
 
 struct Case {
@@ -17,22 +17,22 @@ struct Case {
     int status = 0;
 };
 
-using Convert = Converted (*)(TextView, TextView, Surroundings&);
+using Convert = Converted (*)(TextView, TextView, Environment&);
 
-void Check(Convert convert, Surroundings& around, const std::vector<Case>& cases) {
+void Check(Convert convert, Environment& environment, const std::vector<Case>& cases) {
     for (const Case& c : cases) {
-        const Converted got = convert(Marked(c.value), Marked(c.code), around);
+        const Converted got = convert(Marked(c.value), Marked(c.code), environment);
         EXPECT_EQ(Drawn(got.value), c.result) << c.value << " by " << c.code;
         EXPECT_EQ(static_cast<int>(got.status), c.status) << c.value << " by " << c.code;
     }
 }
 
 TEST(Conversion, ShowsStoredValues) {
-    PlainSurroundings around;
-    around.files[u"PARTS"][u"7"] = Marked("Bolt^iron]steel");
+    PlainEnvironment environment;
+    environment.files[u"PARTS"][u"7"] = Marked("Bolt^iron]steel");
     Check(
         Oconv,
-        around,
+        environment,
         {
             {"9904", "D", "11 FEB 1995"},
             {"9904^1000]x\\", "D2/", "02/11/95^09/26/70]x\\", 1},  // good elements convert
@@ -73,19 +73,19 @@ TEST(Conversion, ShowsStoredValues) {
             {"8", "TPARTS;X;;1", ""},
             {"8", "TPARTS;V;;1", "8", 1},
         });
-    EXPECT_THROW(Oconv(u"1", u"TNONE;X;;1", around), Error);
-    EXPECT_EQ(Drawn(OconvWhole(Marked("a]b"), u"L", around).value), "3");
-    around.dateOrder = DateOrder::kDayFirst;
-    Check(Oconv, around, {{"9904", "D2/", "11/02/95"}, {"9904", "D2/E", "02/11/95"}});
-    around.family = Family::kR83;
-    Check(Oconv, around, {{"AB", "MX", "4142"}, {"12", "MX", "3132"}});
-    Check(Iconv, around, {{"4142", "MX", "AB"}});
+    EXPECT_THROW(Oconv(u"1", u"TNONE;X;;1", environment), Error);
+    EXPECT_EQ(Drawn(OconvWhole(Marked("a]b"), u"L", environment).value), "3");
+    environment.dateOrder = DateOrder::kDayFirst;
+    Check(Oconv, environment, {{"9904", "D2/", "11/02/95"}, {"9904", "D2/E", "02/11/95"}});
+    environment.family = Family::kR83;
+    Check(Oconv, environment, {{"AB", "MX", "4142"}, {"12", "MX", "3132"}});
+    Check(Iconv, environment, {{"4142", "MX", "AB"}});
 }
 
 TEST(Conversion, ReadsWhatPeopleType) {
-    PlainSurroundings around;
+    PlainEnvironment environment;
     Check(Iconv,
-          around,
+          environment,
           {
               {"11 feb 1995", "D", "9904"},
               {"021195", "D2/", "9904"},
@@ -111,16 +111,16 @@ TEST(Conversion, ReadsWhatPeopleType) {
 }
 
 TEST(Conversion, UsesThePunctuationOfTheCode) {
-    PlainSurroundings around;
+    PlainEnvironment environment;
     const TextView code = u"MD2[\"EUR \",.,\",\"]";
-    EXPECT_EQ(Drawn(Oconv(u"123450", code, around).value), "EUR 1.234,50");
-    EXPECT_EQ(Drawn(Iconv(u"EUR 1.234,5", code, around).value), "123450");
+    EXPECT_EQ(Drawn(Oconv(u"123450", code, environment).value), "EUR 1.234,50");
+    EXPECT_EQ(Drawn(Iconv(u"EUR 1.234,5", code, environment).value), "123450");
 }
 
 TEST(Conversion, LaysOutForColumns) {
-    PlainSurroundings around;
+    PlainEnvironment environment;
     Check(Format,
-          around,
+          environment,
           {
               {"7]12.5", "6R2", "  7.00] 12.50"},
               {"the quick fox", "5T", "the  <251>quick<251>fox  "},
@@ -155,4 +155,4 @@ TEST(Decimal, IsExactAtAnyLength) {
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::conversion

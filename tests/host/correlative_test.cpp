@@ -1,20 +1,20 @@
 // Correlatives, expressions and dictionary items of both families.
-#include "hosts/multivalue/correlative.h"
+#include "hosts/multivalue/expression/correlative.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "hosts/multivalue/correlative_evaluator.h"
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/field_evaluator.h"
-#include "tests/host/plain_surroundings.h"
-#include "tests/host/text_support.h"
+#include "hosts/multivalue/expression/correlative_evaluator.h"
+#include "hosts/multivalue/expression/field_evaluator.h"
+#include "hosts/multivalue/text/error.h"
+#include "tests/support/plain_environment.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue {
+namespace kel::expression {
 namespace {
 
-struct Orders : PlainSurroundings {
+struct Orders : PlainEnvironment {
     Orders() {
         today = 19000;
         secondOfDay = 3600;
@@ -51,12 +51,14 @@ Text Code(std::string_view drawn) {
     return code;
 }
 
-std::string Evaluated(Surroundings& around, const char* correlative, std::int32_t position = 0) {
+std::string Evaluated(Environment& environment,
+                      const char* correlative,
+                      std::int32_t position = 0) {
     try {
-        Program program = CompileCorrelative(Code(correlative), u"ORDERS", around);
+        CompiledExpression program = CompileCorrelative(Code(correlative), u"ORDERS", environment);
         // Every case tests the written form as well.
-        CorrelativeEvaluator read(ReadProgram(WriteProgram(program)), around);
-        CorrelativeEvaluator compiled(std::move(program), around);
+        CorrelativeEvaluator read(ReadExpression(WriteExpression(program)), environment);
+        CorrelativeEvaluator compiled(std::move(program), environment);
         const Text record = Marked(kRecord);
         RecordFields fields{TextView(record)};
         EvaluationInput input{&fields, u"17", u"12345"};
@@ -75,7 +77,7 @@ struct Case {
 };
 
 TEST(Correlative, WorksOutOfARecord) {
-    Orders around;
+    Orders environment;
     for (const Case& c : std::initializer_list<Case>{
              // Terms line up; a constant and R repeat; whole numbers only.
              {"A;2*3", "30]80]0"},
@@ -139,18 +141,19 @@ TEST(Correlative, WorksOutOfARecord) {
              {"I;SUBR('P',NAME)", "P(,Anne Lee)"},
              {"I;A.FIRST", "Anne"},
          }) {
-        EXPECT_EQ(Evaluated(around, c.correlative), c.result) << c.correlative;
+        EXPECT_EQ(Evaluated(environment, c.correlative), c.result) << c.correlative;
     }
-    EXPECT_EQ(Evaluated(around, "A;2*3", 2), "80");
-    EXPECT_EQ(Evaluated(around, "A;2*3", 9), "");
-    EXPECT_EQ(Evaluated(around, "MD2", 2), "123.45") << "the value is already the one asked for";
-    EXPECT_EQ(Evaluated(around, "I;SUM(QTY)", 2), "12");
-    around.family = Family::kR83;
-    EXPECT_EQ(Evaluated(around, "I;COUNT('aaa','aa'):A.FIRST"), "2Anne");
+    EXPECT_EQ(Evaluated(environment, "A;2*3", 2), "80");
+    EXPECT_EQ(Evaluated(environment, "A;2*3", 9), "");
+    EXPECT_EQ(Evaluated(environment, "MD2", 2), "123.45")
+        << "the value is already the one asked for";
+    EXPECT_EQ(Evaluated(environment, "I;SUM(QTY)", 2), "12");
+    environment.family = Family::kR83;
+    EXPECT_EQ(Evaluated(environment, "I;COUNT('aaa','aa'):A.FIRST"), "2Anne");
 }
 
 TEST(Correlative, NamesWhatIsWrongAndWhere) {
-    Orders around;
+    Orders environment;
     for (const Case& c : std::initializer_list<Case>{
              {"A;7**8", "at place 5, \"*\": a value is expected"},
              {"A;(7", "at place 5, its end: a closing parenthesis"},
@@ -169,8 +172,8 @@ TEST(Correlative, NamesWhatIsWrongAndWhere) {
              {"I;TRANS(NOWHERE,1,X,X)", "There is no file NOWHERE"},
              {"CALL ", "the name of a program"},
          }) {
-        EXPECT_NE(Evaluated(around, c.correlative).find(c.result), std::string::npos)
-            << c.correlative << ": " << Evaluated(around, c.correlative);
+        EXPECT_NE(Evaluated(environment, c.correlative).find(c.result), std::string::npos)
+            << c.correlative << ": " << Evaluated(environment, c.correlative);
     }
     const std::string deep = "A;" + std::string(100'000, '(') + "1";
     const std::string minus = "I;" + std::string(100'000, '-') + "1";
@@ -179,7 +182,7 @@ TEST(Correlative, NamesWhatIsWrongAndWhere) {
         terms += "+1";
     }
     for (const std::string& hostile : {deep, minus, terms}) {
-        EXPECT_NE(Evaluated(around, hostile.c_str()).find("nested"), std::string::npos);
+        EXPECT_NE(Evaluated(environment, hostile.c_str()).find("nested"), std::string::npos);
         EXPECT_FALSE(IsValidCorrelative(Code(hostile)));
     }
     EXPECT_TRUE(IsValidCorrelative(Code("A;N(ANY)+1|MCU")));
@@ -187,11 +190,12 @@ TEST(Correlative, NamesWhatIsWrongAndWhere) {
 }
 
 TEST(Correlative, RefusesWrittenFormsThatAreNot) {
-    Orders around;
-    const Text good = WriteProgram(CompileCorrelative(u"I;TRANS(CITIES,@ID,1,X):1", u"", around));
-    EXPECT_NO_THROW(ReadProgram(good));
+    Orders environment;
+    const Text good =
+        WriteExpression(CompileCorrelative(u"I;TRANS(CITIES,@ID,1,X):1", u"", environment));
+    EXPECT_NO_THROW(ReadExpression(good));
     for (std::size_t length = 0; length < good.size(); ++length) {
-        EXPECT_THROW(ReadProgram(good.substr(0, length)), Error) << length;
+        EXPECT_THROW(ReadExpression(good.substr(0, length)), Error) << length;
     }
     for (const char* bad : {"{1}[.]",
                             "{1}[]",
@@ -205,7 +209,7 @@ TEST(Correlative, RefusesWrittenFormsThatAreNot) {
                             "{1}[2,0,0,0;.]x"}) {
         Text text;
         text.append(bad, bad + std::string(bad).size());
-        EXPECT_THROW(ReadProgram(text), Error) << bad;
+        EXPECT_THROW(ReadExpression(text), Error) << bad;
     }
 }
 
@@ -249,8 +253,8 @@ TEST(Dictionary, ReadsBothFamiliesAndWritesItsOwn) {
 }
 
 TEST(FieldEvaluator, GivesFieldsByNameInBothForms) {
-    Orders around;
-    FieldEvaluator fields(around, u"ORDERS");
+    Orders environment;
+    FieldEvaluator fields(environment, u"ORDERS");
     const Text record = Marked(kRecord);
     fields.SetRecord(u"17", record);
     struct Row {
@@ -281,4 +285,4 @@ TEST(FieldEvaluator, GivesFieldsByNameInBothForms) {
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::expression

@@ -1,16 +1,16 @@
 // DynamicArray: the rules of positions, and agreement with the slow model however it is edited.
-#include "hosts/multivalue/dynamic_array.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <vector>
 
-#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text/error.h"
 #include "tests/host/reference_array.h"
-#include "tests/host/text_support.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue {
+namespace kel::text {
 namespace {
 
 DynamicArray Make(std::string_view drawn) {
@@ -280,4 +280,4 @@ TEST(DynamicArray, KeepsWhatItWasMadeOfAliveInCopiesAndMoves) {
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::text

@@ -2,11 +2,11 @@
 // larger than a group of chunks, against the slow model.
 #include <algorithm>
 
-#include "hosts/multivalue/dynamic_array.h"
-#include "tests/host/mutator.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 #include "tests/host/reference_array.h"
+#include "tests/support/mutator.h"
 
-namespace kel::multivalue {
+namespace kel::text {
 namespace {
 
 const std::vector<Text>& Examples() {
@@ -156,9 +156,9 @@ void TryOne(Mutator& mutator) {
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::text
 
 int main(int argc, char** argv) {
-    return kel::multivalue::RunFor(
-        argc, argv, u"0123456789aA+- \u00fb\u00fc\u00fd\u00fe\u00ff", kel::multivalue::TryOne);
+    return kel::text::RunFor(
+        argc, argv, u"0123456789aA+- \u00fb\u00fc\u00fd\u00fe\u00ff", kel::text::TryOne);
 }

@@ -1,12 +1,12 @@
 // fuzz_conversion SECONDS SEED: values and codes at random through the conversions, formats and
 // decimal numbers. Looks for what the sanitizers catch and for broken rules.
-#include "hosts/multivalue/conversion.h"
-#include "hosts/multivalue/decimal.h"
-#include "hosts/multivalue/pattern.h"
-#include "tests/host/mutator.h"
-#include "tests/host/plain_surroundings.h"
+#include "hosts/multivalue/conversion/conversion.h"
+#include "hosts/multivalue/number/decimal.h"
+#include "hosts/multivalue/text/pattern.h"
+#include "tests/support/mutator.h"
+#include "tests/support/plain_environment.h"
 
-namespace kel::multivalue {
+namespace kel::conversion {
 namespace {
 
 const std::vector<Text>& Values() {
@@ -111,23 +111,23 @@ void TryDecimals(const Text& left, const Text& right) {
 }
 
 void TryOne(Mutator& mutator) {
-    PlainSurroundings around;
-    around.family = mutator.Below(2) == 0 ? Family::kUni : Family::kR83;
-    around.dateOrder = mutator.Below(2) == 0 ? DateOrder::kMonthFirst : DateOrder::kDayFirst;
-    around.files[u"F"][u"1"] = u"a\u00fdb\u00fec";
-    around.files[u"DICT F"][u"1"] = u"D\u00fe1";
+    PlainEnvironment environment;
+    environment.family = mutator.Below(2) == 0 ? Family::kUni : Family::kR83;
+    environment.dateOrder = mutator.Below(2) == 0 ? DateOrder::kMonthFirst : DateOrder::kDayFirst;
+    environment.files[u"F"][u"1"] = u"a\u00fdb\u00fec";
+    environment.files[u"DICT F"][u"1"] = u"D\u00fe1";
     const Text value = mutator.Vary(Values());
     const Text code = mutator.Vary(Codes());
     try {
-        const Converted out = OconvWhole(value, code, around);
+        const Converted out = OconvWhole(value, code, environment);
         if (out.status == ConversionStatus::kBadValue && code.find(kValueMark) == Text::npos &&
             out.value != value) {
             GiveUp("a value that does not convert stays", {value, code});
         }
-        Oconv(value, code, around);
-        Iconv(value, code, around);
-        IconvWhole(value, code, around);
-        const Converted laidOut = Format(value, code, around);
+        Oconv(value, code, environment);
+        Iconv(value, code, environment);
+        IconvWhole(value, code, environment);
+        const Converted laidOut = Format(value, code, environment);
         if (IsWidthFirst(code) && laidOut.status == ConversionStatus::kGood &&
             value.find_first_of(kMarks) == Text::npos && !LinesAreEven(laidOut.value)) {
             GiveUp("lines are of one width", {value, code});
@@ -138,19 +138,20 @@ void TryOne(Mutator& mutator) {
     Matches(value, code);
     TryDecimals(value, mutator.Vary(Values()));
     const Text day = Decimal(static_cast<std::int64_t>(mutator.Below(4000000)) - 700000).ToText();
-    const Converted date = Oconv(day, u"D4-", around);
-    if (date.status == ConversionStatus::kGood && Iconv(date.value, u"D4-", around).value != day) {
+    const Converted date = Oconv(day, u"D4-", environment);
+    if (date.status == ConversionStatus::kGood &&
+        Iconv(date.value, u"D4-", environment).value != day) {
         GiveUp("a date that was shown can be entered", {day, date.value});
     }
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::conversion
 
 int main(int argc, char** argv) {
-    return kel::multivalue::RunFor(
+    return kel::text::RunFor(
         argc,
         argv,
         u"0123456789DMYTAHLRSPGCXZEJQWI,;.:/-+*#%$<>()[]{}\"' ~\u00fb\u00fc\u00fd\u00fe",
-        kel::multivalue::TryOne);
+        kel::conversion::TryOne);
 }

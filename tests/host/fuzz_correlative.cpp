@@ -1,13 +1,13 @@
 // fuzz_correlative SECONDS SEED: correlatives, written programs, dictionary items and records at
 // random. Looks for what the sanitizers catch and for broken rules.
-#include "hosts/multivalue/correlative.h"
-#include "hosts/multivalue/correlative_evaluator.h"
-#include "hosts/multivalue/dictionary.h"
-#include "hosts/multivalue/field_evaluator.h"
-#include "tests/host/mutator.h"
-#include "tests/host/plain_surroundings.h"
+#include "hosts/multivalue/expression/correlative.h"
+#include "hosts/multivalue/expression/correlative_evaluator.h"
+#include "hosts/multivalue/expression/dictionary.h"
+#include "hosts/multivalue/expression/field_evaluator.h"
+#include "tests/support/mutator.h"
+#include "tests/support/plain_environment.h"
 
-namespace kel::multivalue {
+namespace kel::expression {
 namespace {
 
 const std::vector<Text>& Correlatives() {
@@ -55,7 +55,7 @@ const std::vector<Text>& Items() {
     return items;
 }
 
-struct FuzzSurroundings : PlainSurroundings {
+struct FuzzEnvironment : PlainEnvironment {
     void CallProgram(TextView name, std::vector<Text>& arguments) override {
         arguments[0].append(name);
         if (arguments.size() > 2) {
@@ -71,36 +71,36 @@ Text Evaluated(CorrelativeEvaluator& evaluator, const Text& record, std::int32_t
     return Text(evaluator.Evaluate(input));
 }
 
-void TryCorrelative(Mutator& mutator, Surroundings& around) {
+void TryCorrelative(Mutator& mutator, Environment& environment) {
     const Text correlative = mutator.Vary(Correlatives());
     const Text first = mutator.Vary(Records());
     const Text second = mutator.Vary(Records());
     const auto position = static_cast<std::int32_t>(mutator.Below(4));
     const bool valid = IsValidCorrelative(correlative);
     try {
-        Program program = IsWrittenProgram(correlative)
-                              ? ReadProgram(correlative)
-                              : CompileCorrelative(correlative, u"FILE", around);
-        if (!valid && !IsWrittenProgram(correlative)) {
+        CompiledExpression program = IsWrittenExpression(correlative)
+                                         ? ReadExpression(correlative)
+                                         : CompileCorrelative(correlative, u"FILE", environment);
+        if (!valid && !IsWrittenExpression(correlative)) {
             GiveUp("what compiles is valid", {correlative});
         }
-        const Text written = WriteProgram(program);
-        CorrelativeEvaluator read(ReadProgram(written), around);
-        if (WriteProgram(read.Compiled()) != written) {
+        const Text written = WriteExpression(program);
+        CorrelativeEvaluator read(ReadExpression(written), environment);
+        if (WriteExpression(read.Compiled()) != written) {
             GiveUp("a written program reads back the same", {correlative, written});
         }
-        CorrelativeEvaluator kept(std::move(program), around);
+        CorrelativeEvaluator kept(std::move(program), environment);
         Evaluated(kept, first, 0);
         const Text result = Evaluated(kept, second, position);
         if (result != Evaluated(read, second, position)) {
             GiveUp("nothing is left of an earlier record", {correlative, first, second, result});
         }
     } catch (const Error&) {
-        // What is wrong with a correlative, or what the surroundings do not have.
+        // What is wrong with a correlative, or what the environment does not have.
     }
 }
 
-void TryItem(Mutator& mutator, Surroundings& around) {
+void TryItem(Mutator& mutator, Environment& environment) {
     const Text record = mutator.Vary(Items());
     const DictionaryForm form = FormOf(ReadDictionaryItem(record));
     for (const Family family : {Family::kUni, Family::kR83}) {
@@ -113,7 +113,7 @@ void TryItem(Mutator& mutator, Surroundings& around) {
             GiveUp("what is written of an item is read again", {record, written});
         }
     }
-    FieldEvaluator fields(around, u"FILE");
+    FieldEvaluator fields(environment, u"FILE");
     try {
         const Text values = mutator.Vary(Records());
         for (const TextView name : {u"NAME", u"QTY", u"PRICE", u"EXT", u"LOOP"}) {
@@ -130,23 +130,23 @@ void TryItem(Mutator& mutator, Surroundings& around) {
 }
 
 void TryOne(Mutator& mutator) {
-    FuzzSurroundings around;
-    around.family = mutator.Below(2) == 0 ? Family::kUni : Family::kR83;
-    around.files[u"FILE"][u"1"] = mutator.Vary(Records());
+    FuzzEnvironment environment;
+    environment.family = mutator.Below(2) == 0 ? Family::kUni : Family::kR83;
+    environment.files[u"FILE"][u"1"] = mutator.Vary(Records());
     for (const TextView name : {u"NAME", u"QTY", u"PRICE", u"EXT", u"LOOP"}) {
-        around.files[u"DICT FILE"][Text(name)] = mutator.Vary(Items());
+        environment.files[u"DICT FILE"][Text(name)] = mutator.Vary(Items());
     }
-    TryCorrelative(mutator, around);
-    TryItem(mutator, around);
+    TryCorrelative(mutator, environment);
+    TryItem(mutator, environment);
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::expression
 
 int main(int argc, char** argv) {
-    return kel::multivalue::RunFor(
+    return kel::text::RunFor(
         argc,
         argv,
         u"0123456789ACDFGILMNRSTPV,;.:+-*/#=<>()[]{}\"'_@ \u00fb\u00fc\u00fd\u00fe",
-        kel::multivalue::TryOne);
+        kel::expression::TryOne);
 }

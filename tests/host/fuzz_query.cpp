@@ -1,11 +1,11 @@
 // fuzz_query SECONDS SEED: sentences at random over a small file. Looks for what the sanitizers
 // catch, and for answers that an index changes.
-#include "hosts/multivalue/memory_store.h"
-#include "hosts/multivalue/session.h"
-#include "hosts/multivalue/store_surroundings.h"
-#include "tests/host/mutator.h"
+#include "hosts/multivalue/command/session.h"
+#include "hosts/multivalue/conversion/store_environment.h"
+#include "tests/support/memory_store.h"
+#include "tests/support/mutator.h"
 
-namespace kel::multivalue {
+namespace kel::command {
 namespace {
 
 const std::vector<Text>& Sentences() {
@@ -69,8 +69,8 @@ struct FuzzAccount {
     }
 
     std::unique_ptr<Store> store = OpenMemoryStore(MakeMemoryAccount());
-    StoreSurroundings around{*store};
-    Session session{*store, around};
+    StoreEnvironment environment{*store};
+    Session session{*store, environment};
 };
 
 // The entries a sentence selects, or its refusal.
@@ -88,7 +88,7 @@ Text Selected(Session& session, const Text& sentence) {
 
 void TryOne(Mutator& mutator) {
     FuzzAccount account;
-    account.around.SetFamily(mutator.Below(3) == 0 ? Family::kR83 : Family::kUni);
+    account.environment.SetFamily(mutator.Below(3) == 0 ? Family::kR83 : Family::kUni);
     account.session.SetOption(u"QUERY.NO.CASE", mutator.Below(8) == 0);
     const FileNumber file = *account.store->FindFile(u"F");
     for (char16_t id = u'1'; id < u'9'; ++id) {
@@ -114,12 +114,11 @@ void TryOne(Mutator& mutator) {
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::command
 
 int main(int argc, char** argv) {
-    return kel::multivalue::RunFor(
-        argc,
-        argv,
-        u"0123456789AFGNQ,.:+-*/#=<>()[]^~\"'_@ \u00fb\u00fc\u00fd\u00fe",
-        kel::multivalue::TryOne);
+    return kel::text::RunFor(argc,
+                             argv,
+                             u"0123456789AFGNQ,.:+-*/#=<>()[]^~\"'_@ \u00fb\u00fc\u00fd\u00fe",
+                             kel::command::TryOne);
 }

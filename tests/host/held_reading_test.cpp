@@ -15,13 +15,13 @@
 namespace kel::embedded {
 namespace {
 
-using multivalue::AfterWrite;
-using multivalue::FileNumber;
-using multivalue::Store;
-using multivalue::Text;
-using multivalue::TextView;
+using store::AfterWrite;
+using store::FileNumber;
+using store::Store;
 using test::AccountFolder;
 using test::Quick;
+using text::Text;
+using text::TextView;
 
 struct TwoSessions {
     TwoSessions() {
@@ -57,7 +57,7 @@ TEST(ReadsInARow, SeeEveryKindOfChange) {
         {"clear", [](auto& two) { two.writer->ClearFile(two.file); }, u""},
         {"batch",
          [](auto& two) {
-             multivalue::Batch batch(*two.writer);
+             store::Batch batch(*two.writer);
              two.Put(u"1", u"two");
              two.ReadInARow();
              batch.Commit();
@@ -87,7 +87,7 @@ TEST(ReadsInARow, SeeEveryKindOfChange) {
     }
     TwoSessions two;
     two.writer->DeleteFile(two.file);
-    EXPECT_TRUE(test::Throws(multivalue::ErrorKind::kNoSuchFile, u"", [&] { two.ReadInARow(); }));
+    EXPECT_TRUE(test::Throws(text::ErrorKind::kNoSuchFile, u"", [&] { two.ReadInARow(); }));
 }
 
 // Nobody waits here: a busy account fails at once.

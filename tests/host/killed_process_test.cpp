@@ -19,15 +19,15 @@
 namespace kel::embedded {
 namespace {
 
-using multivalue::AfterWrite;
-using multivalue::FileNumber;
-using multivalue::LockAnswer;
-using multivalue::Store;
-using multivalue::Text;
+using store::AfterWrite;
+using store::FileNumber;
+using store::LockAnswer;
+using store::Store;
 using test::AccountFolder;
 using test::ChildArgument;
 using test::ChildProcess;
 using test::Quick;
+using text::Text;
 using namespace std::chrono_literals;
 
 TEST(RecordLocksAfterPowerFailure, StartFromNothing) {
@@ -67,12 +67,12 @@ Text Pattern(std::uint64_t write) {
     return record;
 }
 
-class FirstWordAsKey final : public multivalue::IndexKeys {
+class FirstWordAsKey final : public store::IndexKeys {
 public:
     void KeysOf(FileNumber,
-                multivalue::TextView,
-                multivalue::TextView,
-                multivalue::TextView record,
+                text::TextView,
+                text::TextView,
+                text::TextView record,
                 std::vector<Text>& keys) override {
         keys.emplace_back(record.substr(0, record.find(u' ')));
     }
@@ -109,7 +109,7 @@ TEST(ChildProcessOf, DISABLED_WritesForEver) {
     Acknowledged acknowledged(PathFromParent() + u".acknowledged");
     std::uint64_t write = (acknowledged.Read() / kIds + 1) * kIds;
     for (std::uint64_t round = 0;; ++round) {
-        std::optional<multivalue::Batch> batch;
+        std::optional<store::Batch> batch;
         if (round % 3 == 2) {
             batch.emplace(*store);
         }

@@ -9,25 +9,25 @@
 
 #include "hosts/embedded/store/account_keeper.h"
 #include "hosts/embedded/store/database.h"
-#include "hosts/multivalue/session.h"
-#include "hosts/multivalue/store_surroundings.h"
+#include "hosts/multivalue/command/session.h"
+#include "hosts/multivalue/conversion/store_environment.h"
 #include "tests/host/account_folder.h"
-#include "tests/host/text_support.h"
+#include "tests/support/text_support.h"
 
 namespace kel::embedded {
 namespace {
 
-using multivalue::AfterWrite;
-using multivalue::Batch;
-using multivalue::ErrorKind;
-using multivalue::FileNumber;
-using multivalue::IndexEntry;
-using multivalue::Store;
-using multivalue::Text;
-using multivalue::TextView;
+using store::AfterWrite;
+using store::Batch;
+using store::FileNumber;
+using store::IndexEntry;
+using store::Store;
 using test::AccountFolder;
 using test::Quick;
 using test::Throws;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 constexpr int kRecords = 400;
 
@@ -43,14 +43,14 @@ Text RecordOf(TextView id) {
     return record;
 }
 
-class WholeRecordAsKey final : public multivalue::IndexKeys {
+class WholeRecordAsKey final : public store::IndexKeys {
 public:
     void KeysOf(FileNumber, TextView, TextView, TextView record, std::vector<Text>& keys) override {
         keys.emplace_back(record);
     }
 };
 
-std::unique_ptr<multivalue::IndexKeys> MakeKeys(Store& /*session*/) {
+std::unique_ptr<store::IndexKeys> MakeKeys(Store& /*session*/) {
     return std::make_unique<WholeRecordAsKey>();
 }
 
@@ -153,7 +153,7 @@ TEST(Repair, KeepsWhatCanBeReadAndSaysWhatCannot) {
         const auto store = OpenStore(folder.Path(), Quick());
         for (const Text& name : store->FileNames()) {
             const FileNumber file = store->FindFile(name).value();
-            std::vector<multivalue::ScanEntry> entries;
+            std::vector<store::ScanEntry> entries;
             store->OpenScan(file, {})->Next(entries, kRecords);
             for (const auto& entry : entries) {
                 EXPECT_EQ(entry.record, RecordOf(entry.id));
@@ -169,9 +169,9 @@ TEST(Repair, KeepsWhatCanBeReadAndSaysWhatCannot) {
 TEST(AccountSentences, CheckSaveAndRepair) {
     const AccountFolder folder;
     const auto store = OpenStore(folder.Path(), Quick());
-    multivalue::StoreSurroundings around(*store);
-    AccountFileKeeper keeper(folder.Path(), multivalue::Family::kUni, around.OwnDateOrder());
-    multivalue::Session session(*store, around);
+    conversion::StoreEnvironment environment(*store);
+    AccountFileKeeper keeper(folder.Path(), conversion::Family::kUni, environment.OwnDateOrder());
+    command::Session session(*store, environment);
     session.UseKeeper(&keeper);
     const Text copy = u"'" + folder.Path("copy") + u"'";
     session.Execute(u"CREATE-FILE F");
@@ -204,9 +204,9 @@ TEST(AccountSentences, CheckSaveAndRepair) {
             damage();
             continue;
         }
-        const multivalue::Answer answer = session.Execute(one.sentence);
-        EXPECT_EQ(answer.codes, one.codes) << multivalue::Drawn(one.sentence);
-        EXPECT_NE(answer.output.find(one.part), Text::npos) << multivalue::Drawn(answer.output);
+        const command::Answer answer = session.Execute(one.sentence);
+        EXPECT_EQ(answer.codes, one.codes) << text::Drawn(one.sentence);
+        EXPECT_NE(answer.output.find(one.part), Text::npos) << text::Drawn(answer.output);
     }
     session.UseKeeper(nullptr);
     EXPECT_EQ(session.Execute(u"CHECK-ACCOUNT").codes, u"10");

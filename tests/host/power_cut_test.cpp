@@ -16,14 +16,14 @@
 namespace kel::embedded {
 namespace {
 
-using multivalue::AfterWrite;
-using multivalue::FileNumber;
-using multivalue::Store;
-using multivalue::Text;
-using multivalue::TextView;
+using store::AfterWrite;
+using store::FileNumber;
+using store::Store;
 using test::AccountFolder;
 using test::Loss;
 using test::RecordingFiles;
+using text::Text;
+using text::TextView;
 
 constexpr std::uint64_t kIds = 40;
 constexpr std::uint64_t kChanges = 600;
@@ -43,7 +43,7 @@ Text Pattern(std::uint64_t change, std::uint64_t id) {
     return record;
 }
 
-class FirstWordAsKey final : public multivalue::IndexKeys {
+class FirstWordAsKey final : public store::IndexKeys {
 public:
     void KeysOf(FileNumber, TextView, TextView, TextView record, std::vector<Text>& keys) override {
         keys.emplace_back(record.substr(0, record.find(u' ')));
@@ -70,7 +70,7 @@ void DoChange(Store& store, FileNumber file, std::uint64_t change) {
         write(change % kIds);
         return;
     }
-    multivalue::Batch batch(store);
+    store::Batch batch(store);
     for (std::uint64_t id = 0; id < kIds; ++id) {
         write(id);
     }

@@ -1,18 +1,18 @@
 // Sentences: what they select, list and refuse. Files are made in memory.
 #include <gtest/gtest.h>
 
-#include "hosts/multivalue/memory_store.h"
-#include "hosts/multivalue/session.h"
-#include "hosts/multivalue/store_surroundings.h"
-#include "tests/host/plain_surroundings.h"
-#include "tests/host/text_support.h"
+#include "hosts/multivalue/command/session.h"
+#include "hosts/multivalue/conversion/store_environment.h"
+#include "tests/support/memory_store.h"
+#include "tests/support/plain_environment.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue {
+namespace kel::command {
 namespace {
 
 // The day and the second stand still.
-struct FixedSurroundings : StoreSurroundings {
-    using StoreSurroundings::StoreSurroundings;
+struct FixedEnvironment : StoreEnvironment {
+    using StoreEnvironment::StoreEnvironment;
     std::int32_t Today() const override { return 19000; }
     std::int32_t SecondOfDay() const override { return 3600; }
 };
@@ -81,8 +81,8 @@ protected:
     }
 
     std::unique_ptr<Store> store_ = OpenMemoryStore(MakeMemoryAccount());
-    FixedSurroundings around_{*store_};
-    Session session_{*store_, around_};
+    FixedEnvironment environment_{*store_};
+    Session session_{*store_, environment_};
 };
 
 struct Selected {
@@ -145,7 +145,7 @@ TEST_F(QueryTest, FamiliesDifferInJointsAndWildcards) {
     const char* joined = "SELECT ORDERS WITH CUSTOMER = 'SMITH' WITH QTY > 15";
     EXPECT_EQ(Ids(joined), "");
     EXPECT_EQ(Ids("SELECT ORDERS WITH CUSTOMER = 'SM]'"), "");
-    around_.SetFamily(Family::kR83);
+    environment_.SetFamily(Family::kR83);
     EXPECT_EQ(Ids(joined), "1 3 5");
     EXPECT_EQ(Ids("SELECT ORDERS WITH CUSTOMER 'SM]' '[W^]'"), "1 2 3");
 }
@@ -287,4 +287,4 @@ TEST_F(QueryTest, CommandsAnswer) {
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::command

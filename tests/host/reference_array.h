@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "hosts/multivalue/dynamic_array.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 
-namespace kel::multivalue::reference {
+namespace kel::text::reference {
 
 inline std::vector<Text> Split(const Text& text, char16_t mark) {
     std::vector<Text> parts(1);
@@ -122,4 +122,4 @@ inline Text Delete(const Text& text, Position p) {
     return IsWhole(p) ? Text() : Remove(text, PathOf(p), kAttributeMark);
 }
 
-}  // namespace kel::multivalue::reference
+}  // namespace kel::text::reference

@@ -9,22 +9,22 @@
 
 #include "hosts/embedded/store/database.h"
 #include "tests/host/account_folder.h"
-#include "tests/host/text_support.h"
+#include "tests/support/text_support.h"
 
 namespace kel::embedded {
 namespace {
 
-using multivalue::AfterWrite;
-using multivalue::Batch;
-using multivalue::ErrorKind;
-using multivalue::FileNumber;
-using multivalue::ScanEntry;
-using multivalue::Store;
-using multivalue::Text;
-using multivalue::TextView;
+using store::AfterWrite;
+using store::Batch;
+using store::FileNumber;
+using store::ScanEntry;
+using store::Store;
 using test::AccountFolder;
 using test::Quick;
 using test::Throws;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 void Put(Store& store, FileNumber file, TextView id, TextView record) {
     store.Write(file, id, record, AfterWrite::kRelease);
@@ -172,7 +172,7 @@ TEST(SqliteStore, AFullAccountKeepsWhatItHas) {
             Put(*store, file, u"after", u"small");
             batch.Commit();
             EXPECT_FALSE(store->Exists(file, u"A"));
-        } catch (const multivalue::Error& error) {
+        } catch (const text::Error& error) {
             EXPECT_EQ(error.kind(), ErrorKind::kMisuse);
         }
     }

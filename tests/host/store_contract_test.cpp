@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "hosts/embedded/store/sqlite_store.h"
-#include "hosts/multivalue/dynamic_array.h"
-#include "hosts/multivalue/index_key.h"
-#include "hosts/multivalue/memory_store.h"
+#include "hosts/multivalue/store/index_key.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 #include "tests/host/account_folder.h"
-#include "tests/host/text_support.h"
+#include "tests/support/memory_store.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue {
+namespace kel::store {
 namespace {
 
 using test::Throws;
@@ -586,4 +586,4 @@ INSTANTIATE_TEST_SUITE_P(Kinds, StoreContract, testing::Bool(), NameOfKind);
 INSTANTIATE_TEST_SUITE_P(Kinds, RecordLocks, testing::Bool(), NameOfKind);
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::store

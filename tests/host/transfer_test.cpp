@@ -1,16 +1,17 @@
 // Records in and out as CSV and JSON.
-#include "hosts/multivalue/transfer/transfer.h"
+#include "apps/kelsh/transfer/transfer.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <sstream>
+#include <tuple>
 
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/memory_store.h"
-#include "tests/host/text_support.h"
+#include "hosts/multivalue/text/error.h"
+#include "tests/support/text_support.h"
 
-namespace kel::multivalue {
+namespace kel::transfer {
 namespace {
 
 // NAME is one value, TAGS are many, PRICE is stored in hundredths, AREA is computed.
@@ -41,30 +42,62 @@ public:
     }
 };
 
-std::string Contents(Store& store, FileNumber file) {
-    std::string drawn;
-    std::vector<ScanEntry> entries;
-    const auto scan = store.OpenScan(file, {});
-    while (scan->Next(entries, 10)) {
-        for (const ScanEntry& entry : entries) {
-            drawn += Drawn(entry.id) + "=" + Drawn(entry.record) + ";";
-        }
+// A file in memory that takes a batch back as a whole.
+class FileOfRecords final : public RecordTarget {
+public:
+    bool Read(TextView id, Text& record) override {
+        record = Exists(id) ? records[Text(id)] : Text();
+        return Exists(id);
     }
-    return drawn;
-}
+    bool Exists(TextView id) override { return records.contains(Text(id)); }
+    void Write(TextView id, TextView record) override { records[Text(id)] = record; }
+    void Begin() override { before_ = records; }
+    void Commit() override { before_.clear(); }
+    void Rollback() noexcept override { records.swap(before_); }
+
+    std::string Contents() const {
+        std::string drawn;
+        for (const auto& [id, record] : records) {
+            drawn += Drawn(id) + "=" + Drawn(record) + ";";
+        }
+        return drawn;
+    }
+
+    std::map<Text, Text> records;
+
+private:
+    std::map<Text, Text> before_;
+};
+
+class AllRecords final : public RecordSource {
+public:
+    explicit AllRecords(const std::map<Text, Text>& records)
+        : next_(records.begin()), end_(records.end()) {}
+
+    bool Next(Text& id, Text& record) override {
+        if (next_ == end_) {
+            return false;
+        }
+        std::tie(id, record) = *next_++;
+        return true;
+    }
+
+private:
+    std::map<Text, Text>::const_iterator next_;
+    const std::map<Text, Text>::const_iterator end_;
+};
 
 // What an import leaves in an empty file, or what it says.
 std::string Imported(const std::string& data, const ImportOptions& options) {
-    const auto store = OpenMemoryStore(MakeMemoryAccount());
-    const FileNumber file = store->CreateFile(u"F");
+    FileOfRecords file;
     SomeFields fields;
     std::istringstream stream(data);
     try {
-        Import(*store, file, stream, fields, options);
-        return Contents(*store, file);
+        Import(file, stream, fields, options);
+        return file.Contents();
     } catch (const Error& error) {
         EXPECT_EQ(error.kind(), ErrorKind::kBadData);
-        return std::string(error.what()) + " " + Contents(*store, file);
+        return std::string(error.what()) + " " + file.Contents();
     }
 }
 
@@ -144,23 +177,21 @@ TEST(Import, ReadsJsonAndNamesItsFaults) {
 
 TEST(Import, CommitsInBatchesAndPassesFaultsOn) {
     const std::string data = "ID,NAME,PRICE,X\n1,one,1,\n2,two,x,\n3,three,3,\n4,four,x,\n";
-    const auto store = OpenMemoryStore(MakeMemoryAccount());
     SomeFields fields;
     const auto run = [&](ImportOptions options, const char* contents) {
-        const FileNumber file = store->CreateFile(u"F");
+        FileOfRecords file;
         for (const char16_t* id : {u"1", u"2", u"9"}) {
-            store->Write(file, id, Marked("old^tag^old"), AfterWrite::kRelease);
+            file.Write(id, Marked("old^tag^old"));
         }
         std::istringstream stream(data);
         options.ignoreUnknown = true;
         ImportResult result;
         try {
-            result = Import(*store, file, stream, fields, options);
+            result = Import(file, stream, fields, options);
         } catch (const Error& error) {
             result.left = 99;
         }
-        EXPECT_EQ(Contents(*store, file), contents);
-        store->DeleteFile(file);
+        EXPECT_EQ(file.Contents(), contents);
         return result;
     };
     std::vector<std::uint64_t> lines;
@@ -193,10 +224,8 @@ TEST(Import, CommitsInBatchesAndPassesFaultsOn) {
 }
 
 TEST(Export, WritesWhatIsAskedFor) {
-    const auto store = OpenMemoryStore(MakeMemoryAccount());
-    const FileNumber file = store->CreateFile(u"F");
-    store->Write(file, u"1", Marked("a, b^x]y\\z^150^7]8") + u"\uF8FC", AfterWrite::kRelease);
-    store->Write(file, u"2", Marked("^one^^\\"), AfterWrite::kRelease);
+    const std::map<Text, Text> records = {{u"1", Marked("a, b^x]y\\z^150^7]8") + u"\uF8FC"},
+                                          {u"2", Marked("^one^^\\")}};
     SomeFields fields;
     ExportOptions options;
     options.columns = {u"ID", u"NAME", u"TAGS", u"PRICE", u"ANY"};
@@ -215,7 +244,8 @@ TEST(Export, WritesWhatIsAskedFor) {
     for (const auto& c : cases) {
         options.format = c.format;
         std::ostringstream stream;
-        EXPECT_EQ(Export(*store, file, stream, fields, options), 2U);
+        AllRecords source(records);
+        EXPECT_EQ(Export(source, stream, fields, options), 2U);
         EXPECT_EQ(stream.str(), c.data);
     }
 }
@@ -223,8 +253,7 @@ TEST(Export, WritesWhatIsAskedFor) {
 TEST(Export, ComesBackAsItWas) {
     std::mt19937 random(3);  // NOLINT(bugprone-random-generator-seed): the same run every time
     const Text units = u"ab0 ,;|~\\\"\r\n\t\u0001\uF8FC\u20AC\u00FD\u00FC\u00FD\u00FC";
-    const auto store = OpenMemoryStore(MakeMemoryAccount());
-    const FileNumber file = store->CreateFile(u"F");
+    std::map<Text, Text> records;
     for (int i = 0; i < 500; ++i) {
         Text record;
         for (int attribute = 0; attribute < 3; ++attribute) {
@@ -234,7 +263,7 @@ TEST(Export, ComesBackAsItWas) {
             record.push_back(kAttributeMark);
         }
         const std::string id = std::to_string(i);
-        store->Write(file, Text(id.begin(), id.end()), record + u"end", AfterWrite::kRelease);
+        records[Text(id.begin(), id.end())] = record + u"end";
     }
     NumberedFields fields;
     for (const TransferFormat format :
@@ -244,15 +273,15 @@ TEST(Export, ComesBackAsItWas) {
         options.byteOrderMark = format == TransferFormat::kCsv;
         options.columns = {u"4", u"@ID", u"1", u"2", u"3"};
         std::stringstream stream;
-        Export(*store, file, stream, fields, options);
-        const FileNumber back = store->CreateFile(u"BACK");
+        AllRecords source(records);
+        Export(source, stream, fields, options);
+        FileOfRecords back;
         ImportOptions import;
         import.format = format;
-        EXPECT_EQ(Import(*store, back, stream, fields, import).records, 500U);
-        EXPECT_TRUE(Contents(*store, back) == Contents(*store, file)) << static_cast<int>(format);
-        store->DeleteFile(back);
+        EXPECT_EQ(Import(back, stream, fields, import).records, 500U);
+        EXPECT_TRUE(back.records == records) << static_cast<int>(format);
     }
 }
 
 }  // namespace
-}  // namespace kel::multivalue
+}  // namespace kel::transfer

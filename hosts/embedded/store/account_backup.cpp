@@ -8,14 +8,14 @@
 #include "hosts/embedded/store/account_file.h"
 #include "hosts/embedded/store/maintenance.h"
 #include "hosts/embedded/store/unfinished_file.h"
-#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::Text;
-using multivalue::TextView;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 namespace {
 

@@ -8,17 +8,17 @@
 #include "hosts/embedded/store/account_file.h"
 #include "hosts/embedded/store/codec.h"
 #include "hosts/embedded/store/index_tables.h"
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/id_rules.h"
+#include "hosts/multivalue/store/id_rules.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::FileNumber;
-using multivalue::IndexKeys;
-using multivalue::Text;
-using multivalue::TextView;
+using store::FileNumber;
+using store::IndexKeys;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -170,7 +170,7 @@ private:
     static bool IsId(TextView id, Bytes bytes) {
         const std::string again = EncodeKey(id);
         try {
-            multivalue::CheckRecordId(id);
+            store::CheckRecordId(id);
         } catch (const Error&) {
             return false;
         }
@@ -229,7 +229,7 @@ private:
 };
 
 // A table of locks that cannot be read is made anew by the first session of all: nothing to repair.
-void CountLocks(multivalue::Store& session, AccountReport& report) {
+void CountLocks(store::Store& session, AccountReport& report) {
     try {
         report.locks = session.Locks().size();
     } catch (const Error& error) {
@@ -263,7 +263,7 @@ AccountFindings FindFaults(TextView path, const IndexKeysMaker& keys) {
     StoreOptions options;
     options.createMissing = false;
     try {
-        std::unique_ptr<multivalue::Store> session;
+        std::unique_ptr<store::Store> session;
         try {
             session = OpenStore(path, options);
             CountLocks(*session, findings.report);

@@ -12,14 +12,14 @@ namespace kel::embedded {
 struct AccountFindings {
     AccountReport report;
     bool damaged = false;  // beyond indexes: the account has to be copied
-    std::vector<std::pair<multivalue::FileNumber, multivalue::Text>> indexes;  // stale or wrong
+    std::vector<std::pair<store::FileNumber, text::Text>> indexes;  // stale or wrong
 };
 
-AccountFindings FindFaults(multivalue::TextView path, const IndexKeysMaker& keys);
+AccountFindings FindFaults(text::TextView path, const IndexKeysMaker& keys);
 
-multivalue::Text Sentence(std::initializer_list<multivalue::TextView> parts);
+text::Text Sentence(std::initializer_list<text::TextView> parts);
 
 // Adds a line to a part of the report unless that is long enough already.
-void AddLine(std::vector<multivalue::Text>& lines, multivalue::Text line);
+void AddLine(std::vector<text::Text>& lines, text::Text line);
 
 }  // namespace kel::embedded

@@ -17,14 +17,14 @@ inline constexpr std::int64_t kLatestFormat = kFormatWithIndexes;
 // The file that a path means. Links are followed, so that all sessions of an account meet in the
 // files beside it, however they name it.
 struct AccountPlace {
-    multivalue::Text file;
+    text::Text file;
     bool isThere = false;
 };
 
 // Refuses what cannot be an account's path; see OpenStore.
-AccountPlace FindAccount(multivalue::TextView path);
+AccountPlace FindAccount(text::TextView path);
 
 // A connection ready for use, the account made if it was missing. Errors: see OpenStore.
-Database OpenAccount(multivalue::TextView path, const StoreOptions& options);
+Database OpenAccount(text::TextView path, const StoreOptions& options);
 
 }  // namespace kel::embedded

@@ -1,25 +1,23 @@
 #include "hosts/embedded/store/account_keeper.h"
 
-#include "hosts/multivalue/arithmetic.h"
-#include "hosts/multivalue/index_fields.h"
-#include "hosts/multivalue/store_surroundings.h"
+#include "hosts/multivalue/conversion/store_environment.h"
+#include "hosts/multivalue/number/arithmetic.h"
+#include "hosts/multivalue/query/index_fields.h"
 
 namespace kel::embedded {
 
-using multivalue::Text;
-using multivalue::TextView;
+using text::Text;
+using text::TextView;
 
 namespace {
 
-// Keys of indexes with the surroundings that they need.
-class KeysWithSurroundings final : public multivalue::IndexKeys {
+// Keys of indexes with the environment that they need.
+class KeysWithEnvironment final : public store::IndexKeys {
 public:
-    KeysWithSurroundings(multivalue::Store& store,
-                         multivalue::Family family,
-                         multivalue::DateOrder order)
-        : around_(store, family, order), keys_(around_) {}
+    KeysWithEnvironment(store::Store& store, conversion::Family family, conversion::DateOrder order)
+        : environment_(store, family, order), keys_(environment_) {}
 
-    void KeysOf(multivalue::FileNumber file,
+    void KeysOf(store::FileNumber file,
                 TextView description,
                 TextView id,
                 TextView record,
@@ -28,8 +26,8 @@ public:
     }
 
 private:
-    multivalue::StoreSurroundings around_;
-    multivalue::FieldIndexKeys keys_;
+    conversion::StoreEnvironment environment_;
+    query::FieldIndexKeys keys_;
 };
 
 void Append(std::vector<Text>& lines, const std::vector<Text>& more) {
@@ -47,7 +45,7 @@ Text Counts(const AccountReport& report) {
                   {report.locks, u" lock(s) held."}};
     Text line;
     for (const auto& [count, what] : counts) {
-        multivalue::Number(static_cast<std::int64_t>(count)).AppendTo(line);
+        number::Number(static_cast<std::int64_t>(count)).AppendTo(line);
         line += what;
     }
     return line;
@@ -56,8 +54,8 @@ Text Counts(const AccountReport& report) {
 }  // namespace
 
 IndexKeysMaker AccountFileKeeper::keys() const {
-    return [family = family_, order = order_](multivalue::Store& session) {
-        return std::make_unique<KeysWithSurroundings>(session, family, order);
+    return [family = family_, order = order_](store::Store& session) {
+        return std::make_unique<KeysWithEnvironment>(session, family, order);
     };
 }
 

@@ -2,31 +2,29 @@
 #pragma once
 
 #include "hosts/embedded/store/maintenance.h"
-#include "hosts/multivalue/account_keeper.h"
-#include "hosts/multivalue/surroundings.h"
+#include "hosts/multivalue/command/account_keeper.h"
+#include "hosts/multivalue/conversion/environment.h"
 
 namespace kel::embedded {
 
-class AccountFileKeeper final : public multivalue::AccountKeeper {
+class AccountFileKeeper final : public command::AccountKeeper {
 public:
     // `path` is the session's account; the family and the order of dates are what its indexes were
     // compiled for.
-    AccountFileKeeper(multivalue::Text path, multivalue::Family family, multivalue::DateOrder order)
+    AccountFileKeeper(text::Text path, conversion::Family family, conversion::DateOrder order)
         : path_(std::move(path)), family_(family), order_(order) {}
 
-    Findings Check(multivalue::TextView path) override;
-    Findings Repair(multivalue::TextView path) override;
-    void Save(multivalue::TextView target) override;
+    Findings Check(text::TextView path) override;
+    Findings Repair(text::TextView path) override;
+    void Save(text::TextView target) override;
 
 private:
-    multivalue::TextView orOwn(multivalue::TextView path) const {
-        return path.empty() ? path_ : path;
-    }
+    text::TextView orOwn(text::TextView path) const { return path.empty() ? path_ : path; }
     IndexKeysMaker keys() const;
 
-    multivalue::Text path_;
-    multivalue::Family family_;
-    multivalue::DateOrder order_;
+    text::Text path_;
+    conversion::Family family_;
+    conversion::DateOrder order_;
 };
 
 }  // namespace kel::embedded

@@ -10,15 +10,15 @@
 #include "hosts/embedded/store/codec.h"
 #include "hosts/embedded/store/index_tables.h"
 #include "hosts/embedded/store/unfinished_file.h"
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/id_rules.h"
+#include "hosts/multivalue/store/id_rules.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::Text;
-using multivalue::TextView;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -33,7 +33,7 @@ bool IsRecord(Bytes id, Bytes record) {
     Text text;
     DecodeKey(id, text);
     try {
-        multivalue::CheckRecordId(text);
+        store::CheckRecordId(text);
     } catch (const Error&) {
         return false;
     }
@@ -305,8 +305,8 @@ AccountReport RepairAccount(TextView path, const IndexKeysMaker& keys) {
     }
     StoreOptions options;
     options.createMissing = false;
-    const std::unique_ptr<multivalue::Store> session = OpenStore(path, options);
-    const std::unique_ptr<multivalue::IndexKeys> maker = keys(*session);
+    const std::unique_ptr<store::Store> session = OpenStore(path, options);
+    const std::unique_ptr<store::IndexKeys> maker = keys(*session);
     session->UseIndexKeys(maker.get());
     for (const auto& [file, name] : findings.indexes) {
         session->RebuildIndex(file, name);

@@ -6,8 +6,8 @@
 
 namespace kel::embedded {
 
-using multivalue::Text;
-using multivalue::TextView;
+using text::Text;
+using text::TextView;
 
 namespace {
 

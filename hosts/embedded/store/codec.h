@@ -15,7 +15,7 @@
 #include <string_view>
 #include <vector>
 
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
 namespace kel::embedded {
 
@@ -29,12 +29,12 @@ inline constexpr std::size_t kMaxIdBytes = 3;  // per unit
 
 // Writes the bytes of `text` to `target`, which has room for kMaxIdBytes per unit; returns how
 // many.
-std::size_t EncodeKey(multivalue::TextView text, std::uint8_t* target);
-std::string EncodeKey(multivalue::TextView text);
-void DecodeKey(Bytes bytes, multivalue::Text& text);
+std::size_t EncodeKey(text::TextView text, std::uint8_t* target);
+std::string EncodeKey(text::TextView text);
+void DecodeKey(Bytes bytes, text::Text& text);
 
-void EncodeRecord(multivalue::TextView record, std::vector<std::uint8_t>& bytes);
+void EncodeRecord(text::TextView record, std::vector<std::uint8_t>& bytes);
 // False when the bytes are no record.
-bool DecodeRecord(Bytes bytes, multivalue::Text& record);
+bool DecodeRecord(Bytes bytes, text::Text& record);
 
 }  // namespace kel::embedded

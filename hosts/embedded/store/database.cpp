@@ -6,10 +6,10 @@
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::Text;
-using multivalue::TextView;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 Text TextOf(std::string_view utf8) {
     Text text;

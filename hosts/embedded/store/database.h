@@ -8,8 +8,8 @@
 #include <string_view>
 
 #include "hosts/embedded/store/codec.h"
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/error.h"
+#include "hosts/multivalue/text/text.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -17,7 +17,7 @@ struct sqlite3_stmt;
 namespace kel::embedded {
 
 // UTF-8 that is known to be well-formed, or at least may lose a character in a message.
-multivalue::Text TextOf(std::string_view utf8);
+text::Text TextOf(std::string_view utf8);
 
 // One connection to one database file. Statements must be gone before it.
 class Database {
@@ -26,14 +26,14 @@ public:
 
     // Errors (kCannotOpen) name `path`. A busy database is waited for, busyWaitMs at most each
     // time.
-    Database(multivalue::TextView path, Mode mode, int busyWaitMs)
+    Database(text::TextView path, Mode mode, int busyWaitMs)
         : Database(path, path, mode, busyWaitMs) {}
     // Opens `file`; errors name `path`, as the user did.
-    Database(multivalue::TextView path, multivalue::TextView file, Mode mode, int busyWaitMs);
+    Database(text::TextView path, text::TextView file, Mode mode, int busyWaitMs);
 
     sqlite3* get() const { return handle_.get(); }
-    const multivalue::Text& path() const { return path_; }
-    multivalue::Text FullPath() const;  // absolute, links followed
+    const text::Text& path() const { return path_; }
+    text::Text FullPath() const;  // absolute, links followed
 
     void Execute(const char* sql);
     std::int64_t QueryInteger(const char* sql);
@@ -52,7 +52,7 @@ private:
         void operator()(sqlite3* handle) const;
     };
 
-    multivalue::Text path_;
+    text::Text path_;
     std::unique_ptr<sqlite3, Close> handle_;
 };
 

@@ -8,7 +8,7 @@
 #include <system_error>
 
 #include "hosts/embedded/store/codec.h"
-#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text/error.h"
 
 #if defined(_WIN32)
 #ifndef NOMINMAX
@@ -27,10 +27,10 @@
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::Text;
-using multivalue::TextView;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 namespace {
 

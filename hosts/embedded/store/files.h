@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
 namespace kel::embedded {
 
@@ -12,21 +12,21 @@ struct FileFacts {
     enum class Kind { kMissing, kFile, kFolder, kOther };
 
     Kind kind = Kind::kMissing;
-    multivalue::Text path;     // absolute, without links; of a missing file: where it would be
+    text::Text path;           // absolute, without links; of a missing file: where it would be
     std::uintmax_t bytes = 0;  // of a file
     std::uintmax_t names = 1;  // of a file: the folder entries it has, its hard links
     bool isLinkToNothing = false;
     bool isRemote = false;  // on another machine
 };
 
-// Throws multivalue::Error (kCannotOpen) when the system does not tell, also for a missing file in
+// Throws text::Error (kCannotOpen) when the system does not tell, also for a missing file in
 // a missing folder.
-FileFacts FactsOf(const multivalue::Text& path);
+FileFacts FactsOf(const text::Text& path);
 
 // Makes an empty file; false when anything of the name is there already. Throws kCannotOpen.
-bool CreateNewFile(const multivalue::Text& path);
+bool CreateNewFile(const text::Text& path);
 
 // False, with nothing changed, when anything is at `to` already. Throws kInputOutput.
-bool RenameToNew(const multivalue::Text& from, const multivalue::Text& to);
+bool RenameToNew(const text::Text& from, const text::Text& to);
 
 }  // namespace kel::embedded

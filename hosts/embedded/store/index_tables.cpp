@@ -7,11 +7,11 @@
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::IndexInfo;
-using multivalue::Text;
-using multivalue::TextView;
+using store::IndexInfo;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -201,7 +201,7 @@ void IndexTables::Fill(std::int64_t file, std::int64_t number, TextView descript
             database_.FailDamaged();
         }
         keys.clear();
-        keys_->KeysOf(multivalue::FileNumber{file}, description, id, record, keys);
+        keys_->KeysOf(store::FileNumber{file}, description, id, record, keys);
         for (const std::string& key : EncodeIndexKeys(keys)) {
             const Run entry(insert);
             entry->Bind(1, BytesOf(key));
@@ -259,7 +259,7 @@ void IndexTables::OnWrite(std::int64_t file, TextView id, Bytes idBytes, TextVie
     for (const auto& index : indexes) {
         if (!index->stale) {
             keys.clear();
-            keys_->KeysOf(multivalue::FileNumber{file}, index->description, id, record, keys);
+            keys_->KeysOf(store::FileNumber{file}, index->description, id, record, keys);
             SetKeys(*index, idBytes, keys);
         }
     }

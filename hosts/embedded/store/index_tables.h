@@ -12,15 +12,15 @@
 #include <vector>
 
 #include "hosts/embedded/store/database.h"
-#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/store/store.h"
 
 namespace kel::embedded {
 
 // The bytes of a key: UTF-8 but for surrogates, each of which has its own three bytes. The order of
 // the bytes is the order of the units. DecodeKey reads them back.
-std::string EncodeIndexKey(multivalue::TextView key);
+std::string EncodeIndexKey(text::TextView key);
 // Of a record: each once, in order.
-std::vector<std::string> EncodeIndexKeys(const std::vector<multivalue::Text>& keys);
+std::vector<std::string> EncodeIndexKeys(const std::vector<text::Text>& keys);
 
 // Makes the table of indexes in an account that has had none.
 void CreateIndexList(Database& database);
@@ -30,7 +30,7 @@ public:
     explicit IndexTables(Database& database) : database_(database) {}
 
     // Borrowed; null: none.
-    void UseKeys(multivalue::IndexKeys* keys) { keys_ = keys; }
+    void UseKeys(store::IndexKeys* keys) { keys_ = keys; }
 
     // To be called when a transaction begins, and before reading without one: others may have made
     // or dropped indexes.
@@ -39,19 +39,16 @@ public:
     void Forget() { schemaVersion_ = -1; }
 
     bool HasAny(std::int64_t file) { return !Of(file).empty(); }
-    std::vector<multivalue::IndexInfo> List(std::int64_t file);
+    std::vector<store::IndexInfo> List(std::int64_t file);
     // The name of the index's table. kNoSuchIndex, kStaleIndex.
-    std::string TableOf(std::int64_t file, multivalue::TextView name);
+    std::string TableOf(std::int64_t file, text::TextView name);
 
-    void Create(std::int64_t file, multivalue::TextView name, multivalue::TextView description);
-    void Rebuild(std::int64_t file, multivalue::TextView name);
-    void Drop(std::int64_t file, multivalue::TextView name);
+    void Create(std::int64_t file, text::TextView name, text::TextView description);
+    void Rebuild(std::int64_t file, text::TextView name);
+    void Drop(std::int64_t file, text::TextView name);
 
     // Before the record changes: `record` is what it will be.
-    void OnWrite(std::int64_t file,
-                 multivalue::TextView id,
-                 Bytes idBytes,
-                 multivalue::TextView record);
+    void OnWrite(std::int64_t file, text::TextView id, Bytes idBytes, text::TextView record);
     void OnDelete(std::int64_t file, Bytes idBytes);
     void OnClear(std::int64_t file);
     void OnDeleteFile(std::int64_t file);
@@ -59,8 +56,8 @@ public:
 private:
     struct Index {
         std::int64_t number = 0;
-        multivalue::Text name;
-        multivalue::Text description;
+        text::Text name;
+        text::Text description;
         bool stale = false;
         Statement keysOf;
         Statement insert;
@@ -70,15 +67,15 @@ private:
     using Indexes = std::vector<std::unique_ptr<Index>>;
 
     Indexes& Of(std::int64_t file);
-    Index& Find(std::int64_t file, multivalue::TextView name);
-    void Fill(std::int64_t file, std::int64_t number, multivalue::TextView description);
-    void SetKeys(Index& index, Bytes idBytes, const std::vector<multivalue::Text>& keys);
+    Index& Find(std::int64_t file, text::TextView name);
+    void Fill(std::int64_t file, std::int64_t number, text::TextView description);
+    void SetKeys(Index& index, Bytes idBytes, const std::vector<text::Text>& keys);
     void MakeStale(Indexes& indexes);
     void RequireKeys() const;
-    multivalue::Text NameOf(std::int64_t file);
+    text::Text NameOf(std::int64_t file);
 
     Database& database_;
-    multivalue::IndexKeys* keys_ = nullptr;
+    store::IndexKeys* keys_ = nullptr;
     Statement version_;
     std::int64_t schemaVersion_ = -1;  // -1: what is kept below counts no more
     bool hasIndexes_ = false;

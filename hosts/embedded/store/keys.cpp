@@ -1,11 +1,11 @@
 #include "hosts/embedded/store/keys.h"
 
-#include "hosts/multivalue/id_rules.h"
+#include "hosts/multivalue/store/id_rules.h"
 
 namespace kel::embedded {
 
-Key::Key(multivalue::TextView id) {
-    multivalue::CheckRecordId(id);
+Key::Key(text::TextView id) {
+    store::CheckRecordId(id);
     size_ = EncodeKey(id, bytes_);
 }
 

@@ -11,15 +11,15 @@
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::FileNumber;
-using multivalue::HeldLock;
-using multivalue::LockAnswer;
-using multivalue::LockHolder;
-using multivalue::Text;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using store::FileNumber;
+using store::HeldLock;
+using store::LockAnswer;
+using store::LockHolder;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
 
 namespace {
 

@@ -13,33 +13,31 @@
 
 #include "hosts/embedded/store/database.h"
 #include "hosts/embedded/store/process_liveness.h"
-#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/store/store.h"
 
 namespace kel::embedded {
 
 // One session's view. Ids come encoded (EncodeKey). One thread at a time.
 class LockTable {
 public:
-    // Joins the sessions of the account whose full path is given. Throws multivalue::Error.
-    LockTable(const multivalue::Text& accountPath,
-              const multivalue::Text& user,
-              std::uint32_t busyWaitMs);
+    // Joins the sessions of the account whose full path is given. Throws text::Error.
+    LockTable(const text::Text& accountPath, const text::Text& user, std::uint32_t busyWaitMs);
     LockTable(const LockTable&) = delete;
     LockTable& operator=(const LockTable&) = delete;
     ~LockTable();
 
-    bool Holds(multivalue::FileNumber file, Bytes id) const;
-    multivalue::LockAnswer Lock(multivalue::FileNumber file, Bytes id, std::uint32_t waitMs);
-    void Unlock(multivalue::FileNumber file, Bytes id);
+    bool Holds(store::FileNumber file, Bytes id) const;
+    store::LockAnswer Lock(store::FileNumber file, Bytes id, std::uint32_t waitMs);
+    void Unlock(store::FileNumber file, Bytes id);
     void UnlockAll();
-    std::vector<multivalue::HeldLock> All();  // of living sessions, by file and id
+    std::vector<store::HeldLock> All();  // of living sessions, by file and id
 
 private:
-    multivalue::LockAnswer TryOnce(std::int64_t file, Bytes id);
+    store::LockAnswer TryOnce(std::int64_t file, Bytes id);
     bool SweepIfDead(std::int64_t slot);
-    multivalue::LockAnswer WaitFor(std::int64_t file,
-                                   Bytes id,
-                                   std::chrono::steady_clock::time_point deadline);
+    store::LockAnswer WaitFor(std::int64_t file,
+                              Bytes id,
+                              std::chrono::steady_clock::time_point deadline);
     bool StartWaiting(std::int64_t file, Bytes id);
     bool ClosesCircle();
     void StopWaiting() noexcept;

@@ -7,38 +7,37 @@
 #include <vector>
 
 #include "hosts/embedded/store/sqlite_store.h"
-#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/store/store.h"
 
 namespace kel::embedded {
 
 // Makes what tells the keys of indexes, over a session that lasts longer than it. May be empty: the
 // indexes then cannot be held against the records.
-using IndexKeysMaker =
-    std::function<std::unique_ptr<multivalue::IndexKeys>(multivalue::Store& session)>;
+using IndexKeysMaker = std::function<std::unique_ptr<store::IndexKeys>(store::Store& session)>;
 
 // All texts are whole sentences for a user, at most a hundred of a kind.
 struct AccountReport {
     std::uint64_t files = 0;
     std::uint64_t records = 0;
     std::uint64_t indexes = 0;
-    std::uint64_t staleIndexes = 0;         // no fault: waiting to be rebuilt
-    std::uint64_t locks = 0;                // held by living sessions
-    std::vector<multivalue::Text> faults;   // empty: the account is sound
-    std::vector<multivalue::Text> repairs;  // what RepairAccount did
-    std::vector<multivalue::Text> losses;   // what it could not bring back
+    std::uint64_t staleIndexes = 0;   // no fault: waiting to be rebuilt
+    std::uint64_t locks = 0;          // held by living sessions
+    std::vector<text::Text> faults;   // empty: the account is sound
+    std::vector<text::Text> repairs;  // what RepairAccount did
+    std::vector<text::Text> losses;   // what it could not bring back
 };
 
 // Reads everything there is: the engine's own structure, every record, every index against the
 // records, the lock table. Others may use the account meanwhile; records and indexes are looked at
 // as of one moment. A damaged account is an answer; throws as OpenStore does for anything else that
 // keeps an account from being opened.
-AccountReport CheckAccount(multivalue::TextView path, const IndexKeysMaker& keys = {});
+AccountReport CheckAccount(text::TextView path, const IndexKeysMaker& keys = {});
 
 // Checks, and mends what is not sound. Stale and wrong indexes are built again (without `keys` they
 // become stale). A damaged account is copied record by record into a new one that takes its place;
 // the old one stays beside it as NAME-damaged, then NAME-damaged-2 and so on. Nobody else may have
 // a damaged account open (kBusy). The report's figures and faults are those from before.
-AccountReport RepairAccount(multivalue::TextView path, const IndexKeysMaker& keys = {});
+AccountReport RepairAccount(text::TextView path, const IndexKeysMaker& keys = {});
 
 // Told how many pages of how many are copied; false gives the backup up.
 using BackupProgress = std::function<bool(std::uint64_t done, std::uint64_t total)>;
@@ -46,8 +45,6 @@ using BackupProgress = std::function<bool(std::uint64_t done, std::uint64_t tota
 // Writes the account as it is at this moment to `target`, an account of its own; others read and
 // write meanwhile. The file appears under its name when it is whole. False when `progress` gave it
 // up. Throws as OpenStore does, kFileExists when there is anything at `target` already.
-bool BackUpAccount(multivalue::TextView path,
-                   multivalue::TextView target,
-                   const BackupProgress& progress = {});
+bool BackUpAccount(text::TextView path, text::TextView target, const BackupProgress& progress = {});
 
 }  // namespace kel::embedded

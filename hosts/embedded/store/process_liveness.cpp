@@ -2,7 +2,7 @@
 
 #include "hosts/embedded/store/codec.h"
 #include "hosts/embedded/store/database.h"
-#include "hosts/multivalue/error.h"
+#include "hosts/multivalue/text/error.h"
 
 #if defined(_WIN32)
 #ifndef NOMINMAX
@@ -17,9 +17,9 @@
 
 namespace kel::embedded {
 
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::Text;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
 
 namespace {
 

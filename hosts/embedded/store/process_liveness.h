@@ -9,14 +9,14 @@
 
 #include <cstdint>
 
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
 namespace kel::embedded {
 
 class ByteLockFile {
 public:
-    // Opens or creates `path`. Throws multivalue::Error (kCannotOpen).
-    explicit ByteLockFile(const multivalue::Text& path);
+    // Opens or creates `path`. Throws text::Error (kCannotOpen).
+    explicit ByteLockFile(const text::Text& path);
     ByteLockFile(const ByteLockFile&) = delete;
     ByteLockFile& operator=(const ByteLockFile&) = delete;
     ~ByteLockFile();  // gives all its bytes free
@@ -31,6 +31,6 @@ private:
 };
 
 std::uint32_t CurrentProcessId();
-multivalue::Text CurrentUserName();  // "" when the system does not tell
+text::Text CurrentUserName();  // "" when the system does not tell
 
 }  // namespace kel::embedded

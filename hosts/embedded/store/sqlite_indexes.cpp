@@ -4,19 +4,20 @@
 
 #include "hosts/embedded/store/keys.h"
 #include "hosts/embedded/store/sqlite_session.h"
-#include "hosts/multivalue/id_rules.h"
+#include "hosts/multivalue/store/files.h"
+#include "hosts/multivalue/store/id_rules.h"
 
 namespace kel::embedded {
 
-using multivalue::FileNumber;
-using multivalue::IndexInfo;
-using multivalue::LockAnswer;
-using multivalue::TextView;
+using store::FileNumber;
+using store::IndexInfo;
+using store::LockAnswer;
+using text::TextView;
 
 // ---- Indexes ----
 
 void SqliteStore::CreateIndex(FileNumber file, TextView name, TextView description) {
-    multivalue::CheckFileName(name);
+    store::CheckFileName(name);
     AsOne([&] {
         RequireFile(file);
         indexes_.Create(NumberOf(file), name, description);
@@ -74,7 +75,7 @@ void SqliteStore::UnlockAll() {
     }
 }
 
-std::vector<multivalue::HeldLock> SqliteStore::Locks() {
+std::vector<store::HeldLock> SqliteStore::Locks() {
     RequireWritable();
     return OwnLocks().All();
 }

@@ -6,18 +6,20 @@
 
 #include "hosts/embedded/store/sqlite_session.h"
 
+#include "hosts/multivalue/store/files.h"
+
 namespace kel::embedded {
 
-using multivalue::FileNumber;
-using multivalue::IndexEntry;
-using multivalue::IndexRange;
-using multivalue::IndexScan;
-using multivalue::Scan;
-using multivalue::ScanEntry;
-using multivalue::ScanOrder;
-using multivalue::ScanRange;
-using multivalue::Text;
-using multivalue::TextView;
+using store::FileNumber;
+using store::IndexEntry;
+using store::IndexRange;
+using store::IndexScan;
+using store::Scan;
+using store::ScanEntry;
+using store::ScanOrder;
+using store::ScanRange;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -167,8 +169,8 @@ public:
                 store.database_,
                 ("SELECT key FROM " + table + " WHERE key < ?1 ORDER BY key DESC LIMIT 1").c_str());
         }
-        const std::optional<multivalue::IndexBound>& start = up_ ? range.low : range.high;
-        const std::optional<multivalue::IndexBound>& end = up_ ? range.high : range.low;
+        const std::optional<store::IndexBound>& start = up_ ? range.low : range.high;
+        const std::optional<store::IndexBound>& end = up_ ? range.high : range.low;
         if (start) {
             key_ = EncodeIndexKey(start->key);
             // After no id of the key, or after all of them.
@@ -191,8 +193,8 @@ public:
         if (!atEnd_) {
             try {
                 count = Fill(entries, limit);
-            } catch (const multivalue::Error& error) {
-                if (error.kind() == multivalue::ErrorKind::kInputOutput) {
+            } catch (const text::Error& error) {
+                if (error.kind() == text::ErrorKind::kInputOutput) {
                     Table();  // says why there is no such table any more
                 }
                 throw;

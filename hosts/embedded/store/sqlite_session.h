@@ -16,23 +16,24 @@
 #include "hosts/embedded/store/lock_table.h"
 #include "hosts/embedded/store/process_liveness.h"
 #include "hosts/embedded/store/sqlite_store.h"
-#include "hosts/multivalue/error.h"
-#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/store/files.h"
+#include "hosts/multivalue/store/store.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::embedded {
 
-inline std::int64_t NumberOf(multivalue::FileNumber file) {
+inline std::int64_t NumberOf(store::FileNumber file) {
     return static_cast<std::int64_t>(file);
 }
 
-inline std::string TableOf(multivalue::FileNumber file) {
+inline std::string TableOf(store::FileNumber file) {
     return "f" + std::to_string(NumberOf(file));
 }
 
 // One connection to the account, one view of its locks.
-class SqliteStore final : public multivalue::Store {
+class SqliteStore final : public store::Store {
 public:
-    SqliteStore(multivalue::TextView path, const StoreOptions& options)
+    SqliteStore(text::TextView path, const StoreOptions& options)
         : database_(OpenAccount(path, options)),
           readOnly_(options.readOnly),
           busyWaitMs_(options.busyWaitMs),
@@ -45,44 +46,41 @@ public:
     SqliteStore& operator=(const SqliteStore&) = delete;
     ~SqliteStore() override { reading_.End(); }  // before any statement goes
 
-    std::vector<multivalue::Text> FileNames() override;
-    std::optional<multivalue::FileNumber> FindFile(multivalue::TextView name) override;
-    multivalue::FileNumber CreateFile(multivalue::TextView name) override;
-    void RenameFile(multivalue::FileNumber file, multivalue::TextView name) override;
-    void DeleteFile(multivalue::FileNumber file) override;
-    void ClearFile(multivalue::FileNumber file) override;
-    std::uint64_t CountRecords(multivalue::FileNumber file) override;
+    std::vector<text::Text> FileNames() override;
+    std::optional<store::FileNumber> FindFile(text::TextView name) override;
+    store::FileNumber CreateFile(text::TextView name) override;
+    void RenameFile(store::FileNumber file, text::TextView name) override;
+    void DeleteFile(store::FileNumber file) override;
+    void ClearFile(store::FileNumber file) override;
+    std::uint64_t CountRecords(store::FileNumber file) override;
 
-    bool Read(multivalue::FileNumber file,
-              multivalue::TextView id,
-              multivalue::Text& record) override;
-    bool Exists(multivalue::FileNumber file, multivalue::TextView id) override;
-    void Write(multivalue::FileNumber file,
-               multivalue::TextView id,
-               multivalue::TextView record,
-               multivalue::AfterWrite after) override;
-    bool Delete(multivalue::FileNumber file, multivalue::TextView id) override;
-    std::unique_ptr<multivalue::Scan> OpenScan(multivalue::FileNumber file,
-                                               const multivalue::ScanRange& range) override;
+    bool Read(store::FileNumber file, text::TextView id, text::Text& record) override;
+    bool Exists(store::FileNumber file, text::TextView id) override;
+    void Write(store::FileNumber file,
+               text::TextView id,
+               text::TextView record,
+               store::AfterWrite after) override;
+    bool Delete(store::FileNumber file, text::TextView id) override;
+    std::unique_ptr<store::Scan> OpenScan(store::FileNumber file,
+                                          const store::ScanRange& range) override;
 
-    void UseIndexKeys(multivalue::IndexKeys* keys) override { indexes_.UseKeys(keys); }
-    void CreateIndex(multivalue::FileNumber file,
-                     multivalue::TextView name,
-                     multivalue::TextView description) override;
-    void RebuildIndex(multivalue::FileNumber file, multivalue::TextView name) override;
-    void DropIndex(multivalue::FileNumber file, multivalue::TextView name) override;
-    std::vector<multivalue::IndexInfo> Indexes(multivalue::FileNumber file) override;
-    std::unique_ptr<multivalue::IndexScan> OpenIndexScan(
-        multivalue::FileNumber file,
-        multivalue::TextView name,
-        const multivalue::IndexRange& range) override;
+    void UseIndexKeys(store::IndexKeys* keys) override { indexes_.UseKeys(keys); }
+    void CreateIndex(store::FileNumber file,
+                     text::TextView name,
+                     text::TextView description) override;
+    void RebuildIndex(store::FileNumber file, text::TextView name) override;
+    void DropIndex(store::FileNumber file, text::TextView name) override;
+    std::vector<store::IndexInfo> Indexes(store::FileNumber file) override;
+    std::unique_ptr<store::IndexScan> OpenIndexScan(store::FileNumber file,
+                                                    text::TextView name,
+                                                    const store::IndexRange& range) override;
 
-    multivalue::LockAnswer Lock(multivalue::FileNumber file,
-                                multivalue::TextView id,
-                                std::uint32_t waitMs) override;
-    void Unlock(multivalue::FileNumber file, multivalue::TextView id) override;
+    store::LockAnswer Lock(store::FileNumber file,
+                           text::TextView id,
+                           std::uint32_t waitMs) override;
+    void Unlock(store::FileNumber file, text::TextView id) override;
     void UnlockAll() override;
-    std::vector<multivalue::HeldLock> Locks() override;
+    std::vector<store::HeldLock> Locks() override;
 
     void Begin() override;
     void Commit() override;
@@ -100,33 +98,33 @@ private:
         Statement remove;
     };
 
-    FileStatements& StatementsOf(multivalue::FileNumber file);
+    FileStatements& StatementsOf(store::FileNumber file);
     Statement& Prepared(Statement FileStatements::*which,
-                        multivalue::FileNumber file,
+                        store::FileNumber file,
                         const char* before,
                         const char* after);
-    void ForgetStatements(multivalue::FileNumber file);
-    bool IsInCatalogue(multivalue::FileNumber file);
+    void ForgetStatements(store::FileNumber file);
+    bool IsInCatalogue(store::FileNumber file);
     template <typename Work>
-    auto OnFile(multivalue::FileNumber file, Work work);
+    auto OnFile(store::FileNumber file, Work work);
     template <typename Work>
     void AsOne(Work work);
     void UndoOne();
     template <typename Keep, typename Change>
-    void WithIndexes(multivalue::FileNumber file, Keep keep, Change change);
-    void RequireFile(multivalue::FileNumber file);
+    void WithIndexes(store::FileNumber file, Keep keep, Change change);
+    void RequireFile(store::FileNumber file);
     void CheckChangesAllowed();
     void RequireWritable();
-    void CheckNameFree(multivalue::TextView name);
+    void CheckNameFree(text::TextView name);
     LockTable& OwnLocks();
-    void ReleaseAfterChange(multivalue::FileNumber file, Bytes id) noexcept;
+    void ReleaseAfterChange(store::FileNumber file, Bytes id) noexcept;
 
     Database database_;
     // Every member that uses database_ begins with a Turn or with End; so does what scans do.
     HeldReading reading_{database_};
     const bool readOnly_;
     const std::uint32_t busyWaitMs_;
-    const multivalue::Text user_;
+    const text::Text user_;
     IndexTables indexes_;
     Statement findFile_;
     Statement begin_;
@@ -137,17 +135,17 @@ private:
     std::vector<std::uint8_t> buffer_;
     std::unique_ptr<LockTable> locks_;  // made for the first lock: many sessions never take one
     bool inBatch_ = false;
-    std::vector<std::pair<multivalue::FileNumber, std::string>> releasedInBatch_;
+    std::vector<std::pair<store::FileNumber, std::string>> releasedInBatch_;
 };
 
 // Runs work on a file's table. That the table is gone shows only when a statement fails; the
 // failure is then told as what it means.
 template <typename Work>
-auto SqliteStore::OnFile(multivalue::FileNumber file, Work work) {
+auto SqliteStore::OnFile(store::FileNumber file, Work work) {
     try {
         return work();
-    } catch (const multivalue::Error& error) {
-        if (error.kind() == multivalue::ErrorKind::kInputOutput) {
+    } catch (const text::Error& error) {
+        if (error.kind() == text::ErrorKind::kInputOutput) {
             ForgetStatements(file);
             RequireFile(file);
         }

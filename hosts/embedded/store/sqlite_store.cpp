@@ -6,16 +6,17 @@
 #include "hosts/embedded/store/codec.h"
 #include "hosts/embedded/store/keys.h"
 #include "hosts/embedded/store/sqlite_session.h"
-#include "hosts/multivalue/id_rules.h"
+#include "hosts/multivalue/store/files.h"
+#include "hosts/multivalue/store/id_rules.h"
 
 namespace kel::embedded {
 
-using multivalue::AfterWrite;
-using multivalue::Error;
-using multivalue::ErrorKind;
-using multivalue::FileNumber;
-using multivalue::Text;
-using multivalue::TextView;
+using store::AfterWrite;
+using store::FileNumber;
+using text::Error;
+using text::ErrorKind;
+using text::Text;
+using text::TextView;
 
 namespace {
 
@@ -123,7 +124,7 @@ void SqliteStore::CheckNameFree(TextView name) {
 }
 
 FileNumber SqliteStore::CreateFile(TextView name) {
-    multivalue::CheckFileName(name);
+    store::CheckFileName(name);
     const std::string bytes = EncodeKey(name);
     FileNumber file{};
     AsOne([&] {
@@ -141,7 +142,7 @@ FileNumber SqliteStore::CreateFile(TextView name) {
 }
 
 void SqliteStore::RenameFile(FileNumber file, TextView name) {
-    multivalue::CheckFileName(name);
+    store::CheckFileName(name);
     const std::string bytes = EncodeKey(name);
     AsOne([&] {
         RequireFile(file);
@@ -232,7 +233,7 @@ void SqliteStore::WithIndexes(FileNumber file, Keep keep, Change change) {
 void SqliteStore::Write(FileNumber file, TextView id, TextView record, AfterWrite after) {
     const Key key(id);
     CheckChangesAllowed();
-    if (record.size() > multivalue::kMaxRecordUnits) {
+    if (record.size() > text::kMaxRecordUnits) {
         throw Error(ErrorKind::kTooLong,
                     u"The record \"" + Text(id) + u"\" is longer than a record can be.");
     }
@@ -344,7 +345,7 @@ void SqliteStore::Rollback() noexcept {
     releasedInBatch_.clear();
 }
 
-std::unique_ptr<multivalue::Store> OpenStore(TextView path, const StoreOptions& options) {
+std::unique_ptr<store::Store> OpenStore(TextView path, const StoreOptions& options) {
     return std::make_unique<SqliteStore>(path, options);
 }
 

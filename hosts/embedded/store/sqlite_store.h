@@ -6,7 +6,7 @@
 #include <memory>
 #include <optional>
 
-#include "hosts/multivalue/store.h"
+#include "hosts/multivalue/store/store.h"
 
 namespace kel::embedded {
 
@@ -20,7 +20,7 @@ enum class Durability {
 };
 
 // The setting of that name, whatever its case; nothing for another.
-std::optional<Durability> DurabilityNamed(multivalue::TextView name);
+std::optional<Durability> DurabilityNamed(text::TextView name);
 
 struct StoreOptions {
     bool readOnly = false;
@@ -28,16 +28,15 @@ struct StoreOptions {
     Durability durability = Durability::kFull;
     std::uint32_t busyWaitMs = 10000;  // how long a call waits for another process that is writing
     std::uint64_t maxBytes = 0;  // writes fail (kFull) rather than pass this size; 0: no limit
-    multivalue::Text user = {};  // shown to those who wait for a lock; "": the system's name
+    text::Text user = {};        // shown to those who wait for a lock; "": the system's name
 };
 
 // Opens a session with the account at `path`.
 //
-// Throws multivalue::Error, the text naming the path: kCannotOpen (missing, a folder, no access,
+// Throws text::Error, the text naming the path: kCannotOpen (missing, a folder, no access,
 // folder missing), kNetworkDrive, kSeveralNames (hard links), kNotAnAccount (no database, or
 // another program's), kNewerFormat, kDamaged, kBusy, kReadOnly (the file may not be written
 // although readOnly was not asked for), kFull.
-std::unique_ptr<multivalue::Store> OpenStore(multivalue::TextView path,
-                                             const StoreOptions& options = {});
+std::unique_ptr<store::Store> OpenStore(text::TextView path, const StoreOptions& options = {});
 
 }  // namespace kel::embedded

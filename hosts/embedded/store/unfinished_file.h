@@ -5,7 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include "hosts/multivalue/text.h"
+#include "hosts/multivalue/text/text.h"
 
 namespace kel::embedded {
 
@@ -13,12 +13,12 @@ namespace kel::embedded {
 // it has its proper name if all went well.
 class UnfinishedFile {
 public:
-    explicit UnfinishedFile(multivalue::Text path) : path_(std::move(path)) { Remove(); }
+    explicit UnfinishedFile(text::Text path) : path_(std::move(path)) { Remove(); }
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
     ~UnfinishedFile() { Remove(); }
 
-    const multivalue::Text& path() const { return path_; }
+    const text::Text& path() const { return path_; }
 
 private:
     void Remove() const {
@@ -28,7 +28,7 @@ private:
         }
     }
 
-    const multivalue::Text path_;
+    const text::Text path_;
 };
 
 }  // namespace kel::embedded

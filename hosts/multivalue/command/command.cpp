@@ -1,0 +1,122 @@
+#include "hosts/multivalue/command/command.h"
+
+#include <algorithm>
+
+#include "hosts/multivalue/number/arithmetic.h"
+#include "hosts/multivalue/store/files.h"
+
+namespace kel::command {
+
+void Command::ReadWords() {
+    words_ = SplitWords(sentence_, Signs::kWithin);
+}
+
+const Word& Command::Take() {
+    const Word& word = Peek();
+    at_ += AtEnd() ? 0 : 1;
+    return word;
+}
+
+bool Command::TakeIf(TextView keyword) {
+    if (Peek().kind != Word::Kind::kPlain || Peek().keyword != keyword) {
+        return false;
+    }
+    Take();
+    return true;
+}
+
+Text Command::RequireName(TextView what) {
+    if (AtEnd()) {
+        Refuse(words_.front().text, Text(u"needs ").append(what).append(u"."));
+    }
+    return Take().text;
+}
+
+void Command::RequireEnd() const {
+    if (!AtEnd()) {
+        Refuse(Peek().text, u"stands where it means nothing.");
+    }
+}
+
+int Command::TakeListNumber() {
+    const Text word = RequireName(u"the number of a list");
+    const std::optional<Number> number = Number::Parse(word);
+    if (!number || number->IsNegative() || number->ToPosition() >= kActiveLists) {
+        Refuse(word, u"is not the number of a list, 0 to 10.");
+    }
+    return number->ToPosition();
+}
+
+std::vector<Text> Command::TakeRest() {
+    std::vector<Text> rest;
+    while (!AtEnd()) {
+        rest.push_back(Take().text);
+    }
+    return rest;
+}
+
+NamedFile Command::RequireFileName() {
+    const bool isDictionary = TakeIf(u"DICT");
+    const Text name = RequireName(u"the name of a file");
+    return RequireFile(OwnStore(), isDictionary ? DictionaryFileName(name) : name);
+}
+
+void Command::Line(TextView line) {
+    if (hasLines_) {
+        answer_.output.push_back(kAttributeMark);
+    }
+    hasLines_ = true;
+    answer_.output.append(line);
+}
+
+void Command::CountLine(std::uint64_t count, TextView rest) {
+    Text line;
+    Number(static_cast<std::int64_t>(count)).AppendTo(line);
+    Line(line.append(rest));
+}
+
+void Command::Code(int code) {
+    if (!answer_.codes.empty()) {
+        answer_.codes.push_back(kAttributeMark);
+    }
+    Number(code).AppendTo(answer_.codes);
+}
+
+void Command::Fail(const Error& error) {
+    Line(error.text());
+    Code(kMistake);
+    if (error.kind() != ErrorKind::kBadArgument) {
+        answer_.failure = error.kind();
+    }
+}
+
+const std::vector<CommandVerb>& AllCommands() {
+    static const std::vector<CommandVerb> all = [] {
+        std::vector<CommandVerb> verbs;
+        for (const std::span<const CommandVerb> group : {ListCommands(),
+                                                         ReportCommands(),
+                                                         FileCommands(),
+                                                         RecordCommands(),
+                                                         IndexCommands(),
+                                                         SessionCommands(),
+                                                         AccountCommands()}) {
+            verbs.insert(verbs.end(), group.begin(), group.end());
+        }
+        std::sort(
+            verbs.begin(), verbs.end(), [](const CommandVerb& left, const CommandVerb& right) {
+                return left.name < right.name;
+            });
+        return verbs;
+    }();
+    return all;
+}
+
+const CommandVerb* FindCommand(TextView keyword) {
+    const std::vector<CommandVerb>& all = AllCommands();
+    const auto found = std::find_if(all.begin(), all.end(), [keyword](const CommandVerb& verb) {
+        return verb.name == keyword;
+    });
+    return found == all.end() ? nullptr : &*found;
+}
+
+}  // namespace kel::command

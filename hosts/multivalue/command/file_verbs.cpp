@@ -1,0 +1,136 @@
+// Verbs about files as a whole.
+#include <array>
+
+#include "hosts/multivalue/command/command.h"
+
+#include "hosts/multivalue/store/files.h"
+
+namespace kel::command {
+
+namespace {
+
+constexpr TextView kDictionaryPrefix = u"DICT ";
+constexpr std::size_t kNameColumn = 32;
+
+// Which of a file's two parts a sentence is about.
+enum class Part { kBoth, kData, kDictionary };
+
+struct FileOperand {
+    Part part;
+    Text name;
+};
+
+FileOperand TakeOperand(Command& command) {
+    const Part part = command.TakeIf(u"DICT")   ? Part::kDictionary
+                      : command.TakeIf(u"DATA") ? Part::kData
+                                                : Part::kBoth;
+    FileOperand operand{part, command.RequireName(u"the name of one file")};
+    return operand;
+}
+
+Text Told(const FileOperand& operand, TextView what) {
+    Text told = operand.part == Part::kDictionary ? u"Dictionary of \"" : u"File \"";
+    return told.append(operand.name).append(u"\" ").append(what);
+}
+
+// The item that says how ids are shown. New dictionaries have nothing else.
+Text IdItem(TextView file) {
+    Text item = u"D\u00FE0\u00FE\u00FE";
+    return item.append(file).append(u"\u00FE10L\u00FES");
+}
+
+void CreateFile(Command& command) {
+    const FileOperand operand = TakeOperand(command);
+    command.RequireEnd();
+    Store& store = command.OwnStore();
+    Batch batch(store);
+    if (operand.part != Part::kDictionary) {
+        store.CreateFile(operand.name);
+    }
+    const Text dictionary = DictionaryFileName(operand.name);
+    if (operand.part == Part::kDictionary ||
+        (operand.part == Part::kBoth && !store.FindFile(dictionary))) {
+        const FileNumber number = store.CreateFile(dictionary);
+        store.Write(number, u"@ID", IdItem(operand.name), AfterWrite::kRelease);
+    }
+    batch.Commit();
+    command.Line(Told(operand, u"created."));
+    command.Code(kFileCreated);
+}
+
+// The files that an operand means. The dictionary of a file goes with it where there is one.
+std::vector<FileNumber> Parts(FileOperand& operand, Store& store) {
+    std::vector<FileNumber> numbers;
+    if (operand.part == Part::kDictionary) {
+        numbers.push_back(RequireFile(store, DictionaryFileName(operand.name)).number);
+        return numbers;
+    }
+    const NamedFile data = RequireFile(store, operand.name);
+    operand.name = data.name;
+    numbers.push_back(data.number);
+    const std::optional<FileNumber> dictionary = store.FindFile(DictionaryFileName(data.name));
+    if (operand.part == Part::kBoth && dictionary) {
+        numbers.push_back(*dictionary);
+    }
+    return numbers;
+}
+
+void DeleteFile(Command& command) {
+    FileOperand operand = TakeOperand(command);
+    command.RequireEnd();
+    Batch batch(command.OwnStore());
+    for (const FileNumber number : Parts(operand, command.OwnStore())) {
+        command.OwnStore().DeleteFile(number);
+    }
+    batch.Commit();
+    command.Line(Told(operand, u"deleted."));
+    command.Code(kFileDeleted);
+}
+
+void ClearFile(Command& command) {
+    FileOperand operand = TakeOperand(command);
+    command.RequireEnd();
+    // Records come and go; descriptions of fields are only cleared when asked for.
+    operand.part = operand.part == Part::kBoth ? Part::kData : operand.part;
+    command.OwnStore().ClearFile(Parts(operand, command.OwnStore()).front());
+    command.Line(Told(operand, u"cleared."));
+    command.Code(kFileCleared);
+}
+
+void ListFiles(Command& command) {
+    command.RequireEnd();
+    Store& store = command.OwnStore();
+    const std::vector<Text> names = store.FileNames();
+    std::uint64_t count = 0;
+    Text heading = u"File";
+    heading.resize(kNameColumn, u' ');
+    command.Line(heading + u"Records");
+    for (const Text& name : names) {
+        const std::optional<FileNumber> file = store.FindFile(name);
+        if (!file || name.starts_with(kDictionaryPrefix)) {
+            continue;
+        }
+        Text line = name;
+        line.resize(std::max(kNameColumn, line.size() + 1), u' ');
+        Number(static_cast<std::int64_t>(store.CountRecords(*file))).AppendTo(line);
+        command.Line(line);
+        ++count;
+    }
+    command.CountLine(count, u" file(s) listed");
+    command.Code(kRecordsListed);
+}
+
+constexpr std::array kVerbs{
+    CommandVerb{u"CREATE-FILE", CreateFile, true, u"CREATE-FILE {DICT or DATA} name: makes a file"},
+    CommandVerb{u"DELETE-FILE", DeleteFile, true, u"DELETE-FILE {DICT or DATA} name: drops a file"},
+    CommandVerb{u"CLEAR-FILE", ClearFile, true, u"CLEAR-FILE {DICT} name: deletes all records"},
+    CommandVerb{u"LISTF", ListFiles, true, u"LISTF: lists the files of the account"},
+};
+
+}  // namespace
+
+std::span<const CommandVerb> FileCommands() {
+    return kVerbs;
+}
+
+}  // namespace kel::command

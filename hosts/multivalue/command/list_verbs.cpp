@@ -1,0 +1,209 @@
+// Verbs that make, keep and drop lists of ids.
+#include <array>
+
+#include "hosts/multivalue/command/command.h"
+#include "hosts/multivalue/expression/element_functions.h"
+#include "hosts/multivalue/query/parser.h"
+#include "hosts/multivalue/query/selection.h"
+#include "hosts/multivalue/store/files.h"
+#include "hosts/multivalue/store/id_rules.h"
+#include "hosts/multivalue/text/record_fields.h"
+
+namespace kel::command {
+
+namespace {
+
+void TellSelected(Command& command, std::uint64_t count, int list) {
+    Text rest = u" record(s) selected to list ";
+    Number(list).AppendTo(rest);
+    command.CountLine(count, rest);
+    command.Code(count > 0 ? kRecordsSelected : kNothingSelected);
+}
+
+// Makes a list active. An empty one is a list too: what works on it finds nothing.
+void Activate(Command& command, const MadeList& made) {
+    std::vector<SelectedId> entries = Drain(*made.list);
+    const std::size_t count = entries.size();
+    command.Own().PutList(made.number, ListOf(std::move(entries)));
+    TellSelected(command, count, made.number);
+}
+
+void Select(Command& command) {
+    Activate(command, SelectByQuery(command.Own(), command.Sentence()));
+}
+
+// A saved list is a record: an attribute for each entry, of its id and, for an exploded one, the
+// numbers of value and subvalue behind value marks.
+Text WriteList(SelectList& list) {
+    Text record;
+    bool isFirst = true;
+    for (SelectedId entry; list.Next(entry);) {
+        if (!isFirst) {
+            record.push_back(kAttributeMark);
+        }
+        isFirst = false;
+        record.append(entry.id);
+        if (entry.position.value > 0) {
+            record.push_back(kValueMark);
+            Number(entry.position.value).AppendTo(record);
+            record.push_back(kValueMark);
+            Number(entry.position.subvalue).AppendTo(record);
+        }
+    }
+    return record;
+}
+
+template <typename Use>
+void ForEachPart(TextView text, char16_t mark, Use use) {
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(mark), text.size());
+        use(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
+NamedFile SavedLists(Store& store) {
+    const std::optional<FileNumber> file = store.FindFile(kSavedListFile);
+    return {file ? *file : store.CreateFile(kSavedListFile), Text(kSavedListFile)};
+}
+
+void SaveList(Command& command) {
+    const Text name = command.RequireName(u"a name for the list");
+    const int number = command.TakeIf(u"FROM") ? command.TakeListNumber() : 0;
+    command.RequireEnd();
+    const std::unique_ptr<SelectList> list = TakeSourceList(command.Own(), number, true);
+    std::vector<SelectedId> entries = Drain(*list);
+    const std::size_t count = entries.size();
+    command.OwnStore().Write(SavedLists(command.OwnStore()).number,
+                             name,
+                             WriteList(*ListOf(std::move(entries))),
+                             AfterWrite::kRelease);
+    command.CountLine(count, Text(u" record(s) saved to list \"") + name + u"\"");
+    command.Code(kListSaved);
+}
+
+void GetList(Command& command) {
+    Activate(command, ReadSavedList(command));
+}
+
+void DeleteList(Command& command) {
+    const Text name = command.RequireName(u"the name of a saved list");
+    command.RequireEnd();
+    const std::optional<FileNumber> file = command.OwnStore().FindFile(kSavedListFile);
+    if (!file || !CanBeId(name) || !command.OwnStore().Delete(*file, name)) {
+        Refuse(name, u"is not a saved list.");
+    }
+    command.Line(u"List \"" + name + u"\" deleted");
+    command.Code(kListDeleted);
+}
+
+void SelectAttributes(Command& command) {
+    Activate(command, ReadAttributeList(command));
+}
+
+void ClearSelect(Command& command) {
+    const bool all = command.TakeIf(u"ALL");
+    const int number = all || command.AtEnd() ? 0 : command.TakeListNumber();
+    command.RequireEnd();
+    for (int list = number; list < (all ? kActiveLists : number + 1); ++list) {
+        command.Own().PutList(list, nullptr);
+    }
+}
+
+constexpr std::array kVerbs{
+    CommandVerb{u"SELECT", Select, false, u"SELECT file ...: makes a list of ids"},
+    CommandVerb{u"SSELECT", Select, false, u"SSELECT file ...: makes a sorted list of ids"},
+    CommandVerb{u"QSELECT",
+                SelectAttributes,
+                true,
+                u"QSELECT file id ... {FIELD n}: makes a list of the attributes of records"},
+    CommandVerb{u"SAVE-LIST", SaveList, true, u"SAVE-LIST name {FROM n}: keeps an active list"},
+    CommandVerb{u"GET-LIST", GetList, true, u"GET-LIST name {TO n}: makes a saved list active"},
+    CommandVerb{u"DELETE-LIST", DeleteList, true, u"DELETE-LIST name: drops a saved list"},
+    CommandVerb{u"CLEARSELECT", ClearSelect, true, u"CLEARSELECT {n or ALL}: drops active lists"},
+};
+
+}  // namespace
+
+std::unique_ptr<SelectList> TakeSourceList(Session& session,
+                                           std::optional<int> number,
+                                           bool isRequired) {
+    std::unique_ptr<SelectList> list = session.TakeList(number.value_or(0));
+    if (!list && (isRequired || number)) {
+        Text name;
+        Number(number.value_or(0)).AppendTo(name);
+        Refuse(u"There is no active list " + name + u".");
+    }
+    return list;
+}
+
+MadeList SelectByQuery(Session& session, TextView sentence) {
+    Query query =
+        ParseQuery(sentence, session.Options(), session.OwnStore(), session.OwnEnvironment());
+    const int number = query.toList.value_or(0);
+    std::unique_ptr<SelectList> list;
+    if (query.ids.empty()) {
+        list = TakeSourceList(session, query.fromList, query.requiresList);
+    }
+    return {std::make_unique<Selection>(
+                std::move(query), std::move(list), session.OwnStore(), session.OwnEnvironment()),
+            number};
+}
+
+MadeList ReadSavedList(Command& command) {
+    const Text name = command.RequireName(u"the name of a saved list");
+    const int number = command.TakeIf(u"TO") ? command.TakeListNumber() : 0;
+    command.RequireEnd();
+    Text record;
+    const std::optional<FileNumber> file = command.OwnStore().FindFile(kSavedListFile);
+    if (!file || !CanBeId(name) || !command.OwnStore().Read(*file, name, record)) {
+        Refuse(name, u"is not a saved list.");
+    }
+    std::vector<SelectedId> entries;
+    ForEachPart(record, kAttributeMark, [&](TextView part) {
+        SelectedId entry;
+        entry.id = ElementOf(part, kValueMark, 1);
+        entry.position = {Number::OrZero(ElementOf(part, kValueMark, 2)).ToPosition(),
+                          Number::OrZero(ElementOf(part, kValueMark, 3)).ToPosition()};
+        entries.push_back(std::move(entry));
+    });
+    return {ListOf(std::move(entries)), number};
+}
+
+MadeList ReadAttributeList(Command& command) {
+    const NamedFile file = command.RequireFileName();
+    std::vector<Text> ids;
+    std::int32_t attribute = 0;
+    while (!command.AtEnd()) {
+        if (command.TakeIf(u"FIELD")) {
+            const Text number = command.RequireName(u"the number of an attribute");
+            attribute = Number::OrZero(number).ToPosition();
+            if (attribute < 1) {
+                Refuse(number, u"is not the number of an attribute.");
+            }
+        } else {
+            ids.push_back(command.Take().text);
+        }
+    }
+    const std::unique_ptr<SelectList> list =
+        ids.empty() ? TakeSourceList(command.Own(), std::nullopt, true) : ListOfIds(std::move(ids));
+    std::vector<Text> parts;
+    Text record;
+    for (SelectedId entry; list->Next(entry);) {
+        if (!CanBeId(entry.id) || !command.OwnStore().Read(file.number, entry.id, record)) {
+            Refuse(entry.id, u"is not in the file.");
+        }
+        RecordFields fields{TextView(record)};
+        const TextView text = attribute > 0 ? fields.Attribute(attribute) : TextView(record);
+        ForEachPart(text, attribute > 0 ? kValueMark : kAttributeMark, [&](TextView part) {
+            parts.emplace_back(part);
+        });
+    }
+    return {ListOfIds(std::move(parts)), 0};
+}
+
+std::span<const CommandVerb> ListCommands() {
+    return kVerbs;
+}
+
+}  // namespace kel::command
