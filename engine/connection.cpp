@@ -304,20 +304,13 @@ void Dbms::disconnect() noexcept {
     isConnecting_ = false;
 }
 
-// Closes a key field's select list, drops its record state and tells its controls.
+// Drops a key field's record state, closes its select list and tells its controls.
 void Dbms::forgetKeyField(TextView key) noexcept {
     Ignoring([&] {
         const auto leaving = info(key);
-        Ignoring([&] {
-            const auto closing = host();
-            const ComPtr<IDispatch> list = leaving->state.selectList;
-            Variant ignored;
-            CallOut([&] { return closing->CloseSelect(list.get(), ignored.put()); });
-        });
-        leaving->state.selectList.reset();
-        if (InfoList().KeyExists(key)) {
-            InfoList().RemoveByKey(key);
-        }
+        // Dropped first: client code that runs while the list is closed finds it gone.
+        InfoList().RemoveByKey(key);
+        closeSelectList(*leaving);
     });
     tellField(key, [](_kelFieldCallBack& callback) { return callback.FldDisconnected(); });
 }

@@ -97,6 +97,7 @@ TEST_F(Selections, CloseEachListOnceWhoeverComesBackIn) {
         {"selecting within the close of a selection", Member::kCloseSelect, selects, selects, true},
         {"closing within the close of a selection", Member::kCloseSelect, selects, closes, true},
         {"disconnecting within a close", Member::kCloseSelect, closes, disconnects, false},
+        {"closing within a disconnection", Member::kCloseSelect, disconnects, closes, false},
     };
     for (const Case& one : cases) {
         for (const bool isBefore : {true, false}) {
