@@ -107,9 +107,11 @@ void RegisterClass(const Root& root, const ClassEntry& entry, const std::wstring
 
 void RegisterLibrary(RegistrationScope scope) {
     std::wstring path = ModulePath();
-    const auto registerIt =
-        scope == RegistrationScope::kMachine ? RegisterTypeLib : RegisterTypeLibForUser;
-    Check(registerIt(LoadOwnTypeLibrary(1).get(), path.data(), nullptr));
+    const auto library = LoadOwnTypeLibrary(1);
+    // Two calls, not one through a pointer: headers differ in which of the two takes constant text.
+    Check(scope == RegistrationScope::kMachine
+              ? RegisterTypeLib(library.get(), path.data(), nullptr)
+              : RegisterTypeLibForUser(library.get(), path.data(), nullptr));
 }
 
 void UnregisterLibrary(RegistrationScope scope) {

@@ -13,7 +13,6 @@ using registry::ThreadRegistry;
 
 namespace {
 
-constexpr short kTraceLevel = 9;
 constexpr const wchar_t* kSessionLost =
     L"Reference to Session information can not be found.  Database Session has been closed and "
     L"distroyed.";
@@ -258,7 +257,7 @@ STDMETHODIMP DictItem::InitalizeDictItem() noexcept {
         if (definition.dictName.empty()) {
             dictRead_ = DictReadInitalized;
         } else {
-            core::WriteLog(definition.dictName + L"InitializeDictItem ", kTraceLevel);
+            core::WriteLog(definition.dictName + L"InitializeDictItem ", core::kTraceLevel);
             CallOut([&] { return engine->ReadDictItem(self()); });
         }
         if (dictRead_ != DictReadInitalized || definition.session.empty()) {

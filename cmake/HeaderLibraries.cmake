@@ -1,4 +1,4 @@
-# Header-only libraries of the build machine, for all presets: nlohmann_json_headers, catch2_headers.
+# Header-only libraries of the build machine, for all presets: nlohmann_json_headers.
 #
 # Their headers are copied out of /usr/include into the build tree. That folder itself must never be
 # on a cross compiler's path: it would find this machine's C library there.
@@ -13,4 +13,3 @@ function(kel_header_library target subfolder)
 endfunction()
 
 kel_header_library(nlohmann_json_headers nlohmann)
-kel_header_library(catch2_headers catch2)

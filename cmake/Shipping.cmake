@@ -6,11 +6,12 @@
 #       appears in the start menu.
 #
 # <build>/shipped.txt has a line for each, file name and shortcut with a tab between, for the
-# packages and for the test of their hardening.
+# packages and for the test of their hardening. The target kel_shipped builds them.
 
 function(kel_ship target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "DESCRIPTION;SHORTCUT" "")
     set_property(GLOBAL APPEND PROPERTY KEL_SHIPPED "$<TARGET_FILE_NAME:${target}>\t${arg_SHORTCUT}")
+    set_property(GLOBAL APPEND PROPERTY KEL_SHIPPED_TARGETS ${target})
     get_target_property(type ${target} TYPE)
     if(NOT type STREQUAL EXECUTABLE)
         return()
@@ -30,6 +31,8 @@ endfunction()
 
 # Once, after everything that ships is declared.
 function(kel_list_shipped)
+    get_property(targets GLOBAL PROPERTY KEL_SHIPPED_TARGETS)
+    add_custom_target(kel_shipped DEPENDS ${targets})
     get_property(shipped GLOBAL PROPERTY KEL_SHIPPED)
     list(JOIN shipped "\n" shipped)
     file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/shipped.txt CONTENT "${shipped}\n")

@@ -5,6 +5,9 @@
 
 namespace kel::core {
 
+// The level of messages that tell how objects come and go.
+inline constexpr short kTraceLevel = 9;
+
 // Appends a line when logging is on and the message's level is high enough. Levels run from 1 (most
 // important) to 9 (most detailed); 0 and less count as 9. Settings are read at every call: "Log"
 // switches on with anything but "0"; "LogLevel" is the lowest level written and, when it exists,

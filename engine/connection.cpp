@@ -14,7 +14,6 @@ using registry::ThreadRegistry;
 namespace {
 
 constexpr short kBeginLevel = 1;
-constexpr short kTraceLevel = 9;
 constexpr long kNoOsType = kObjectError + 1;
 constexpr long kUnknownOsType = kObjectError + 3;
 constexpr const wchar_t* kObjectType = L"object";
@@ -36,7 +35,7 @@ struct Dbms::ConnectAttempt {
 };
 
 Dbms::Dbms(TextView sessionName) : sessionName_(sessionName), sessionKey_(Lower(sessionName)) {
-    core::WriteLog(L"DBMS Initalized", kTraceLevel);
+    core::WriteLog(L"DBMS Initalized", core::kTraceLevel);
 }
 
 void Dbms::terminate() noexcept {
@@ -47,7 +46,7 @@ void Dbms::terminate() noexcept {
     commonList_.reset();
     infoList_.reset();
     fileVarList_.reset();
-    Ignoring([&] { core::WriteLog(L"DBMS Terminated " + sessionName_, kTraceLevel); });
+    Ignoring([&] { core::WriteLog(L"DBMS Terminated " + sessionName_, core::kTraceLevel); });
 }
 
 ComPtr<_mviHostDLL> Dbms::host() const {
@@ -163,7 +162,7 @@ bool Dbms::connect() {
     ConnectAttempt attempt;
     ComPtr<_kelSessionCallBack> session;
     try {
-        core::WriteLog(sessionName_ + L" Connecting...", kTraceLevel);
+        core::WriteLog(sessionName_ + L" Connecting...", core::kTraceLevel);
         session = ThreadRegistry::Current().sessionCallback(sessionKey_);
         prepareHost(attempt);
         if (!attempt.ended) {
@@ -182,13 +181,13 @@ bool Dbms::connect() {
     isConnecting_ = false;
     connectionErrMsg_ = attempt.error;
     if (attempt.connected) {
-        Ignoring([&] { core::WriteLog(sessionName_ + L" Connection Made", kTraceLevel); });
+        Ignoring([&] { core::WriteLog(sessionName_ + L" Connection Made", core::kTraceLevel); });
         Ignoring([&] { CallOut([&] { return session->SessionConnection(); }); });
         announceConnected();
     } else {
         Ignoring([&] {
             core::WriteLog(sessionName_ + L" Connection failed '" + attempt.error + L"'",
-                           kTraceLevel);
+                           core::kTraceLevel);
         });
         Ignoring([&] {
             const Bstr text(attempt.error);

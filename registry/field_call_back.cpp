@@ -8,18 +8,12 @@ namespace kel::registry {
 
 using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
 
-namespace {
-
-constexpr short kTraceLevel = 9;
-
-}  // namespace
-
 FieldCallBack::FieldCallBack() {
-    core::WriteLog(L"kelFieldCallback Initalize", kTraceLevel);
+    core::WriteLog(L"kelFieldCallback Initalize", core::kTraceLevel);
 }
 
 void FieldCallBack::terminate() noexcept {
-    Ignoring([&] { core::WriteLog(L"kelFieldCallback Terminate " + keyId_, kTraceLevel); });
+    Ignoring([&] { core::WriteLog(L"kelFieldCallback Terminate " + keyId_, core::kTraceLevel); });
 }
 
 STDMETHODIMP FieldCallBack::get_SessionName(BSTR* result) noexcept {

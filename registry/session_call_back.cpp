@@ -12,13 +12,12 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 namespace {
 
 constexpr short kRemovalLevel = 1;
-constexpr short kTraceLevel = 9;
 constexpr short kUnstatedLevel = 0;  // written as the lowest
 
 }  // namespace
 
 SessionCallBack::SessionCallBack() {
-    core::WriteLog(L"SessionCallback Initalize", kTraceLevel);
+    core::WriteLog(L"SessionCallback Initalize", core::kTraceLevel);
 }
 
 void SessionCallBack::Init() {
@@ -49,7 +48,7 @@ void SessionCallBack::terminate() noexcept {
             }
             registry->releaseEngineListIfEmpty();
         }
-        core::WriteLog(L"SessionCallback Terminate " + sessionName_, kTraceLevel);
+        core::WriteLog(L"SessionCallback Terminate " + sessionName_, core::kTraceLevel);
     });
 }
 

@@ -11,7 +11,7 @@
 namespace kel::demo {
 namespace {
 
-constexpr const wchar_t* kKeyId = L"Country";
+constexpr const wchar_t* kShownKey = L"Country";
 
 // Reads through the key field as a control would: the record's id goes into attribute 0.
 short ReadById(const DictItem& key, const Text& id) {
@@ -24,12 +24,12 @@ short ReadById(const DictItem& key, const Text& id) {
 void PrintCountry(const Tools& tools, const Text& id) {
     PrintLine(id);
     for (long amc = kCountryName; amc <= kCountryFlag; ++amc) {
-        const Text value = tools.Extract(kKeyId, amc);
+        const Text value = tools.Extract(kShownKey, amc);
         if (!value.empty()) {
             PrintLine(L"  " + std::to_wstring(amc) + L"  " + Readable(value));
         }
     }
-    const long rows = tools.Dcount(kKeyId, kValueMark, kSubdivisionCode);
+    const long rows = tools.Dcount(kShownKey, kValueMark, kSubdivisionCode);
     PrintLine(L"  " + std::to_wstring(rows) + (rows == 1 ? L" subdivision" : L" subdivisions"));
 }
 
@@ -37,7 +37,7 @@ void PrintCountry(const Tools& tools, const Text& id) {
 
 int ReadCountries(const Text& accountPath, const std::vector<Text>& ids) {
     const Account account(accountPath);
-    const DictItem key({.keyId = kKeyId, .session = kAccountSession, .controlName = L""});
+    const DictItem key({.keyId = kShownKey, .session = kAccountSession, .controlName = L""});
     int result = kDone;
     for (const Text& id : ids) {
         if (ReadById(key, id) == 0) {
@@ -52,7 +52,7 @@ int ReadCountries(const Text& accountPath, const std::vector<Text>& ids) {
 
 int HoldCountry(const Text& accountPath, const Text& id) {
     const Account account(accountPath);
-    const DictItem key({.keyId = kKeyId, .session = kAccountSession, .controlName = L""});
+    const DictItem key({.keyId = kShownKey, .session = kAccountSession, .controlName = L""});
     key.ReadU(true);
     if (ReadById(key, id) == 2) {
         PrintLine(L"locked " + id);

@@ -11,10 +11,6 @@ namespace {
 // No control of a user's program is bound to this key field.
 constexpr const wchar_t* kKeyId = L"kelsh.record";
 
-constexpr wchar_t kAttributeMark = L'\u00FE';
-constexpr wchar_t kValueMark = L'\u00FD';
-constexpr wchar_t kSubvalueMark = L'\u00FC';
-
 std::vector<Text> Parts(TextView text, wchar_t mark) {
     std::vector<Text> parts;
     for (;;) {

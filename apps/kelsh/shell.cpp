@@ -13,7 +13,6 @@ namespace kel::kelsh {
 namespace {
 
 constexpr int kDeepest = 16;  // files of commands within one another
-constexpr wchar_t kAttributeMark = L'\u00FE';
 
 // What no back-end answers: shows whether a sentence was carried out at all.
 constexpr const wchar_t* kUntouched = L"\x01kelsh";

@@ -12,6 +12,11 @@ namespace kel::kelsh {
 using automation::Text;
 using automation::TextView;
 
+// The marks between the parts of a record.
+inline constexpr wchar_t kAttributeMark = L'\u00FE';
+inline constexpr wchar_t kValueMark = L'\u00FD';
+inline constexpr wchar_t kSubvalueMark = L'\u00FC';
+
 // The same 16-bit units under two names.
 inline text::Text Units(TextView text) {
     return text::Text(text.begin(), text.end());

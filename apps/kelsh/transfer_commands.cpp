@@ -18,7 +18,6 @@ namespace {
 
 constexpr const wchar_t* kList = L"kelsh.list";
 constexpr std::size_t kBatch = 100;  // records between two signs of life
-constexpr wchar_t kAttributeMark = L'\u00FE';
 
 // Changes of the transfer's own buffer are nobody's news.
 class QuietSession {

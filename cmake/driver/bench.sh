@@ -3,7 +3,7 @@
 # library and its store on this machine.
 
 # What it takes: the product, the test back-end for the soak run, the program.
-readonly KEL_BENCH_TARGETS=(kelSDK kelos1 kelos99 kel_bench)
+readonly KEL_BENCH_TARGETS=("${KEL_COMPONENT[@]}" kelos99 kel_bench)
 
 # Sizes as delivered, without what the build leaves in the DLLs for debuggers.
 print_sizes() { # PRESET

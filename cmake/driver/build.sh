@@ -1,17 +1,23 @@
 # shellcheck shell=bash
-# Configuring and compiling one preset: x64, x86 (both also with "-checked" behind), host or host-bench.
+# Configuring and compiling one preset (CMakePresets.json).
 
-# The storage engine's source comes out of an npm package, once per user (cmake/Sqlite.cmake).
-ensure_npm() {
-    local version
-    version=$(sed -n 's/^set(KEL_SQLITE_PACKAGE_VERSION \(.*\))$/\1/p' "$KEL_ROOT/cmake/Sqlite.cmake")
-    [[ -d "$KEL_CACHE/sqlite-$version" ]] || command -v npm >/dev/null || ensure_packages npm
+# Before CMake asks for it, so that what it does, and what goes wrong, is seen.
+ensure_sqlite() { "$KEL_ROOT/cmake/driver/fetch-sqlite" >/dev/null || exit 1; }
+
+# A compiler cache, where this machine has one, takes part. It has to be told that it may keep what
+# was compiled with precompiled headers; whether the time of day is in a source it cannot see then,
+# and in ours it is not.
+use_ccache() {
+    command -v ccache >/dev/null || return 0
+    export CMAKE_C_COMPILER_LAUNCHER=${CMAKE_C_COMPILER_LAUNCHER-ccache}
+    export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}
+    export CCACHE_SLOPPINESS=${CCACHE_SLOPPINESS:+$CCACHE_SLOPPINESS,}pch_defines,time_macros
 }
 
 configure() {
     local preset=$1
     local tree="$KEL_BUILD/$preset" inputs=("$KEL_ROOT/CMakePresets.json")
-    [[ "$preset" == host* ]] || inputs+=("$KEL_ROOT/cmake/toolchain-${preset%-checked}.cmake" "$KEL_ROOT/cmake/toolchain-common.cmake")
+    [[ "$preset" == host* ]] || inputs+=("$KEL_ROOT/cmake/toolchain-${preset%%-*}.cmake" "$KEL_ROOT/cmake/toolchain-common.cmake")
 
     # A checkout that was copied or moved with its build folder: CMake refuses such a tree.
     if [[ -f "$tree/CMakeCache.txt" ]] &&
@@ -43,19 +49,44 @@ compile() {
     local preset=$1
     shift
     {
-        ninja -C "$KEL_BUILD/$preset" "$@" 2>&1 </dev/null |
+        NINJA_STATUS="[$preset %f/%t, %es] " ninja -C "$KEL_BUILD/$preset" "$@" 2>&1 </dev/null |
             { grep --line-buffered -vE '^ninja: (Entering directory|no work to do)|Re-checking globbed' || true; } >&2
     } || fail "building $preset failed"
 }
 
 configure_and_compile() {
+    use_ccache
     configure "$1"
     compile "$@"
 }
 
 # build_preset PRESET [TARGET...]
 build_preset() {
-    ensure_packages "${KEL_PACKAGES[@]}"
-    ensure_npm
+    ensure_preset_packages "$1"
+    ensure_sqlite
     locked "build-$1" configure_and_compile "$@"
+}
+
+# What programs need to find the component and a database behind it.
+readonly KEL_COMPONENT=(kelSDK kelos1)
+
+configure_and_compile_for() { # PRESET PROGRAM
+    local tree="$KEL_BUILD/$1" program=$2 targets=("${KEL_COMPONENT[@]}")
+    use_ccache
+    configure "$1"
+    [[ "$program" == */* ]] || program="$tree/bin/$program"
+    program=$(realpath -m -- "$program")
+    if [[ "$program" == "$tree"/* ]]; then
+        program=${program#"$tree"/}
+        # Something that the build makes, or something else that lies there.
+        ! ninja -C "$tree" -t query "$program" >/dev/null 2>&1 || targets+=("$program")
+    fi
+    compile "$1" "${targets[@]}"
+}
+
+# build_for PRESET PROGRAM: the component, and the program if the build makes it.
+build_for() {
+    ensure_preset_packages "$1"
+    ensure_sqlite
+    locked "build-$1" configure_and_compile_for "$@"
 }

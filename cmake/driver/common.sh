@@ -12,6 +12,16 @@ fail() {
     exit 1
 }
 
+# elapsed SINCE: what has passed since $SECONDS was that, in words.
+elapsed() {
+    local seconds=$((SECONDS - $1))
+    if ((seconds < 60)); then
+        printf '%d s' "$seconds"
+    else
+        printf '%d min %d s' $((seconds / 60)) $((seconds % 60))
+    fi
+}
+
 # A mistake in the command line.
 fail_usage() {
     printf 'kel: %s\nTry "./kel help".\n' "$*" >&2

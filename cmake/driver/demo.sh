@@ -57,13 +57,20 @@ show_form() {
 
 kel_demo() {
     no_arguments demo $#
-    kel_build
+    local status=0 begun=$SECONDS
+    ensure_preset_packages x64
+    ensure_sqlite
+    say "packages and sources are there: $(elapsed "$begun")"
+    begun=$SECONDS
+    build_preset x64 "${KEL_COMPONENT[@]}" kel_demo kelform
+    say "built: $(elapsed "$begun")"
+    begun=$SECONDS
+    (prepare_wine x64)
+    say "Wine is ready: $(elapsed "$begun")"
     mkdir -p "$KEL_DEMO"
-    local status=0
     (become_program x64 "$KEL_BUILD/x64/bin/demo.exe" \
         "$(windows_path /usr/share/iso-codes/json)" "$(windows_path "$KEL_DEMO/demo.account")") || status=$?
     show_form || status=1
     stop_server x64
-    stop_server x86
     return "$status"
 }

@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2034,SC2154
 # `./kel package`: installers and registration-free archives, under build/packages/.
 
-readonly KEL_PACKAGES_PACKAGE=(wixl)
+readonly KEL_PACKAGES_PACKAGE=(wixl git)
 
 product_version() {
     sed -n 's/^#define KEL_VERSION_\(MAJOR\|MINOR\|REVISION\) //p' "$KEL_ROOT/core/version.h" | paste -sd .
@@ -49,7 +49,7 @@ kel_package() {
     ensure_packages "${KEL_PACKAGES_PACKAGE[@]}"
     for width in "${presets[@]}"; do
         [[ "$width" != host ]] || fail_usage "packages are made for x64 and x86"
-        build_preset "$width"
+        build_preset "$width" kel_shipped record_keys
         if [[ "$width" == x86 ]]; then
             find_wine32
             if [[ "$wine32_kind" == none ]]; then

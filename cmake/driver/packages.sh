@@ -1,18 +1,38 @@
 # shellcheck shell=bash disable=SC2034
 # Debian packages: which ones this project needs, and installing those that are missing.
 
-# Build and test, both widths. Read by every command.
-readonly KEL_PACKAGES=(
-    g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix mingw-w64-tools
-    wine wine64 libwine-dev fonts-wine
-    cmake ninja-build g++ python3 git googletest catch2 nlohmann-json3-dev iso-codes
-    xvfb xauth
+# The systems whose packages these are.
+KEL_SYSTEM=$(. /etc/os-release 2>/dev/null && echo "${PRETTY_NAME:-${ID:-}}") || KEL_SYSTEM=unknown
+KEL_CODENAME=$(. /etc/os-release 2>/dev/null && [[ "${ID:-}" == debian ]] && echo "${VERSION_CODENAME:-}") || KEL_CODENAME=
+readonly KEL_SYSTEM KEL_CODENAME KEL_DEBIANS=(bookworm trixie)
+
+# What every build needs; what the Windows ones and their programs need besides, and each width's
+# compiler; what the build for this machine needs.
+readonly KEL_PACKAGES_ALL=(cmake ninja-build python3 googletest nlohmann-json3-dev)
+readonly KEL_PACKAGES_WINDOWS=(
+    mingw-w64-tools wine wine64 libwine-dev fonts-wine iso-codes xvfb xauth
 )
+readonly KEL_PACKAGES_x64=(g++-mingw-w64-x86-64-posix)
+readonly KEL_PACKAGES_x86=(g++-mingw-w64-i686-posix)
+readonly KEL_PACKAGES_HOST=(g++)
 # Only a 32-bit tree of our own needs debootstrap; only `check` needs the clang tools.
 readonly KEL_PACKAGES_TREE=(debootstrap)
-readonly KEL_PACKAGES_CHECK=(clang-format-14 clang-tidy-14)
+readonly KEL_PACKAGES_CHECK=(clang-format-14 clang-tidy-14 git)
 
-# Prints those of the given packages that are not installed.
+# Makes sure of what building these presets takes, all in one go.
+ensure_preset_packages() { # PRESET...
+    local preset packages=("${KEL_PACKAGES_ALL[@]}")
+    for preset in "$@"; do
+        case "$preset" in
+            x64*) packages+=("${KEL_PACKAGES_WINDOWS[@]}" "${KEL_PACKAGES_x64[@]}") ;;
+            x86*) packages+=("${KEL_PACKAGES_WINDOWS[@]}" "${KEL_PACKAGES_x86[@]}") ;;
+            host*) packages+=("${KEL_PACKAGES_HOST[@]}") ;;
+        esac
+    done
+    ensure_packages "${packages[@]}"
+}
+
+# Prints those of the given packages that are not installed; all where nothing is known of packages.
 missing_packages() {
     local installed package
     installed=$(dpkg-query -W -f '${Package} ${db:Status-Status}\n' "$@" 2>/dev/null || true)
@@ -25,8 +45,15 @@ missing_packages() {
 # nothing is.
 ensure_packages() {
     local missing=()
-    mapfile -t missing < <(missing_packages "$@")
+    mapfile -t missing < <(missing_packages "$@" | sort -u)
     ((${#missing[@]})) || return 0
+
+    # What is missing elsewhere may well have another name there.
+    if [[ " ${KEL_DEBIANS[*]} " != *" $KEL_CODENAME "* ]]; then
+        fail "this is $KEL_SYSTEM, and the set-up knows Debian 12 and 13. Install what Debian has in these
+packages, in a version as new as Debian 12's, and try again:
+    ${missing[*]}"
+    fi
 
     local as_root=()
     if ((EUID != 0)); then
@@ -37,8 +64,6 @@ ensure_packages() {
     apt-get install ${missing[*]}"
         fi
     fi
-    command -v apt-get >/dev/null || fail "these packages are missing and this is not a Debian system: ${missing[*]}"
-
     say "installing ${missing[*]}"
     local log="$KEL_BUILD/apt.log"
     mkdir -p "$KEL_BUILD"

@@ -1,11 +1,14 @@
 # shellcheck shell=bash disable=SC2154,SC2016
 # Running the tests of several presets with CTest and adding up what their programs report.
 
-# Starts CTest for a preset; its own output goes to a log, each program's to a file of its own.
+# Runs CTest for a preset, and says which program has ended; its own output goes to a log, each
+# program's to a file of its own.
 run_ctest() {
-    local preset=$1 tree="$KEL_BUILD/$1"
+    local preset=$1 tree="$KEL_BUILD/$1" begun=$SECONDS
     rm -rf "$tree/test-results"
-    ctest --test-dir "$tree" --no-tests=ignore >"$tree/ctest.log" 2>&1 </dev/null || true
+    { ctest --test-dir "$tree" --no-tests=ignore 2>&1 </dev/null || true; } | tee "$tree/ctest.log" |
+        sed -un "s|^ *\([0-9]*/[0-9]*\) Test *#[0-9]*: \([^ ]*\) [ .]*|kel: $preset \1: \2 |p" >&2
+    say "$preset is tested: $(elapsed "$begun")"
 }
 
 test_names() { ctest --test-dir "$KEL_BUILD/$1" -N | sed -n 's/^ *Test *#[0-9]*: //p'; }
@@ -54,13 +57,18 @@ finish_tests() {
 # side, since each has a prefix of its own, and within a preset one test after the other, since the
 # tests of one prefix share its registry.
 test_presets() {
-    local preset job
+    local preset job begun number=0
     runnable=() prepared=() jobs=()
     trap finish_tests EXIT
     local -i total_passed=0 total_failed=0 total_skipped=0
+    ensure_preset_packages "$@"
     for preset in "$@"; do
+        begun=$SECONDS number=$((number + 1))
+        say "building $preset ($number of $#: $*), then the tests"
         build_preset "$preset"
+        say "$preset is built: $(elapsed "$begun")"
     done
+    begun=$SECONDS
     for preset in "$@"; do
         if [[ "${preset%-checked}" == x86 ]]; then
             find_wine32
@@ -82,6 +90,8 @@ test_presets() {
         runnable+=("$preset")
     done
 
+    say "Wine is ready: $(elapsed "$begun"); testing ${runnable[*]} side by side"
+
     # Dates and numbers in texts must not depend on who runs the tests.
     export LC_ALL=C.UTF-8
     for preset in "${runnable[@]}"; do
@@ -91,7 +101,6 @@ test_presets() {
     for job in "${!jobs[@]}"; do
         preset=${runnable[job]}
         wait "${jobs[job]}"
-        cat "$KEL_BUILD/$preset/ctest.log"
         add_results "$preset"
     done
     jobs=()

@@ -27,12 +27,6 @@ struct Link {
     }
 };
 
-Position At(long attribute, long value, long subvalue) {
-    return {static_cast<std::int32_t>(attribute),
-            static_cast<std::int32_t>(value),
-            static_cast<std::int32_t>(subvalue)};
-}
-
 class File final : public Object<kelAccountFile, _kelAccountFile> {
 public:
     File(std::shared_ptr<Link> link, store::NamedFile file)

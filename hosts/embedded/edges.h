@@ -1,10 +1,12 @@
 // The edge between automation and the portable library: text without a copy, errors by number.
 #pragma once
 
+#include <cstdint>
 #include <span>
 
 #include "automation/com_method.h"
 #include "hosts/multivalue/conversion/conversion.h"
+#include "hosts/multivalue/text/dynamic_array.h"
 #include "hosts/multivalue/text/error.h"
 #include "hosts/multivalue/text/text.h"
 #include "kelSDK.h"
@@ -23,6 +25,13 @@ inline text::TextView Units(BSTR text) noexcept {
 
 inline automation::TextView Wide(text::TextView text) noexcept {
     return {reinterpret_cast<const wchar_t*>(text.data()), text.size()};
+}
+
+// The place that a caller's three numbers mean.
+inline text::Position At(long attribute, long value, long subvalue) noexcept {
+    return {static_cast<std::int32_t>(attribute),
+            static_cast<std::int32_t>(value),
+            static_cast<std::int32_t>(subvalue)};
 }
 
 // Numbers of this back-end's own errors: this base plus the kind. Published in docs/errors.md.

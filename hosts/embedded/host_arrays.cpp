@@ -19,12 +19,6 @@ ComPtr<RecordBufferObject> BufferOf(IDispatch** array, const wchar_t* member) {
     return buffer;
 }
 
-text::Position At(long amc, long vmc, long smc) noexcept {
-    return {static_cast<std::int32_t>(amc),
-            static_cast<std::int32_t>(vmc),
-            static_cast<std::int32_t>(smc)};
-}
-
 Bstr ToBstr(text::TextView text) {
     return Bstr(Wide(text));
 }

@@ -6,7 +6,7 @@ namespace {
 constexpr IID kOpaqueIid = {
     0x5f1a8f0e, 0x2b6d, 0x4c0c, {0x9d, 0x58, 0x31, 0x6a, 0xe0, 0x77, 0x0b, 0x42}};
 
-constexpr std::array kNames = {L"array#", L"file#", L"list#"};
+constexpr std::array kPrefixes = {L"array#", L"file#", L"list#"};
 
 }  // namespace
 
@@ -37,9 +37,9 @@ Text Opaque::NameOf(IUnknown* object) {
         return L"Nothing";
     }
     const Opaque* const opaque = From(object);
-    return opaque == nullptr
-               ? L"object"
-               : kNames[static_cast<std::size_t>(opaque->kind)] + std::to_wstring(opaque->number);
+    return opaque == nullptr ? L"object"
+                             : kPrefixes[static_cast<std::size_t>(opaque->kind)] +
+                                   std::to_wstring(opaque->number);
 }
 
 }  // namespace kel::tests

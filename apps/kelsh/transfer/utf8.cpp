@@ -6,7 +6,7 @@ namespace kel::transfer {
 
 namespace {
 
-constexpr std::size_t kBuffer = 1 << 16;
+constexpr std::size_t kBytesAtOnce = 1 << 16;
 constexpr std::int32_t kByteOrderMark = 0xFEFF;
 
 bool IsHighSurrogate(std::uint32_t point) {
@@ -19,7 +19,7 @@ bool IsLowSurrogate(std::uint32_t point) {
 
 }  // namespace
 
-Utf8Reader::Utf8Reader(std::istream& stream) : stream_(stream), buffer_(kBuffer) {
+Utf8Reader::Utf8Reader(std::istream& stream) : stream_(stream), buffer_(kBytesAtOnce) {
     if (Peek() == kByteOrderMark) {
         Take();
     }

@@ -49,7 +49,7 @@ void SaveAccount(Command& command) {
     command.Code(kAccountSaved);
 }
 
-constexpr std::array kVerbs{
+constexpr std::array kAccountVerbs{
     CommandVerb{u"CHECK-ACCOUNT",
                 CheckAccount,
                 true,
@@ -67,7 +67,7 @@ constexpr std::array kVerbs{
 }  // namespace
 
 std::span<const CommandVerb> AccountCommands() {
-    return kVerbs;
+    return kAccountVerbs;
 }
 
 }  // namespace kel::command

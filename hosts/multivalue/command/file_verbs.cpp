@@ -120,7 +120,7 @@ void ListFiles(Command& command) {
     command.Code(kRecordsListed);
 }
 
-constexpr std::array kVerbs{
+constexpr std::array kFileVerbs{
     CommandVerb{u"CREATE-FILE", CreateFile, true, u"CREATE-FILE {DICT or DATA} name: makes a file"},
     CommandVerb{u"DELETE-FILE", DeleteFile, true, u"DELETE-FILE {DICT or DATA} name: drops a file"},
     CommandVerb{u"CLEAR-FILE", ClearFile, true, u"CLEAR-FILE {DICT} name: deletes all records"},
@@ -130,7 +130,7 @@ constexpr std::array kVerbs{
 }  // namespace
 
 std::span<const CommandVerb> FileCommands() {
-    return kVerbs;
+    return kFileVerbs;
 }
 
 }  // namespace kel::command

@@ -88,7 +88,7 @@ void ListIndexes(Command& command) {
     command.Code(kRecordsListed);
 }
 
-constexpr std::array kVerbs{
+constexpr std::array kIndexVerbs{
     CommandVerb{u"CREATE-INDEX", CreateIndex, true, u"CREATE-INDEX file field ...: makes indexes"},
     CommandVerb{
         u"DELETE-INDEX", DeleteIndex, true, u"DELETE-INDEX file field ... or ALL: drops indexes"},
@@ -98,7 +98,7 @@ constexpr std::array kVerbs{
 }  // namespace
 
 std::span<const CommandVerb> IndexCommands() {
-    return kVerbs;
+    return kIndexVerbs;
 }
 
 }  // namespace kel::command

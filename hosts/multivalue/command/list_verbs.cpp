@@ -110,7 +110,7 @@ void ClearSelect(Command& command) {
     }
 }
 
-constexpr std::array kVerbs{
+constexpr std::array kListVerbs{
     CommandVerb{u"SELECT", Select, false, u"SELECT file ...: makes a list of ids"},
     CommandVerb{u"SSELECT", Select, false, u"SSELECT file ...: makes a sorted list of ids"},
     CommandVerb{u"QSELECT",
@@ -203,7 +203,7 @@ MadeList ReadAttributeList(Command& command) {
 }
 
 std::span<const CommandVerb> ListCommands() {
-    return kVerbs;
+    return kListVerbs;
 }
 
 }  // namespace kel::command

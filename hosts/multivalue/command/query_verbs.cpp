@@ -10,7 +10,7 @@ namespace kel::command {
 
 namespace {
 
-Selection Select(Command& command) {
+Selection SelectionOf(Command& command) {
     Session& session = command.Own();
     Query query = ParseQuery(
         command.Sentence(), session.Options(), session.OwnStore(), session.OwnEnvironment());
@@ -23,14 +23,14 @@ Selection Select(Command& command) {
 }
 
 void List(Command& command) {
-    Selection selection = Select(command);
+    Selection selection = SelectionOf(command);
     const std::uint64_t count =
         WriteReport(selection, command.Sentence(), command.Own().OwnEnvironment(), command);
     command.Code(count > 0 ? kRecordsListed : kNothingSelected);
 }
 
 void Count(Command& command) {
-    Selection selection = Select(command);
+    Selection selection = SelectionOf(command);
     std::uint64_t count = 0;
     for (SelectedId entry; selection.Next(entry);) {
         ++count;
@@ -40,7 +40,7 @@ void Count(Command& command) {
 }
 
 void Sum(Command& command) {
-    Selection selection = Select(command);
+    Selection selection = SelectionOf(command);
     if (selection.Sentence().columns.empty()) {
         Refuse(u"SUM", u"needs a field to sum up.");
     }
@@ -48,7 +48,7 @@ void Sum(Command& command) {
     command.Code(count > 0 ? kRecordsCounted : kNothingSelected);
 }
 
-constexpr std::array kVerbs{
+constexpr std::array kQueryVerbs{
     CommandVerb{u"LIST", List, false, u"LIST file ...: shows records in columns"},
     CommandVerb{u"SORT", List, false, u"SORT file ...: shows records in columns, in order"},
     CommandVerb{u"COUNT", Count, false, u"COUNT file ...: counts records"},
@@ -58,7 +58,7 @@ constexpr std::array kVerbs{
 }  // namespace
 
 std::span<const CommandVerb> ReportCommands() {
-    return kVerbs;
+    return kQueryVerbs;
 }
 
 }  // namespace kel::command

@@ -161,7 +161,7 @@ void ShowRecords(Command& command) {
     }
 }
 
-constexpr std::array kVerbs{
+constexpr std::array kRecordVerbs{
     CommandVerb{u"COPY",
                 Copy,
                 true,
@@ -174,7 +174,7 @@ constexpr std::array kVerbs{
 }  // namespace
 
 std::span<const CommandVerb> RecordCommands() {
-    return kVerbs;
+    return kRecordVerbs;
 }
 
 }  // namespace kel::command

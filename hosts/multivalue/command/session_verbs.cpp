@@ -78,7 +78,7 @@ void Help(Command& command) {
     command.Line(verb->help);
 }
 
-constexpr std::array kVerbs{
+constexpr std::array kSessionVerbs{
     CommandVerb{u"DATE", Date, true, u"DATE: shows date and time"},
     CommandVerb{u"TIME", Time, true, u"TIME: shows time and date"},
     CommandVerb{u"WHO", Who, true, u"WHO: shows the user"},
@@ -90,7 +90,7 @@ constexpr std::array kVerbs{
 }  // namespace
 
 std::span<const CommandVerb> SessionCommands() {
-    return kVerbs;
+    return kSessionVerbs;
 }
 
 }  // namespace kel::command

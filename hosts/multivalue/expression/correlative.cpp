@@ -35,12 +35,6 @@ bool IsConversion(TextView code) {
     return Oconv(value, code, none).status != ConversionStatus::kBadCode;
 }
 
-Text Upper(TextView text) {
-    Text upper;
-    AppendUpper(text, upper);
-    return upper;
-}
-
 }  // namespace
 
 ParserLevel::ParserLevel(CompilerState& state) : state_(state) {

@@ -17,12 +17,6 @@ bool IsJustification(char16_t unit) {
     return unit == u'L' || unit == u'R' || unit == u'T' || unit == u'U';
 }
 
-Text Upper(TextView text) {
-    Text upper;
-    AppendUpper(text, upper);
-    return upper;
-}
-
 std::int32_t NumberIn(TextView text) {
     return std::max(Number::OrZero(text).ToPosition(), 0);
 }

@@ -77,6 +77,12 @@ void AppendUpper(TextView text, Text& out) {
     }
 }
 
+Text Upper(TextView text) {
+    Text upper;
+    AppendUpper(text, upper);
+    return upper;
+}
+
 void AppendLower(TextView text, Text& out) {
     for (const char16_t unit : text) {
         out.push_back(LowerAscii(unit));

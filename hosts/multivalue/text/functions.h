@@ -27,6 +27,7 @@ std::size_t IndexOf(TextView text, TextView part, std::int32_t occurrence);
 std::size_t CountOf(TextView text, TextView part, Overlap overlap);
 
 void AppendUpper(TextView text, Text& out);
+Text Upper(TextView text);
 void AppendLower(TextView text, Text& out);
 
 // Takes `unit` away at places that `option` names: A everywhere; L and F in front; T and E behind;
