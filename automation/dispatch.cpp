@@ -75,8 +75,11 @@ HRESULT Invoke(const DispatchMember& member,
                VARIANT* result,
                EXCEPINFO* exception,
                UINT* argumentIndex) {
-    DispatchCall call(member, lcid);
     const bool isForDefault = member.parameters.empty() && params.cArgs > 0;
+    if (isForDefault && !member.mayGiveObject) {
+        return DISP_E_BADPARAMCOUNT;  // before anything has happened
+    }
+    DispatchCall call(member, lcid);
     DISPPARAMS none{};
     DISPPARAMS& own = isForDefault ? none : params;
     HRESULT code = call.arrange(own);

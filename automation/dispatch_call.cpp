@@ -153,7 +153,9 @@ HRESULT DispatchCall::arrange(const DISPPARAMS& params) noexcept {
 }
 
 HRESULT DispatchCall::failedAt(std::size_t parameter, HRESULT code) noexcept {
-    wrong_ = arguments_[parameter];
+    if (wrong_ == nullptr) {
+        wrong_ = arguments_[parameter];
+    }
     return code;
 }
 

@@ -85,7 +85,7 @@ private:
     const DispatchMember& member_;
     LCID lcid_;
     std::array<const VARIANTARG*, kMaxParameters> arguments_;  // as many as there are parameters
-    const VARIANTARG* wrong_ = nullptr;                        // the argument that was refused
+    const VARIANTARG* wrong_ = nullptr;                        // the first that was refused
     bool memberFailed_ = false;
     ComPtr<IErrorInfo> error_;
 };

@@ -186,6 +186,15 @@ struct Caller<method, hasResult, booleans> {
     using ParameterAt = std::tuple_element_t<i, std::tuple<A...>>;
     static constexpr bool IsBoolean(std::size_t i) noexcept { return (booleans >> i & 1U) != 0; }
 
+    static constexpr bool MayGiveObject() noexcept {
+        if constexpr (hasResult) {
+            using Result = std::remove_pointer_t<ParameterAt<kArguments>>;
+            return std::is_same_v<Result, VARIANT> || std::is_convertible_v<Result, IDispatch*>;
+        } else {
+            return false;
+        }
+    }
+
     static HRESULT Call(IDispatch* object, DispatchCall& call) {
         return CallWith(
             *static_cast<Interface*>(object), call, std::make_index_sequence<kArguments>());
@@ -207,9 +216,13 @@ struct Caller<method, hasResult, booleans> {
         } else {
             code = call.answered((object.*method)(std::get<i>(arguments).pass()...));
         }
-        // What a member did to its arguments before it failed stays done, as for typed callers.
+        // What a member did to its arguments before it failed stays done, as for typed callers; and
+        // one result that does not fit into its variable keeps none of the others back.
         HRESULT back = S_OK;
-        static_cast<void>((SUCCEEDED(back = std::get<i>(arguments).giveBack(call, i)) && ...));
+        [[maybe_unused]] const auto note = [&back](HRESULT one) {
+            back = FAILED(back) ? back : one;
+        };
+        (note(std::get<i>(arguments).giveBack(call, i)), ...);
         return FAILED(code) ? code : back;
     }
 };
@@ -227,7 +240,8 @@ consteval DispatchMember MakeMember(DISPID id,
                                     WORD kind,
                                     const wchar_t* name,
                                     std::span<const DispatchParameter> parameters) {
-    return {id, kind, name, parameters, &dispatch::Caller<method, hasResult, booleans>::Call};
+    using Caller = dispatch::Caller<method, hasResult, booleans>;
+    return {id, kind, name, parameters, Caller::MayGiveObject(), &Caller::Call};
 }
 
 }  // namespace kel::automation

@@ -30,6 +30,7 @@ struct DispatchMember {
     WORD kind;  // one of DISPATCH_METHOD, _PROPERTYGET, _PROPERTYPUT, _PROPERTYPUTREF
     const wchar_t* name;
     std::span<const DispatchParameter> parameters;  // without the result
+    bool mayGiveObject;  // whether the result is an object, or a Variant that may hold one
     // Converts the arguments, calls the member, gives the results back.
     //   object  borrowed; must be of the interface that the table is for
     HRESULT (*call)(IDispatch* object, DispatchCall& call);

@@ -193,8 +193,10 @@ STDMETHODIMP DictItem::get_DictRead(enumDictRead* result) noexcept {
 STDMETHODIMP DictItem::get_DictErrMsg(BSTR* result) noexcept {
     return GiveText(dictErrMsg_, result);
 }
-STDMETHODIMP DictItem::GetAddress(LPWSTR* keyId, long* amc, long* vmc, long* smc) noexcept {
+STDMETHODIMP DictItem::GetAddress(
+    LPWSTR* keyId, long* keyUnits, long* amc, long* vmc, long* smc) noexcept {
     *keyId = definition.keyId.data();
+    *keyUnits = static_cast<long>(definition.keyId.size());
     *amc = effectiveAmc();
     *vmc = effective(RowLevel::kValue, definition.vmc);
     *smc = effective(RowLevel::kSubvalue, definition.smc);

@@ -127,7 +127,8 @@ public:
     STDMETHODIMP RemoveRow(short index) noexcept override;
 
     // IDictItemState: for the engine
-    STDMETHODIMP GetAddress(LPWSTR* keyId, long* amc, long* vmc, long* smc) noexcept override;
+    STDMETHODIMP
+    GetAddress(LPWSTR* keyId, long* keyUnits, long* amc, long* vmc, long* smc) noexcept override;
     STDMETHODIMP SetDictRead(long state) noexcept override;
     STDMETHODIMP SetDictErrMsg(BSTR message) noexcept override;
 

@@ -33,11 +33,12 @@ Position Position::Of(long amc, long vmc, long smc) {
 FieldItem::Address FieldItem::address() const {
     if (const auto own = item_.as<IDictItemState>()) {
         LPWSTR name = nullptr;
+        long units = 0;
         long amc = 0;
         long vmc = 0;
         long smc = 0;
-        automation::Check(own->GetAddress(&name, &amc, &vmc, &smc));
-        return {name, Position::Of(amc, vmc, smc)};
+        automation::Check(own->GetAddress(&name, &units, &amc, &vmc, &smc));
+        return {Text(name, static_cast<std::size_t>(units)), Position::Of(amc, vmc, smc)};
     }
     const auto read = [&](HRESULT (STDMETHODCALLTYPE _kelDictItem::*getter)(long*)) {
         return automation::GetNumber(*item_, getter);

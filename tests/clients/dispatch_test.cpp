@@ -338,6 +338,77 @@ TEST_F(Arguments, GetResultsBackInTheCallersOwnType) {
     EXPECT_EQ(number, 17);
 }
 
+// A program's result that does not fit into its variable keeps none of the others back.
+TEST_F(Arguments, GetEveryResultBackThatFits) {
+    LoadTestBackend().putProgram(L"PROG", [](VARIANT* const* arguments) {
+        for (const auto& [at, text] : {std::pair(0, L"no number"), {1, L"left"}, {2, L"8"}}) {
+            VariantClear(arguments[at]);
+            *arguments[at] = Value(text).detach();
+        }
+    });
+    struct Case {
+        const char* what;
+        VARTYPE first;
+        HRESULT code;
+        int culprit;
+    };
+    for (const Case& one :
+         {Case{"a number", VT_I4, DISP_E_TYPEMISMATCH, 1}, Case{"a text", VT_BSTR, S_OK, -1}}) {
+        SCOPED_TRACE(one.what);
+        long number = 5;
+        Bstr text(L"before");
+        const Variant misfit = one.first == VT_I4 ? ByRef(&number) : ByRef(VT_BSTR, text.inOut());
+        Bstr second(L"before");
+        short third = 1;
+        Variant untouched = Value(L"in");
+        EXPECT_EQ(invoke(late.tools.get(),
+                         L"CallProg",
+                         DISPATCH_METHOD,
+                         {Value(L"PROG").get(),
+                          misfit.get(),
+                          ByRef(second).get(),
+                          ByRef(&third).get(),
+                          ByRef(untouched).get()}),
+                  one.code);
+        EXPECT_EQ(culprit, one.culprit);
+        EXPECT_EQ(number, 5);
+        EXPECT_EQ(text.view(), one.first == VT_I4 ? L"before" : L"no number");
+        EXPECT_EQ(second.view(), L"left");
+        EXPECT_EQ(third, 8);
+        EXPECT_EQ(Shown(untouched.get()), L"in");
+    }
+}
+
+// An argument too many is the caller's mistake, found before a record is written or a session
+// ended.
+TEST_F(Arguments, TooManyLetNothingHappen) {
+    TestBackend& backend = LoadTestBackend();
+    int refused = 0;
+    for (const auto& [table, object] : late.objects()) {
+        if (object == late.host.get() || object == late.empty.get()) {
+            continue;  // not of this component
+        }
+        for (const DispatchMember& member : table->members()) {
+            if (!member.parameters.empty() || member.mayGiveObject) {
+                continue;
+            }
+            SCOPED_TRACE(Narrow(member.name));
+            backend.clearCalls();
+            EXPECT_EQ(invoke(object, member.name, member.kind, {Value(1).get()}),
+                      DISP_E_BADPARAMCOUNT);
+            EXPECT_EQ(culprit, -1);
+            EXPECT_EQ(backend.takeCalls(), Lines{});
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 60);
+    EXPECT_EQ(invoke(late.session.get(), L"IsConnected", DISPATCH_PROPERTYGET, {}), S_OK);
+    EXPECT_EQ(Shown(result.get()), L"True");
+    // Of an object it is the default property that takes the argument.
+    EXPECT_EQ(invoke(late.base.get(), L"GetKeyFieldList", DISPATCH_METHOD, {Value(1).get()}), S_OK);
+    EXPECT_EQ(Shown(result.get()), LateSession::kKey);
+}
+
 TEST_F(Arguments, MayBeNamedLeftOutOrTooMany) {
     struct Case {
         const char* what;
@@ -451,6 +522,49 @@ TEST_F(Arguments, ChooseTheAccessor) {
     EXPECT_EQ(
         late.session->Invoke(4711, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
         DISP_E_MEMBERNOTFOUND);
+}
+
+// A zero is a character of a name like any other: it does not lead to another key field's record.
+TEST_F(Arguments, KeepTheirLengthWhateverTheyHold) {
+    using namespace std::string_view_literals;
+    const Variant name{L"Customer\0x"sv};
+    const Variant key = Value(LateSession::kKey);
+    const Variant session{TextView(L"Main")};
+    const Variant file{TextView(L"CUST")};
+    const Variant jones{L"Jones\0!"sv};
+    const Variant number{TextView(L"X")};
+    const Variant one = Value(1);
+    const auto call = [&](IDispatch* object, const wchar_t* member, std::vector<VARIANT> given) {
+        EXPECT_EQ(invoke(object, member, DISPATCH_METHOD, std::move(given)), S_OK);
+    };
+    const auto put = [&](IDispatch* object, const wchar_t* member, const Variant& value) {
+        EXPECT_EQ(invoke(object, member, DISPATCH_PROPERTYPUT, {value.get()}), S_OK) << member;
+    };
+    const auto value = [&](IDispatch* object) {
+        EXPECT_EQ(invoke(object, L"InternalValue", DISPATCH_PROPERTYGET, {}), S_OK);
+        return Shown(result.get());
+    };
+    call(late.base.get(), L"SetKeyFieldSession", {name.get(), session.get()});
+    call(late.base.get(), L"SetKeyFieldFileName", {name.get(), file.get()});
+    ComPtr<IDispatch> other;
+    CLSID clsid;
+    ASSERT_EQ(CLSIDFromProgID(L"kelSDK.kelDictItem", &clsid), S_OK);
+    ASSERT_EQ(CoCreateInstance(clsid,
+                               nullptr,
+                               CLSCTX_INPROC_SERVER,
+                               IID_IDispatch,
+                               reinterpret_cast<void**>(other.put())),
+              S_OK);
+    put(other.get(), L"KeyId", name);
+    put(other.get(), L"AMC", one);
+    put(late.item.get(), L"AMC", one);
+    put(other.get(), L"InternalValue", jones);
+    EXPECT_EQ(value(other.get()), L"Jones\0!"sv);
+    EXPECT_EQ(value(late.item.get()), L"Smith");
+    call(late.tools.get(), L"mvRead", {key.get(), number.get(), file.get()});
+    EXPECT_EQ(value(late.item.get()), L"Jones");
+    EXPECT_EQ(value(other.get()), L"Jones\0!"sv);
+    call(late.base.get(), L"RemoveFieldCallBack", {name.get()});
 }
 
 // ---------------------------------------------------------------------- at random
