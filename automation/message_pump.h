@@ -6,8 +6,12 @@
 
 namespace kel::automation {
 
-// Handles the thread's pending window messages, as many as there are now. Client code may run. A
-// quit message ends the pumping and is put back for the client's own loop; the answer then is
+// Handles the window messages that wait for the thread when the pumping begins: what was posted and
+// typed, windows to be painted, timers that are due, what other threads sent. What handlers post,
+// and timers that are due again meanwhile, are left to the next time, so that a busy client cannot
+// hold up who pumps. Client code may run.
+//
+// A quit message ends the pumping and is put back for the client's own loop; the answer then is
 // false.
 bool PumpMessages() noexcept;
 

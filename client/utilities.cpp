@@ -46,7 +46,8 @@ float SecondsSinceMidnight() {
 void YieldToMessages() {
     constexpr DWORD kNapMs = 20;
     if (automation::PumpMessages()) {
-        MsgWaitForMultipleObjects(0, nullptr, FALSE, kNapMs, QS_ALLINPUT);
+        // Not only for new messages: those that came during the pumping are waiting as well.
+        MsgWaitForMultipleObjectsEx(0, nullptr, kNapMs, QS_ALLINPUT, MWMO_INPUTAVAILABLE);
     } else {
         Sleep(kNapMs);  // a quit message waits for the client's own loop
     }

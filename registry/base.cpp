@@ -18,16 +18,18 @@ namespace {
 constexpr short kNoticeLevel = 1;
 constexpr short kChangeLevel = 2;
 
-void Log(const wchar_t* before, TextView name, const wchar_t* after, short level) {
+void Log(TextView before, TextView name, TextView after, short level) {
     core::WriteLog(Text(before).append(name).append(after), level);
 }
 
-// Runs `visit(index)` for every row, reading the table's end anew each time: client code may run
-// in between and grow it.
+// Runs `visit(index)` for every row that is there at the beginning, and handles pending messages
+// after each. Client code that runs in between and grows the table does not prolong the walk.
 template <typename Visit>
 void ForEachRow(Visit&& visit) {
-    for (long i = 0; i <= ThreadRegistry::Current().xref().upper(); ++i) {
+    const long upper = ThreadRegistry::Current().xref().upper();
+    for (long i = 0; i <= upper && i <= ThreadRegistry::Current().xref().upper(); ++i) {
         Ignoring([&] { visit(i); });
+        PumpMessages();
     }
 }
 
@@ -114,10 +116,7 @@ STDMETHODIMP Base::RenameFieldCallback(BSTR oldKeyId, BSTR newKeyId) noexcept {
     return ComMethod([&] {
         const TextView from = View(oldKeyId);
         const TextView to = View(newKeyId);
-        Log(Text(L"RenameFieldCallback from ").append(from).append(L" to ").c_str(),
-            to,
-            L"",
-            kChangeLevel);
+        Log(Text(L"RenameFieldCallback from ").append(from), L" to ", to, kChangeLevel);
         Ignoring([&] {
             const auto callback = ThreadRegistry::Current().fieldCallback(from);
             CallOut([&] { return callback->SetKeyId(newKeyId); });
@@ -126,15 +125,12 @@ STDMETHODIMP Base::RenameFieldCallback(BSTR oldKeyId, BSTR newKeyId) noexcept {
             ThreadRegistry::Current().FieldCallbackList().ChangeKey(Lower(from), Lower(to));
         });
         ForEachRow([&](long i) {
-            Ignoring([&] {
-                ThreadRegistry& registry = ThreadRegistry::Current();
-                if (registry.xref().row(i).keyField == from) {
-                    registry.xref().renameKeyField(i, to);
-                    const auto callback = registry.fieldCallback(to);
-                    CallOut([&] { return callback->FldKeyFieldChanged(newKeyId); });
-                }
-            });
-            PumpMessages();
+            ThreadRegistry& registry = ThreadRegistry::Current();
+            if (registry.xref().row(i).keyField == from) {
+                registry.xref().renameKeyField(i, to);
+                const auto callback = registry.fieldCallback(to);
+                CallOut([&] { return callback->FldKeyFieldChanged(newKeyId); });
+            }
         });
     });
 }
@@ -208,10 +204,7 @@ STDMETHODIMP Base::RenameSessionCallback(BSTR oldSessionName, BSTR newSessionNam
     return ComMethod([&] {
         const TextView from = View(oldSessionName);
         const TextView to = View(newSessionName);
-        Log(Text(L"Rename Session from ").append(from).append(L" to ").c_str(),
-            to,
-            L"",
-            kChangeLevel);
+        Log(Text(L"Rename Session from ").append(from), L" to ", to, kChangeLevel);
         Ignoring([&] {
             const auto callback = ThreadRegistry::Current().sessionCallback(Lower(from));
             CallOut([&] { return callback->SetSessionName(newSessionName); });
@@ -220,19 +213,16 @@ STDMETHODIMP Base::RenameSessionCallback(BSTR oldSessionName, BSTR newSessionNam
             ThreadRegistry::Current().SessionCallbackList().ChangeKey(Lower(from), Lower(to));
         });
         ForEachRow([&](long i) {
-            Ignoring([&] {
-                ThreadRegistry& registry = ThreadRegistry::Current();
-                if (registry.xref().row(i).session != from) {
-                    return;
-                }
-                registry.xref().renameSession(i, to);
-                const Text keyField = registry.xref().row(i).keyField;
-                if (!keyField.empty()) {
-                    const auto callback = registry.fieldCallback(keyField);
-                    CallOut([&] { return callback->FldSessionChanged(newSessionName); });
-                }
-            });
-            PumpMessages();
+            ThreadRegistry& registry = ThreadRegistry::Current();
+            if (registry.xref().row(i).session != from) {
+                return;
+            }
+            registry.xref().renameSession(i, to);
+            const Text keyField = registry.xref().row(i).keyField;
+            if (!keyField.empty()) {
+                const auto callback = registry.fieldCallback(keyField);
+                CallOut([&] { return callback->FldSessionChanged(newSessionName); });
+            }
         });
     });
 }

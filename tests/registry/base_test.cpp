@@ -125,6 +125,7 @@ TEST_F(BaseObject, ListsWhatIsTiedTogether) {
 }
 
 TEST_F(BaseObject, WritesWhatItDoesIntoTheLog) {
+    using namespace std::string_view_literals;
     base.reset();
     const Text separator = L"9 " + Text(50, L'=');
     struct Case {
@@ -171,11 +172,15 @@ TEST_F(BaseObject, WritesWhatItDoesIntoTheLog) {
         {"names and refreshing",
          [&] {
              base->RenameFieldCallback(Str(L"Old"), Str(L"New"));
+             base->RenameFieldCallback(Str(L"O\0ld"sv), Str(L"N\0ew"sv));
+             base->RenameFieldCallback(Str(L"Old"), Str(L"New\r\nforged"));
              base->RenameSessionCallback(Str(L"Old"), Str(L"New"));
              base->RefreshFieldCallback(Str(L"Cust"));
              base->SetKeyFieldSession(Str(L"Cust"), Str(L"Main"));
          },
          {L"2 RenameFieldCallback from Old to New",
+          L"2 RenameFieldCallback from O ld to N ew",
+          L"2 RenameFieldCallback from Old to New  forged",
           L"2 Rename Session from Old to New",
           L"2 RefreshFieldCallback from Cust"}},
     };

@@ -173,8 +173,8 @@ TEST_F(Rename, SurvivesHandlersThatChangeTheTable) {
              }
              tie(L"Old", L"late");
          },
-         {L"Old: KeyFieldChanged(New)", L"Old: KeyFieldChanged(New)"},
-         {L"New/S", L"After/S", L"New/late"}},
+         {L"Old: KeyFieldChanged(New)"},
+         {L"New/S", L"After/S", L"Old/late"}},
     };
     for (const Case& one : cases) {
         SCOPED_TRACE(one.name);
@@ -227,6 +227,66 @@ TEST_F(Rename, ProcessesMessagesAfterEachRow) {
     EXPECT_EQ(base->RenameSessionCallback(Str(L"S"), Str(L"T")), S_OK);
     EXPECT_EQ(rows(), (Lines{L"Other/T", L"A/changed"}));
     EXPECT_EQ(events, Lines{});
+}
+
+TEST_F(Rename, ToNoNameAndBackFindsEverythingAgain) {
+    addField(L"Cust");
+    const auto callback = fields[L"Cust"].callback;
+    const auto main = session(L"Main");
+    tie(L"Cust", L"Main");
+    EXPECT_EQ(base->RenameFieldCallback(Str(L"Cust"), Str(L"")), S_OK);
+    EXPECT_EQ(registered(), Lines{L""});
+    fcbInitalized state = fcbDestoried;
+    EXPECT_EQ(callback->get_IsInitalized(&state), S_OK);
+    EXPECT_EQ(state, fcbValid);
+    EXPECT_EQ(GetText(*callback, &_kelFieldCallBack::get_SessionName), L"Main");
+    EXPECT_EQ(base->RenameFieldCallback(Str(L""), Str(L"Cust")), S_OK);
+    ComPtr<_kelFieldCallBack> found;
+    EXPECT_EQ(base->GetFieldCallBack(Str(L"CUST"), found.put()), S_OK);
+    EXPECT_EQ(found.get(), callback.get());
+    EXPECT_EQ(GetText(*found, &_kelFieldCallBack::get_SessionName), L"Main");
+
+    EXPECT_EQ(base->RenameSessionCallback(Str(L"Main"), Str(L"")), S_OK);
+    EXPECT_EQ(base->RenameSessionCallback(Str(L""), Str(L"Main")), S_OK);
+    EXPECT_EQ(session(L"MAIN").get(), main.get());
+}
+
+// Each row lets a form do what waits for it, and no more: a form is never done.
+TEST_F(Rename, EndsUnderAFormThatIsBusyForEver) {
+    static int ticks;
+    static int posts;
+    static HWND window;
+    static WNDPROC former;
+    ticks = posts = 0;
+    window = CreateWindowExW(
+        0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    former = reinterpret_cast<WNDPROC>(SetWindowLongPtrW(
+        window,
+        GWLP_WNDPROC,
+        reinterpret_cast<LONG_PTR>(
+            static_cast<WNDPROC>([](HWND self, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+                constexpr int kEndless = 2000;
+                if (message == WM_TIMER) {
+                    ++ticks;
+                    Sleep(2 * USER_TIMER_MINIMUM);
+                } else if (message == WM_APP && ++posts < kEndless) {
+                    PostMessageW(self, WM_APP, 0, 0);
+                }
+                return CallWindowProcW(former, self, message, w, l);
+            }))));
+    PostMessageW(window, WM_APP, 0, 0);
+    SetTimer(window, 1, USER_TIMER_MINIMUM, nullptr);
+    addField(L"Old");
+    tie(L"Old", L"S");
+    EXPECT_EQ(base->RenameFieldCallback(Str(L"Old"), Str(L"New")), S_OK);
+    EXPECT_EQ(base->RenameSessionCallback(Str(L"S"), Str(L"T")), S_OK);
+    DestroyWindow(window);
+    EXPECT_EQ(rows(), Lines{L"New/T"});
+    const int pumpings = 2 * (static_cast<int>(registry().xref().upper()) + 1);
+    EXPECT_GE(posts, pumpings / 2);
+    EXPECT_LE(posts, 2 * pumpings);
+    EXPECT_GE(ticks, 1);
+    EXPECT_LE(ticks, 2 * pumpings);
 }
 
 }  // namespace
