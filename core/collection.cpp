@@ -1,21 +1,25 @@
 #include "core/collection.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "automation/plain_object.h"
-#include "core/fast_collection.h"
 
 namespace kel::core {
 
 using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
 
-namespace {
-
-// Walks a collection by index, so that it sees what is there now.
+// Where a walk stands. The collection tells it of every change, so that it neither misses an item
+// nor gives one twice.
 class CollectionEnumerator final : public PlainObject<IEnumVARIANT> {
 public:
-    explicit CollectionEnumerator(Collection& collection, long next = 1)
-        : collection_(&collection), next_(next) {}
+    explicit CollectionEnumerator(Collection& collection, std::size_t next = 0)
+        : collection_(&collection), next_(next) {
+        collection_->walks_.push_back(this);
+    }
+
+    void inserted(std::size_t at) noexcept { next_ += at < next_ ? 1 : 0; }
+    void removed(std::size_t at) noexcept { next_ -= at < next_ ? 1 : 0; }
 
     STDMETHODIMP Next(ULONG wanted, VARIANT* items, ULONG* fetched) noexcept override {
         if (fetched != nullptr) {
@@ -26,8 +30,9 @@ public:
         }
         ULONG given = 0;
         const HRESULT code = ComMethod([&] {
-            for (; given < wanted && next_ <= collection_->count(); ++given, ++next_) {
-                items[given] = Variant(collection_->at(next_)).detach();
+            for (; given < wanted && next_ < collection_->items_.size(); ++given) {
+                const auto entry = collection_->items_[next_++];
+                items[given] = Variant(entry->value).detach();
             }
         });
         if (fetched != nullptr) {
@@ -36,13 +41,12 @@ public:
         return FAILED(code) ? code : (given == wanted ? S_OK : S_FALSE);
     }
     STDMETHODIMP Skip(ULONG count) noexcept override {
-        const long left = std::max(collection_->count() - next_ + 1, 0L);
-        const bool enough = count <= static_cast<ULONG>(left);
-        next_ += enough ? static_cast<long>(count) : left;
-        return enough ? S_OK : S_FALSE;
+        const std::size_t left = collection_->items_.size() - next_;
+        next_ += std::min<std::size_t>(count, left);
+        return count <= left ? S_OK : S_FALSE;
     }
     STDMETHODIMP Reset() noexcept override {
-        next_ = 1;
+        next_ = 0;
         return S_OK;
     }
     STDMETHODIMP Clone(IEnumVARIANT** clone) noexcept override {
@@ -53,11 +57,13 @@ public:
     }
 
 private:
-    ~CollectionEnumerator() override = default;
+    ~CollectionEnumerator() override { std::erase(collection_->walks_, this); }
 
     const ComPtr<Collection> collection_;
-    long next_;
+    std::size_t next_;  // position of the item to be given next, at most the number of items
 };
+
+namespace {
 
 // A key argument: text, or nothing. Other kinds are refused, as everywhere.
 Text KeyOf(const VARIANT& key) {
@@ -71,72 +77,111 @@ Text KeyOf(const VARIANT& key) {
     return Lower(View(V_BSTR(&target.get())));
 }
 
+// Whatever the languages of clients count in.
+bool IsNumber(const VARIANT& value) noexcept {
+    switch (V_VT(&value)) {
+        case VT_I1:
+        case VT_UI1:
+        case VT_I2:
+        case VT_UI2:
+        case VT_I4:
+        case VT_UI4:
+        case VT_INT:
+        case VT_UINT:
+        case VT_I8:
+        case VT_UI8:
+        case VT_R4:
+        case VT_R8:
+        case VT_CY:
+        case VT_BOOL:
+        case VT_DECIMAL:
+            return true;
+        default:
+            return false;
+    }
+}
+
 }  // namespace
 
-const Variant& Collection::at(long index) const {
+struct Collection::Index {
+    // Throws 13 for what is neither a number nor a text.
+    explicit Index(const VARIANT& given) {
+        Variant target = Variant::Through(given);
+        if (V_VT(&target.get()) == VT_BSTR) {
+            key = Lower(View(V_BSTR(&target.get())));
+        } else if (!IsNumber(target.get())) {
+            throw Error(kTypeMismatch);
+        } else if (SUCCEEDED(VariantChangeType(target.inOut(), target.inOut(), 0, VT_I4))) {
+            number = V_I4(&target.get());
+        }
+    }
+
+    std::optional<Text> key;
+    long number = 0;  // from 1; 0 for one that no collection has
+};
+
+void Collection::terminate() noexcept {
+    // What the items add while they go leaves in a further round; not without end.
+    constexpr int kRounds = 4;
+    for (int round = 0; round < kRounds && !items_.empty(); ++round) {
+        keys_.clear();
+        const auto leaving = std::exchange(items_, {});
+    }
+}
+
+Variant Collection::at(long index) const {
     if (index < 1 || index > count()) {
         throw Error(kSubscriptOutOfRange);
     }
-    return items_[static_cast<std::size_t>(index - 1)]->value;
+    const auto entry = items_[static_cast<std::size_t>(index - 1)];
+    return Variant(entry->value);
 }
 
 const Variant* Collection::find(TextView key) const {
-    const Entry* found = keyed(Lower(key));
-    return found != nullptr ? &found->value : nullptr;
-}
-
-Collection::Entry* Collection::keyed(TextView key) const {
-    const auto found = keys_.find(key);
-    return found != keys_.end() ? found->second : nullptr;
+    const auto found = keys_.find(Lower(key));
+    return found != keys_.end() ? &found->second->value : nullptr;
 }
 
 void Collection::add(Variant item, TextView key) {
-    insert(count(), std::move(item), Lower(key));
+    insert(items_.size(), std::move(item), Lower(key));
 }
 
-void Collection::insert(std::ptrdiff_t at, Variant item, Text key) {
-    if (keyed(key) != nullptr) {
+void Collection::insert(std::size_t at, Variant item, Text key) {
+    if (keys_.find(key) != keys_.end()) {
         throw Error(kKeyExists);
     }
-    auto made = std::make_unique<Entry>(Entry{std::move(item), std::move(key)});
-    Entry& entry = *made;
-    const auto place = items_.insert(items_.begin() + at, std::move(made));
-    if (!entry.key.empty()) {
-        try {
-            keys_.emplace(entry.key, &entry);
-        } catch (...) {
-            items_.erase(place);
-            throw;
-        }
+    const auto made = std::make_shared<Entry>(Entry{std::move(item), std::move(key)});
+    // All that may fail comes before the first change.
+    if (items_.size() == items_.capacity()) {
+        constexpr std::size_t kFirst = 8;
+        items_.reserve(std::max(kFirst, 2 * items_.size()));
+    }
+    if (!made->key.empty()) {
+        keys_.emplace(made->key, made);
+    }
+    items_.insert(items_.begin() + static_cast<std::ptrdiff_t>(at), made);
+    for (CollectionEnumerator* walk : walks_) {
+        walk->inserted(at);
     }
 }
 
-std::ptrdiff_t Collection::position(const VARIANT& index) const {
-    const auto found =
-        std::find_if(items_.begin(), items_.end(), [wanted = &entry(index)](const auto& item) {
-            return item.get() == wanted;
-        });
-    return found - items_.begin();
-}
-
-Collection::Entry& Collection::entry(const VARIANT& index) const {
-    const Variant target = Variant::Through(index);
-    if (V_VT(&target.get()) == VT_BSTR) {
-        Entry* found = keyed(Lower(View(V_BSTR(&target.get()))));
-        if (found == nullptr) {
+const std::shared_ptr<Collection::Entry>& Collection::entry(const Index& index) const {
+    if (index.key) {
+        const auto found = keys_.find(*index.key);
+        if (found == keys_.end()) {
             throw Error(kInvalidCall);
         }
-        return *found;
+        return found->second;
     }
-    if (!IsIndexNumber(target.get())) {
-        throw Error(kTypeMismatch);
-    }
-    Variant number;
-    if (FAILED(VariantChangeType(number.put(), const_cast<VARIANT*>(&target.get()), 0, VT_I4)) ||
-        V_I4(&number.get()) < 1 || V_I4(&number.get()) > count()) {
+    if (index.number < 1 || index.number > count()) {
         throw Error(kSubscriptOutOfRange);
     }
-    return *items_[static_cast<std::size_t>(V_I4(&number.get()) - 1)];
+    return items_[static_cast<std::size_t>(index.number - 1)];
+}
+
+std::size_t Collection::position(const Index& index) const {
+    const auto found = std::find(items_.begin(), items_.end(), entry(index));
+    return static_cast<std::size_t>(found - items_.begin());
 }
 
 STDMETHODIMP Collection::Add(VARIANT item, VARIANT key, VARIANT before, VARIANT after) noexcept {
@@ -146,13 +191,14 @@ STDMETHODIMP Collection::Add(VARIANT item, VARIANT key, VARIANT before, VARIANT 
         if (isBefore && isAfter) {
             throw Error(kInvalidCall);
         }
-        std::ptrdiff_t at = count();
-        if (isBefore) {
-            at = position(before);
-        } else if (isAfter) {
-            at = position(after) + 1;
+        Variant value = Variant::Through(item);
+        Text name = KeyOf(key);
+        std::size_t at = items_.size();
+        if (isBefore || isAfter) {
+            const Index place(isBefore ? before : after);
+            at = position(place) + (isAfter ? 1 : 0);
         }
-        insert(at, Variant::Through(item), KeyOf(key));
+        insert(at, std::move(value), std::move(name));
     });
 }
 
@@ -166,16 +212,21 @@ STDMETHODIMP Collection::get_Count(long* result) noexcept {
 STDMETHODIMP Collection::get_Item(VARIANT index, VARIANT* result) noexcept {
     return ComMethod([&] {
         Out out{result};
-        out = Variant(entry(index).value);
+        const auto held = entry(Index(index));
+        out = Variant(held->value);
     });
 }
 
 STDMETHODIMP Collection::Remove(VARIANT index) noexcept {
     return ComMethod([&] {
-        const auto at = items_.begin() + position(index);
-        const std::unique_ptr<Entry> leaving = std::move(*at);  // released when all is whole again
-        items_.erase(at);
+        const std::size_t at = position(Index(index));
+        const auto place = items_.begin() + static_cast<std::ptrdiff_t>(at);
+        const auto leaving = std::move(*place);  // released when all is whole again
+        items_.erase(place);
         keys_.erase(leaving->key);
+        for (CollectionEnumerator* walk : walks_) {
+            walk->removed(at);
+        }
     });
 }
 
