@@ -26,6 +26,20 @@ constexpr const wchar_t* kGetItem = L"Item (Get)";
     throw Error(number, Text(L"kelSDK.FastCollection.") + label, description);
 }
 
+// The kinds of variant that count as an index.
+bool IsIndexNumber(const VARIANT& index) noexcept {
+    switch (V_VT(&index) & ~VT_BYREF) {
+        case VT_I2:
+        case VT_I4:
+        case VT_R4:
+        case VT_R8:
+        case VT_UI1:
+            return true;
+        default:
+            return false;
+    }
+}
+
 // A numeric index as a 32-bit integer, rounded by the platform. What does not fit is no index.
 long IndexNumber(const VARIANT& index) {
     Variant converted;
@@ -86,19 +100,6 @@ bool IsPlain(BSTR key) noexcept {
 }
 
 }  // namespace
-
-bool IsIndexNumber(const VARIANT& index) noexcept {
-    switch (V_VT(&index) & ~VT_BYREF) {
-        case VT_I2:
-        case VT_I4:
-        case VT_R4:
-        case VT_R8:
-        case VT_UI1:
-            return true;
-        default:
-            return false;
-    }
-}
 
 FastCollection::FastCollection() : storage_(CreateStorage()) {}
 
@@ -306,12 +307,8 @@ void FastCollection::SetKey(long index, TextView key) {
     }
     const BSTR former = record.Key;
     try {
-        record.Key = nullptr;
-        if (!key.empty()) {
-            LinkKey(key, record);
-        }
+        LinkKey(key, record);  // which writes the record's key last
     } catch (const std::bad_alloc&) {
-        record.Key = former;
         Fail(automation::kOutOfMemory, kLabel);
     }
     UnlinkKey(former);

@@ -91,7 +91,8 @@ public:
 
     // The key of an item, "" without one; in text mode its lower-case form. Throws 381.
     Bstr Key(long index) const;
-    // Throws 381, 457, 7.
+    // An empty key is a key like any other here, and the item is found under it. Throws 381,
+    // 457, 7.
     void SetKey(long index, TextView key);
 
     // An array of the keys in index order; items without a key are left out. Lower bound 0.
@@ -152,8 +153,5 @@ private:
     long compareMode_ = 0;
     ULONG compareFlags_ = 0;
 };
-
-// The kinds of variant that count as an index.
-bool IsIndexNumber(const VARIANT& index) noexcept;
 
 }  // namespace kel::core

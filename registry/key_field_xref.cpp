@@ -36,30 +36,38 @@ std::size_t KeyFieldXRef::firstRow(const Text& key) const {
         }
         isIndexed_ = true;
     }
+    if (key.empty()) {
+        return firstBlankRow();
+    }
     const auto found = firstRows_.find(key);
     return found != firstRows_.end() ? found->second : kNone;
+}
+
+std::size_t KeyFieldXRef::firstBlankRow() const {
+    const auto blank = std::find_if(
+        rows_.begin(), rows_.end(), [](const Row& row) { return row.keyField.empty(); });
+    return blank != rows_.end() ? static_cast<std::size_t>(blank - rows_.begin()) : kNone;
 }
 
 KeyFieldXRef::Row& KeyFieldXRef::rowToSet(TextView keyField) {
     const Text key = automation::Lower(keyField);
     std::size_t at = firstRow(key);
     if (at == kNone) {
-        const auto free = std::find_if(
-            rows_.begin(), rows_.end(), [](const Row& row) { return row.keyField.empty(); });
-        at = static_cast<std::size_t>(free - rows_.begin());
-        if (free == rows_.end()) {
+        at = firstBlankRow();
+        if (at == kNone) {
+            at = rows_.size();
             if (at >= kMostRows) {
                 throw automation::Error(automation::kOverflow);
             }
             rows_.resize(at + kGrowth);
         }
-        isIndexed_ = false;  // until all is done: memory may fail
-        rows_[at].keyField = keyField;
-        rows_[at].keyFieldKey = key;
         if (!key.empty()) {
+            isIndexed_ = false;  // until all is done: memory may fail
+            rows_[at].keyField = keyField;
+            rows_[at].keyFieldKey = key;
             firstRows_.emplace(key, at);
+            isIndexed_ = true;
         }
-        isIndexed_ = true;
     }
     return rows_[at];
 }

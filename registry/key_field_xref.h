@@ -32,7 +32,8 @@ public:
     long upper() const noexcept { return static_cast<long>(rows_.size()) - 1; }
     const Row& row(long index) const { return rows_[static_cast<std::size_t>(index)]; }
 
-    // The first row of a key field, or null.
+    // The first row of a key field, or null. The key field named "" has the first row without a
+    // name, as long as no other takes that row.
     const Row* find(TextView keyField) const;
 
     // Write one field of the key field's row, which is made when there is none. A table that has
@@ -50,6 +51,8 @@ public:
 private:
     static constexpr std::size_t kNone = SIZE_MAX;
 
+    // The first row without a name, the free one that is used next.
+    std::size_t firstBlankRow() const;
     // Index of the first row of a key field, by lower-case name.
     std::size_t firstRow(const Text& key) const;
     Row& rowToSet(TextView keyField);

@@ -264,6 +264,29 @@ TEST(FastCollection, ChangesKeys) {
     EXPECT_EQ(KeysOf(collection), (Keys{L"b", L"B", L"c", L"d"}));
 }
 
+TEST(FastCollection, FindsAnItemThatWasRenamedToTheEmptyKey) {
+    FastCollection collection;
+    Fill(collection, {L"a", L"b"});
+    collection.Add(Value(L"unkeyed").get(), L"");
+    EXPECT_FALSE(collection.KeyExists(L"")) << "to Add an empty key is none";
+    collection.ChangeKey(L"a", L"");
+    EXPECT_EQ(Shown(collection.ItemByKey(L"")), L"a");
+    EXPECT_EQ(collection.IndexFromKey(L""), 1);
+    EXPECT_EQ(KeysOf(collection), (Keys{L"", L"b"}));
+    for (const long index : {1L, 2L, 3L}) {
+        EXPECT_EQ(ThrownBy([&] { collection.SetKey(index, L""); }).number, 457) << index;
+    }
+    collection.Add(Value(L"another").get(), L"");
+    EXPECT_EQ(collection.Count(), 4);
+    collection.ChangeKey(L"", L"A");
+    EXPECT_EQ(Shown(collection.ItemByKey(L"A")), L"a");
+    EXPECT_FALSE(collection.KeyExists(L""));
+    collection.SetKey(3, L"");
+    collection.RemoveByKey(L"");
+    EXPECT_EQ(Order(collection), L"a b another");
+    EXPECT_FALSE(collection.KeyExists(L""));
+}
+
 TEST(FastCollection, ReleasesValuesInTheRightMoment) {
     FastCollection collection;
     Witness::Log log;

@@ -94,6 +94,28 @@ TEST_F(KeyFieldTable, LosesEveryRowOfARemovedKeyField) {
     EXPECT_EQ(row(2), L"//");
 }
 
+// The key field without a name has the first row without one, until another takes the row.
+TEST_F(KeyFieldTable, HasARowForTheEmptyName) {
+    fill(1, 2);
+    base->SetKeyFieldSession(Str(L""), Str(L"T"));
+    base->SetKeyFieldFileName(Str(L""), Str(L"FILE"));
+    EXPECT_EQ(row(2), L"/T/FILE");
+    EXPECT_EQ(registry().GetKeyFieldSession(L""), L"T");
+    EXPECT_EQ(registry().GetKeyFieldFileName(L""), L"FILE");
+    fill(3, 3);
+    EXPECT_EQ(row(2), L"Key3/S/FILE");
+    EXPECT_EQ(registry().GetKeyFieldSession(L""), L"");
+    base->SetKeyFieldSession(Str(L""), Str(L"U"));
+    base->RemoveFieldCallBack(Str(L""));
+    EXPECT_EQ(row(3), L"//");
+    fill(4, 11);
+    EXPECT_EQ(registry().xref().upper(), 10);
+    EXPECT_EQ(registry().GetKeyFieldSession(L""), L"") << "no row left";
+    base->SetKeyFieldSession(Str(L""), Str(L"V"));
+    EXPECT_EQ(registry().xref().upper(), 20);
+    EXPECT_EQ(registry().GetKeyFieldSession(L""), L"V");
+}
+
 TEST_F(KeyFieldTable, TakesNoMoreKeyFieldsThanItCanNumber) {
     auto& table = registry().xref();
     // Grown by renaming, as looking for a free row each time would take too long.
