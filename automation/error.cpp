@@ -61,9 +61,16 @@ Text PlatformText(HRESULT code) {
     return length > 0 ? Text(buffer.data(), length) : Text(L"Automation error");
 }
 
+// A text for the platform's error object, which would end it at its first zero.
+Text WithoutZeros(TextView text) {
+    Text result(text);
+    std::replace(result.begin(), result.end(), L'\0', L' ');
+    return result;
+}
+
 Text TakeField(IErrorInfo& info, HRESULT (STDMETHODCALLTYPE IErrorInfo::*getter)(BSTR*)) {
     Bstr field;
-    return SUCCEEDED((info.*getter)(field.put())) ? Text(field.view()) : Text();
+    return SUCCEEDED((info.*getter)(field.put())) ? WithoutZeros(field.view()) : Text();
 }
 
 }  // namespace
@@ -89,8 +96,8 @@ Error::Error(long number) : Error(number, ThisModule().name) {}
 
 Error::Error(long number, TextView source, TextView description)
     : number_(number),
-      source_(source),
-      description_(description.empty() ? StandardText(number) : Text(description)) {}
+      source_(WithoutZeros(source)),
+      description_(description.empty() ? StandardText(number) : WithoutZeros(description)) {}
 
 Error Error::FromCode(HRESULT code) {
     return Error(NumberOfCode(code));
@@ -114,13 +121,13 @@ Error Error::FromCall(HRESULT code) {
 
 Error Error::withSource(TextView source) const {
     Error result = *this;
-    result.source_ = source;
+    result.source_ = WithoutZeros(source);
     return result;
 }
 
 Error Error::withDescription(TextView description) const {
     Error result = *this;
-    result.description_ = description;
+    result.description_ = WithoutZeros(description);
     return result;
 }
 

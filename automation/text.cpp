@@ -61,7 +61,8 @@ Text DecimalText(long number) {
 short ToShort(TextView text) {
     const Bstr copy(text);
     SHORT number = 0;
-    const HRESULT hr = copy.get() == nullptr
+    // The platform's routine would stop at a zero and take what stands before it.
+    const HRESULT hr = copy.get() == nullptr || text.find(L'\0') != TextView::npos
                            ? DISP_E_TYPEMISMATCH
                            : VarI2FromStr(copy.get(), LOCALE_USER_DEFAULT, 0, &number);
     if (hr == DISP_E_OVERFLOW) {

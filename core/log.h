@@ -13,6 +13,7 @@ inline constexpr short kTraceLevel = 9;
 // switches on with anything but "0"; "LogLevel" is the lowest level written and, when it exists,
 // also the path of the file (clients of old rely on that), else the file is c:\kelSDK.log.
 // The line: local date and time in the user's general format, thread identifier, message; UTF-8.
+// Control characters and line separators in the message are written as blanks.
 // Every failure is ignored: a log never disturbs its program.
 void WriteLog(automation::TextView message, short level) noexcept;
 

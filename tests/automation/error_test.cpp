@@ -35,6 +35,8 @@ TEST(Error, PublishesEveryField) {
          {-2147221503, L"mvDBMS::Extract", L"No Key Id"}},
         // A number that is no failure must not look like success to the caller.
         {Error(0, L"zero", L"nothing"), E_FAIL, {E_FAIL, L"zero", L"nothing"}},
+        // The platform's error object ends texts at a zero; the rest must not go with it.
+        {Error(5, L"a", Text(L"key 'x\0y'", 9)), Code(0x800A0005), {5, L"a", L"key 'x y'"}},
         {Error(65535, L"largest", L"fits"), Code(0x800AFFFF), {65535, L"largest", L"fits"}},
         {Error(65536, L"large", L"too large"), E_FAIL, {E_FAIL, L"large", L"too large"}},
     };

@@ -62,6 +62,7 @@ TEST(ToShort, FollowsThePlatformsCoercion) {
         {L"", 0, 13},
         {L"abc", 0, 13},
         {L"5x", 0, 13},
+        {L"5\0x"sv, 0, 13},
         {L"c:\\kelSDK.log", 0, 13},
     };
     for (const Case& one : cases) {

@@ -6,6 +6,7 @@
 
 #include <process.h>
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <thread>
@@ -122,13 +123,12 @@ TEST_F(Log, StaysSilentUnlessItCanAndMayWrite) {
     WriteLog(L"a folder is in the way", 9);
     RemoveDirectoryW((folder / L"3").c_str());
     WriteLog(L"and now it is not", 9);
-    using namespace std::string_view_literals;
-    WriteLog(L"Gr\u00FC\u00DFe \0"sv, 9);
+    WriteLog(L"Gr\u00FC\u00DFe", 9);
     WriteLog(Text(100000, L'x'), 9);
     LogSeparator();
     EXPECT_EQ(messages(folder / L"3"),
               (Messages{"and now it is not",
-                        Narrow(L"Gr\u00FC\u00DFe \0"sv),
+                        Narrow(L"Gr\u00FC\u00DFe"),
                         std::string(100000, 'x'),
                         std::string(50, '=')}))
         << "settings and file are looked at anew every time";
@@ -203,26 +203,93 @@ TEST_F(Log, KeepsEveryLineWholeWhenThreadsAndProcessesWriteAtOnce) {
     }
 }
 
-// Another program keeps the file to itself, or was halted in the middle of its line.
+// Names come from outside: they end no line, begin none and hide nothing.
+TEST_F(Log, WritesEachMessageAsOneLine) {
+    using namespace std::string_view_literals;
+    settings.set(L"Log", L"1");
+    settings.set(L"LogLevel", L"1");
+    WriteLog(L"Cust\0omer"sv, 1);
+    WriteLog(L"a\r\n11/21/2026 10:19:28 AM 1 - forged", 1);
+    WriteLog(L"\t\x1B[2J\x7F\x85\x9F\u2028\u2029\xA0\xFE", 1);
+    EXPECT_EQ(
+        messages(folder / L"1"),
+        (Messages{
+            "Cust omer", "a  11/21/2026 10:19:28 AM 1 - forged", Narrow(L"  [2J     \xA0\xFE")}));
+}
+
+// Another program keeps the file to itself, or locks what it likes of it; or a writer was halted in
+// the middle of its line. None of it holds anybody up for long, and each line is written or lost.
 TEST_F(Log, IsNotHeldUpByOthers) {
     settings.set(L"Log", L"1");
     settings.set(L"LogLevel", L"1");
+    const auto timed = [](const wchar_t* message, int lines) {
+        const ULONGLONG begun = GetTickCount64();
+        for (int i = 0; i < lines; ++i) {
+            WriteLog(message, 1);
+        }
+        return GetTickCount64() - begun;
+    };
     const auto open = [this](DWORD sharing) {
         return CreateFileW(
             (folder / L"1").c_str(), GENERIC_WRITE, sharing, nullptr, OPEN_ALWAYS, 0, nullptr);
     };
+    constexpr ULONGLONG kNoTimeMs = 250;  // on a busy machine
     HANDLE other = open(0);
-    WriteLog(L"lost", 1);
+    EXPECT_LT(timed(L"lost", 5), kNoTimeMs);
     CloseHandle(other);
+    EXPECT_EQ(messages(folder / L"1"), Messages{});
 
     other = open(FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
-    OVERLAPPED turn{};
-    turn.OffsetHigh = MAXLONG;
-    ASSERT_TRUE(LockFileEx(other, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &turn));
-    WriteLog(L"out of turn", 1);
+    OVERLAPPED anywhere{};
+    anywhere.OffsetHigh = MAXLONG;
+    ASSERT_TRUE(LockFileEx(other, LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &anywhere));
+    EXPECT_LT(timed(L"behind a lock", 5), kNoTimeMs);
     CloseHandle(other);
-    WriteLog(L"free again", 1);
-    EXPECT_EQ(messages(folder / L"1"), (Messages{"out of turn", "free again"}));
+    EXPECT_EQ(messages(folder / L"1"), Messages(5, "behind a lock"));
+    DeleteFileW((folder / L"1").c_str());
+
+    // A turn that does not end, ends, and does not end again: it is waited for once.
+    std::atomic<int> step{0};
+    const auto reach = [&](int wanted) {
+        while (step < wanted) {
+            Sleep(1);
+        }
+    };
+    std::thread halted([&] {
+        const HANDLE turn = CreateMutexW(nullptr, FALSE, L"Local\\kelSDK.log");
+        for (int round = 0; round < 2; ++round) {
+            WaitForSingleObject(turn, INFINITE);
+            step = round * 3 + 1;
+            reach(round * 3 + 2);
+            ReleaseMutex(turn);
+            step = round * 3 + 3;
+        }
+        CloseHandle(turn);
+    });
+    reach(1);
+    const ULONGLONG first = timed(L"out of turn", 5);
+    step = 2;
+    reach(3);
+    timed(L"free again", 1);
+    reach(4);
+    const ULONGLONG second = timed(L"once more", 5);
+    step = 5;
+    halted.join();
+    EXPECT_GE(first, 200U);
+    EXPECT_LT(first, 1000U);
+    EXPECT_LT(second, kNoTimeMs);
+    EXPECT_EQ(messages(folder / L"1"),
+              (Messages{"out of turn",
+                        "out of turn",
+                        "out of turn",
+                        "out of turn",
+                        "out of turn",
+                        "free again",
+                        "once more",
+                        "once more",
+                        "once more",
+                        "once more",
+                        "once more"}));
 }
 
 TEST_F(Log, ReadsSettingsFreshAndOnlyAsText) {
