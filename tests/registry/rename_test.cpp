@@ -251,42 +251,41 @@ TEST_F(Rename, ToNoNameAndBackFindsEverythingAgain) {
     EXPECT_EQ(session(L"MAIN").get(), main.get());
 }
 
-// Each row lets a form do what waits for it, and no more: a form is never done.
-TEST_F(Rename, EndsUnderAFormThatIsBusyForEver) {
-    static int ticks;
-    static int posts;
-    static HWND window;
-    static WNDPROC former;
-    ticks = posts = 0;
-    window = CreateWindowExW(
+// A form that is never done: it posts to itself, and its timer is faster than what it does then.
+struct BusyForm {
+    static inline int posts;
+    static inline int ticks;
+
+    static LRESULT CALLBACK Receive(HWND window, UINT message, WPARAM w, LPARAM l) {
+        constexpr int kEndless = 2000;
+        if (message == WM_TIMER) {
+            ++ticks;
+            Sleep(2 * USER_TIMER_MINIMUM);
+        } else if (message == WM_APP && ++posts < kEndless) {
+            PostMessageW(window, WM_APP, 0, 0);
+        }
+        return DefWindowProcW(window, message, w, l);
+    }
+};
+
+TEST_F(Rename, LetsABusyFormDoOnlyWhatWaitsAtEachRow) {
+    BusyForm::posts = BusyForm::ticks = 0;
+    const HWND form = CreateWindowExW(
         0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    former = reinterpret_cast<WNDPROC>(SetWindowLongPtrW(
-        window,
-        GWLP_WNDPROC,
-        reinterpret_cast<LONG_PTR>(
-            static_cast<WNDPROC>([](HWND self, UINT message, WPARAM w, LPARAM l) -> LRESULT {
-                constexpr int kEndless = 2000;
-                if (message == WM_TIMER) {
-                    ++ticks;
-                    Sleep(2 * USER_TIMER_MINIMUM);
-                } else if (message == WM_APP && ++posts < kEndless) {
-                    PostMessageW(self, WM_APP, 0, 0);
-                }
-                return CallWindowProcW(former, self, message, w, l);
-            }))));
-    PostMessageW(window, WM_APP, 0, 0);
-    SetTimer(window, 1, USER_TIMER_MINIMUM, nullptr);
+    SetWindowLongPtrW(form, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(BusyForm::Receive));
+    PostMessageW(form, WM_APP, 0, 0);
+    SetTimer(form, 1, USER_TIMER_MINIMUM, nullptr);
     addField(L"Old");
     tie(L"Old", L"S");
     EXPECT_EQ(base->RenameFieldCallback(Str(L"Old"), Str(L"New")), S_OK);
     EXPECT_EQ(base->RenameSessionCallback(Str(L"S"), Str(L"T")), S_OK);
-    DestroyWindow(window);
+    DestroyWindow(form);
     EXPECT_EQ(rows(), Lines{L"New/T"});
     const int pumpings = 2 * (static_cast<int>(registry().xref().upper()) + 1);
-    EXPECT_GE(posts, pumpings / 2);
-    EXPECT_LE(posts, 2 * pumpings);
-    EXPECT_GE(ticks, 1);
-    EXPECT_LE(ticks, 2 * pumpings);
+    EXPECT_GE(BusyForm::posts, pumpings / 2);
+    EXPECT_LE(BusyForm::posts, 2 * pumpings);
+    EXPECT_GE(BusyForm::ticks, 1);
+    EXPECT_LE(BusyForm::ticks, 2 * pumpings);
 }
 
 }  // namespace
