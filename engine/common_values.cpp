@@ -53,11 +53,9 @@ STDMETHODIMP Dbms::putref_CommonObject(BSTR commonName, IDispatch** value) noexc
 void Dbms::tellCommonValueChanged(BSTR commonName) noexcept {
     const ComPtr<_kelDBMS> keep(self());
     forEachKeyField([&](const Text& key) {
-        if (!key.empty()) {
-            tellField(key, [&](_kelFieldCallBack& callback) {
-                return callback.FldCommonValueChanged(commonName);
-            });
-        }
+        tellField(key, [&](_kelFieldCallBack& callback) {
+            return callback.FldCommonValueChanged(commonName);
+        });
     });
 }
 

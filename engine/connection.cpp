@@ -22,7 +22,11 @@ constexpr const wchar_t* kObjectType = L"object";
 
 // One run of Connect: its outcome so far.
 struct Dbms::ConnectAttempt {
+    explicit ConnectAttempt(ConnectionState& state) noexcept : run(state) {}
+
+    ConnectionState::Connecting run;
     short osType = 0;
+    ComPtr<_kelSessionCallBack> session;
     Text error;
     bool connected = false;
     // The outcome is settled: no further step of connecting is taken.
@@ -31,6 +35,12 @@ struct Dbms::ConnectAttempt {
     void fail(Text text) {
         error = std::move(text);
         ended = true;
+    }
+    // Who disconnects while a session connects has taken the back-end away.
+    void requireNotOvertaken() const {
+        if (run.isOvertaken()) {
+            throw Error(kObjectNotSet);
+        }
     }
 };
 
@@ -90,7 +100,7 @@ STDMETHODIMP Dbms::get_IsConnected(VARIANT_BOOL* result) noexcept {
 }
 
 STDMETHODIMP Dbms::get_IsConnecting(VARIANT_BOOL* result) noexcept {
-    return GiveFlag(isConnecting_, result);
+    return GiveFlag(connection_.isBusy(), result);
 }
 
 STDMETHODIMP Dbms::get_ConnectionFailed(VARIANT_BOOL* result) noexcept {
@@ -109,6 +119,7 @@ short Dbms::osType() {
     if (host_) {
         return GetNumber(*host(), &_mviHostDLL::get_OsType);
     }
+    const bool wasAsking = std::exchange(isAskingOsType_, true);
     short number = 0;
     Ignoring([&] {
         const auto session = ThreadRegistry::Current().sessionCallback(sessionKey_);
@@ -117,13 +128,17 @@ short Dbms::osType() {
         CallOut([&] { return session->GetPropertyValue(name.get(), answer.put()); });
         number = ToShort(answer.view());
     });
+    isAskingOsType_ = wasAsking;
     return number;
 }
 
 STDMETHODIMP Dbms::get_OsType(short* result) noexcept {
     return ComMethod([&] {
         Out out{result};
-        out = osType();
+        // A client that is being asked and asks back has not said it yet.
+        if (host_ || !isAskingOsType_) {
+            out = osType();
+        }
     });
 }
 
@@ -155,48 +170,48 @@ STDMETHODIMP Dbms::Connect(VARIANT_BOOL* result) noexcept {
 }
 
 bool Dbms::connect() {
-    const BusyPointer busy;
     const ComPtr<_kelDBMS> keep(self());
-    connectionErrMsg_.clear();
-    isConnecting_ = true;
-    ConnectAttempt attempt;
-    ComPtr<_kelSessionCallBack> session;
+    if (connection_.refusesConnect()) {
+        return false;
+    }
+    if (connection_.isTelling() && isConnected()) {
+        return true;
+    }
+    const BusyPointer busy;
+    ConnectAttempt attempt(connection_);
     try {
-        core::WriteLog(sessionName_ + L" Connecting...", core::kTraceLevel);
-        session = ThreadRegistry::Current().sessionCallback(sessionKey_);
-        prepareHost(attempt);
-        if (!attempt.ended) {
-            passProperties(*session);
-            attempt.connected = GetFlag(*host(), &_mviHostDLL::get_IsConnected);
-            if (!attempt.connected) {
-                callHostConnect(attempt);
-            }
-        }
+        attemptConnect(attempt);
     } catch (...) {
         const Error error = CurrentError();
         attempt.connected = false;
         attempt.fail(L"Connection Configuration Error: " + DecimalText(error.number()) +
                      L" (kelSDK::Connect::" + error.source() + L") " + error.description());
     }
-    isConnecting_ = false;
+    attempt.run.settle(attempt.connected);
     connectionErrMsg_ = attempt.error;
-    if (attempt.connected) {
-        Ignoring([&] { core::WriteLog(sessionName_ + L" Connection Made", core::kTraceLevel); });
-        Ignoring([&] { CallOut([&] { return session->SessionConnection(); }); });
-        announceConnected();
-    } else {
-        Ignoring([&] {
-            core::WriteLog(sessionName_ + L" Connection failed '" + attempt.error + L"'",
-                           core::kTraceLevel);
-        });
-        Ignoring([&] {
-            const Bstr text(attempt.error);
-            const auto listener =
-                session ? session : ThreadRegistry::Current().sessionCallback(sessionKey_);
-            CallOut([&] { return listener->SessionConnectionFailed(text.get()); });
-        });
+    announce(attempt);
+    // A listener may have disconnected what was connected, or connected after a failure.
+    return connection_.isConnected();
+}
+
+void Dbms::attemptConnect(ConnectAttempt& attempt) {
+    if (ConnectionState::Steps* const steps = connection_.underWay()) {
+        takeSteps(*steps);
+        connection_.ended();
     }
-    return attempt.connected;
+    connectionErrMsg_.clear();
+    core::WriteLog(sessionName_ + L" Connecting...", core::kTraceLevel);
+    attempt.session = ThreadRegistry::Current().sessionCallback(sessionKey_);
+    prepareHost(attempt);
+    if (attempt.ended) {
+        return;
+    }
+    passProperties(*attempt.session);
+    attempt.connected = GetFlag(*host(), &_mviHostDLL::get_IsConnected);
+    if (!attempt.connected) {
+        callHostConnect(attempt);
+    }
+    attempt.requireNotOvertaken();
 }
 
 // Settles which back-end is used: the one there is, or a new one when there is none or the client
@@ -204,7 +219,6 @@ bool Dbms::connect() {
 void Dbms::prepareHost(ConnectAttempt& attempt) {
     attempt.osType = osType();
     if (attempt.osType < 1) {
-        isConnecting_ = false;
         throw Error(kNoOsType, L"kelDBMS::Connection", L"No OS Type has been assigned.");
     }
     if (host_) {
@@ -220,6 +234,7 @@ void Dbms::prepareHost(ConnectAttempt& attempt) {
                      DecimalText(attempt.osType) + L".  Unable to Create Object.");
         return;
     }
+    attempt.requireNotOvertaken();
     host_ = std::move(made);
 }
 
@@ -243,8 +258,8 @@ void Dbms::passProperties(_kelSessionCallBack& session) {
 }
 
 void Dbms::callHostConnect(ConnectAttempt& attempt) {
+    const auto connecting = host();
     try {
-        const auto connecting = host();
         CallOut([&] { return connecting->Connect(); });
     } catch (...) {
         const Error error = CurrentError();
@@ -253,6 +268,11 @@ void Dbms::callHostConnect(ConnectAttempt& attempt) {
                      (isOwn ? Text(L" (kelSDK::Connect) ") : L" (" + error.source() + L") ") +
                      error.description());
     }
+    if (attempt.run.isOvertaken()) {
+        // The back-end may have connected after it was told to disconnect.
+        Ignoring([&] { CallOut([&] { return connecting->Disconnect(); }); });
+        return;
+    }
     // A back-end that reports itself connected counts as connected even when Connect failed.
     attempt.connected = isConnected();
     if (!attempt.connected && attempt.error.empty()) {
@@ -260,9 +280,26 @@ void Dbms::callHostConnect(ConnectAttempt& attempt) {
     }
 }
 
-void Dbms::announceConnected() noexcept {
+// Tells the session's listeners of the outcome, and the controls of a connection while it stands.
+void Dbms::announce(const ConnectAttempt& attempt) noexcept {
+    if (!attempt.connected) {
+        Ignoring([&] {
+            core::WriteLog(sessionName_ + L" Connection failed '" + attempt.error + L"'",
+                           core::kTraceLevel);
+        });
+        Ignoring([&] {
+            const Bstr text(attempt.error);
+            const auto listener = attempt.session
+                                      ? attempt.session
+                                      : ThreadRegistry::Current().sessionCallback(sessionKey_);
+            CallOut([&] { return listener->SessionConnectionFailed(text.get()); });
+        });
+        return;
+    }
+    Ignoring([&] { core::WriteLog(sessionName_ + L" Connection Made", core::kTraceLevel); });
+    Ignoring([&] { CallOut([&] { return attempt.session->SessionConnection(); }); });
     forEachKeyField([&](const Text& key) {
-        if (!key.empty()) {
+        if (!attempt.run.isOvertaken()) {
             tellField(key, [](_kelFieldCallBack& callback) { return callback.FldConnected(); });
         }
     });
@@ -274,44 +311,79 @@ STDMETHODIMP Dbms::Disconnect() noexcept {
 
 void Dbms::disconnect() noexcept {
     const ComPtr<_kelDBMS> keep(self());
-    connectionErrMsg_.clear();
-    isConnecting_ = true;
-    Ignoring([&] {
-        for (long i = FileVarList().Count(); i >= 1; --i) {
-            Ignoring([&] { closeFile(FileVarList().Key(i).view()); });
-            PumpMessages();
-        }
-    });
-    Ignoring([&] {
-        const auto leaving = host();
-        CallOut([&] { return leaving->Disconnect(); });
-    });
-    Ignoring([&] {
-        // An engine that outlives its apartment's registry has nobody left to tell.
-        if (ThreadRegistry* registry = ThreadRegistry::IfAny()) {
-            const auto session = registry->sessionCallback(sessionKey_);
-            CallOut([&] { return session->SessionDisconnect(); });
-        }
-    });
-    forEachKeyField([&](const Text& key) {
-        if (!key.empty()) {
-            forgetKeyField(key);
-        }
-        PumpMessages();
-    });
-    host_.reset();
-    isConnecting_ = false;
+    ConnectionState::Disconnecting run(connection_);
+    if (ConnectionState::Steps* const steps = run.steps()) {
+        connectionErrMsg_.clear();
+        steps->filesLeft = fileVarList_ ? fileVarList_->Count() : 0;
+        takeSteps(*steps);
+    }
 }
 
-// Drops a key field's record state, closes its select list and tells its controls.
-void Dbms::forgetKeyField(TextView key) noexcept {
-    Ignoring([&] {
-        const auto leaving = info(key);
-        // Dropped first: client code that runs while the list is closed finds it gone.
-        InfoList().RemoveByKey(key);
-        closeSelectList(*leaving);
-    });
-    tellField(key, [](_kelFieldCallBack& callback) { return callback.FldDisconnected(); });
+// Takes the steps of a Disconnect that are left. Each may let a Connect in, which takes the others
+// itself and connects; then nothing is left here.
+void Dbms::takeSteps(ConnectionState::Steps& steps) noexcept {
+    while (steps.filesLeft > 0) {
+        const long last = steps.filesLeft--;
+        Ignoring([&] { closeFile(FileVarList().Key(last).view()); });
+        PumpMessages();
+    }
+    if (!std::exchange(steps.hasEndedConnection, true)) {
+        const ComPtr<_mviHostDLL> ending = host_;
+        // Whatever a window has opened meanwhile.
+        closeFiles(ending.get(), std::exchange(fileVarList_, nullptr));
+        if (ending) {
+            Ignoring([&] { CallOut([&] { return ending->Disconnect(); }); });
+        }
+    }
+    if (!std::exchange(steps.hasToldSession, true)) {
+        Ignoring([&] {
+            // An engine that outlives its apartment's registry has nobody left to tell.
+            if (ThreadRegistry* registry = ThreadRegistry::IfAny()) {
+                const auto session = registry->sessionCallback(sessionKey_);
+                CallOut([&] { return session->SessionDisconnect(); });
+            }
+        });
+    }
+    if (!steps.lastRow) {
+        steps.lastRow = lastRow();
+    }
+    while (steps.nextRow <= *steps.lastRow) {
+        const long row = steps.nextRow;
+        const Text key = keyFieldAt(row);
+        if (!key.empty()) {
+            dropRecordState(key);
+        }
+        // A Connect that came in with the closing of the select list has told the key field.
+        if (steps.nextRow == row) {
+            ++steps.nextRow;
+            if (!key.empty()) {
+                tellField(key,
+                          [](_kelFieldCallBack& callback) { return callback.FldDisconnected(); });
+            }
+        }
+        PumpMessages();
+    }
+    if (!std::exchange(steps.hasLetGo, true)) {
+        letGoOfBackend();
+    }
+}
+
+// Lets go of the back-end and of all that belongs to its connection: also what was opened while the
+// session disconnected, and the records of key fields that are tied to no session or to another.
+// Forgotten first: client code that the calls let in finds a session without a back-end.
+void Dbms::letGoOfBackend() noexcept {
+    const ComPtr<_mviHostDLL> leaving = std::exchange(host_, nullptr);
+    List files = std::exchange(fileVarList_, nullptr);
+    const List infos = std::exchange(infoList_, nullptr);
+    closeFiles(leaving.get(), std::move(files));
+    for (long i = infos ? infos->Count() : 0; i >= 1; --i) {
+        Ignoring([&] {
+            const ComPtr<RecordInfo> record = infoIn(infos->ItemByIndex(i).get());
+            if (record->state.selectList) {
+                closeSelectList(leaving.get(), *record);
+            }
+        });
+    }
 }
 
 }  // namespace kel::engine

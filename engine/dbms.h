@@ -9,6 +9,7 @@
 #include "automation/object.h"
 #include "core/collection.h"
 #include "core/fast_collection.h"
+#include "engine/connection_state.h"
 #include "engine/field_item.h"
 #include "engine/record_info.h"
 #include "kelEngine.h"
@@ -153,11 +154,13 @@ private:
     bool isConnected() noexcept;
     bool connect();
     void disconnect() noexcept;
+    void attemptConnect(ConnectAttempt& attempt);
     void prepareHost(ConnectAttempt& attempt);
     void passProperties(_kelSessionCallBack& session);
     void callHostConnect(ConnectAttempt& attempt);
-    void announceConnected() noexcept;
-    void forgetKeyField(TextView key) noexcept;
+    void announce(const ConnectAttempt& attempt) noexcept;
+    void takeSteps(ConnectionState::Steps& steps) noexcept;
+    void letGoOfBackend() noexcept;
 
     // ---- record_state.cpp
     static core::FastCollection& made(List& list);
@@ -172,6 +175,8 @@ private:
     ComPtr<RecordInfo> EnsureKeyFieldInfo(TextView keyId, const Text& key);
     // The record state of a key field, by lower-case name; throws 381 when there is none.
     ComPtr<RecordInfo> info(TextView key);
+    // An item of InfoList as what it is.
+    static ComPtr<RecordInfo> infoIn(const VARIANT& item);
     ComPtr<IDispatch> newDynamicArray();
     // First non-empty of the item's, the buffer's and the key field's file name.
     static Text resolveFileName(const FieldItem& item, const RecordInfo& info, TextView key);
@@ -179,9 +184,16 @@ private:
     // Calls `call` with the callback of a key field. A missing or failing callback is ignored.
     template <typename Call>
     static void tellField(TextView key, Call&& call) noexcept;
-    // Visits the key fields of this session in the order of the cross-reference table.
+    // Highest index of the cross-reference table; -1 without a table.
+    static long lastRow() noexcept;
+    // The key field in a row of the table, in lower case; "" for none, or another session's.
+    Text keyFieldAt(long row) const noexcept;
+    // Visits the key fields of this session in the order of the table, as far as it reaches when
+    // the walk begins: handlers that always add one do not make it endless.
     template <typename Visit>
     void forEachKeyField(Visit&& visit) noexcept;
+    // Lets go of the record state of a key field, if there is one.
+    void dropRecordState(TextView key) noexcept;
 
     // ---- arrays.cpp
     void changed(const Element& element) noexcept;
@@ -198,6 +210,8 @@ private:
     short open(TextView fileName);
     ComPtr<IDispatch> fileVariable(TextView fileName) noexcept;
     void closeFile(TextView fileName) noexcept;
+    // Closes all files, the last one first; without a back-end they are only let go of.
+    static void closeFiles(_mviHostDLL* host, List files) noexcept;
 
     // ---- record_read.cpp
     short read(TextView recordNumber, const FieldItem& item, TextView key);
@@ -217,8 +231,9 @@ private:
     void refreshForProgram(const Text& key) noexcept;
 
     // ---- selections.cpp
-    // Takes a record's select list out and closes it; no list is closed as Nothing.
-    void closeSelectList(RecordInfo& record) noexcept;
+    // Takes a record's select list out and has the back-end, if there is one, close it; no list is
+    // closed as Nothing.
+    static void closeSelectList(_mviHostDLL* host, RecordInfo& record) noexcept;
 
     // ---- dictionary.cpp
     Text dictionaryFileName(const FieldItem& item);
@@ -237,7 +252,8 @@ private:
     List infoList_;
     List fileVarList_;
     List commonList_;
-    bool isConnecting_ = false;
+    ConnectionState connection_;
+    bool isAskingOsType_ = false;  // the client is being asked for it
     Text connectionErrMsg_;
     bool autoUpdateOk_ = true;
     std::set<Text> refreshedByProgram_;  // key fields whose controls follow a program's answer

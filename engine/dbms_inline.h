@@ -18,19 +18,14 @@ void Dbms::tellField(TextView key, Call&& call) noexcept {
 
 template <typename Visit>
 void Dbms::forEachKeyField(Visit&& visit) noexcept {
-    // The table is read anew at each row: what a handler adds behind is visited, too.
-    automation::Ignoring([&] {
-        for (long i = 0;; ++i) {
-            auto* registry = registry::ThreadRegistry::IfAny();
-            if (registry == nullptr || i > registry->xref().upper()) {
-                return;
-            }
-            const auto& row = registry->xref().row(i);
-            const bool isOurs = !row.keyField.empty() && row.sessionKey == sessionKey_;
-            const Text key = isOurs ? row.keyFieldKey : Text();
+    const long last = lastRow();
+    for (long row = 0; row <= last; ++row) {
+        // Read anew at each row: the visits run client code.
+        const Text key = keyFieldAt(row);
+        if (!key.empty()) {
             visit(key);
         }
-    });
+    }
 }
 
 }  // namespace kel::engine

@@ -55,21 +55,26 @@ STDMETHODIMP Dbms::OpenFileVar(BSTR fileName, IDispatch** result) noexcept {
     });
 }
 
+// Taken out of the list first: who opens the file again meanwhile gets a variable of his own.
 void Dbms::closeFile(TextView fileName) noexcept {
     Ignoring([&] {
         if (!FileVarList().KeyExists(fileName)) {
             return;
         }
         ComPtr<IDispatch> fileVar = fileVariable(fileName);
-        Ignoring([&] {
-            const auto closer = host();
-            CallOut([&] { return closer->CloseFile(fileVar.inOut()); });
-        });
-        // Looked up again: closing may have run code that closed it as well.
-        if (FileVarList().KeyExists(fileName)) {
-            FileVarList().RemoveByKey(fileName);
-        }
+        FileVarList().RemoveByKey(fileName);
+        const auto closer = host();
+        CallOut([&] { return closer->CloseFile(fileVar.inOut()); });
     });
+}
+
+void Dbms::closeFiles(_mviHostDLL* host, List files) noexcept {
+    for (long i = files && host != nullptr ? files->Count() : 0; i >= 1; --i) {
+        Ignoring([&] {
+            ComPtr<IDispatch> fileVar = files->ItemByIndex(i).object<IDispatch>();
+            CallOut([&] { return host->CloseFile(fileVar.inOut()); });
+        });
+    }
 }
 
 STDMETHODIMP Dbms::mvCloseFile(BSTR fileName) noexcept {

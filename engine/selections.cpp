@@ -30,7 +30,7 @@ STDMETHODIMP Dbms::ExecuteSelectList(BSTR sentence, IDispatch* item) noexcept {
             ComPtr<RecordInfo> record;
             Ignoring([&] { record = info(key); });
             if (record && record->state.selectList) {
-                closeSelectList(*record);
+                closeSelectList(host_.get(), *record);
             }
             const auto selector = host();
             ComPtr<IDispatch> list;
@@ -72,16 +72,20 @@ STDMETHODIMP Dbms::ReadNext(BSTR* id, IDispatch* item, VARIANT_BOOL* result) noe
     });
 }
 
-void Dbms::closeSelectList(RecordInfo& record) noexcept {
+void Dbms::closeSelectList(_mviHostDLL* host, RecordInfo& record) noexcept {
+    const ComPtr<_mviHostDLL> closer(host);
     // Taken out first: whoever comes back in meanwhile finds no list to close, and may leave one.
     const ComPtr<IDispatch> list = std::move(record.state.selectList);
     record.state.selectListProcessed = false;
-    Ignoring([&] { Close(*host(), list.get()); });
+    if (closer) {
+        Close(*closer, list.get());
+    }
 }
 
 STDMETHODIMP Dbms::DestorySelectList(IDispatch* item) noexcept {
-    return ComMethod(
-        [&] { Ignoring([&] { closeSelectList(*info(Lower(FieldItem(item).keyId()))); }); });
+    return ComMethod([&] {
+        Ignoring([&] { closeSelectList(host_.get(), *info(Lower(FieldItem(item).keyId()))); });
+    });
 }
 
 STDMETHODIMP Dbms::TCLExecute(BSTR sentence, BSTR* capture, BSTR* returning) noexcept {

@@ -28,11 +28,17 @@ NOTES = {
                           'session\'s engine raise 381 when there is none under the session\'s '
                           'name, as after SetSessionName.',
     'kelSessionCallBack.OsType': 'Putting: -2147221501 (`kelDBMS::OsType`) for a number without a '
-                                 'back-end of version 2 or above; 381. Getting: 381.',
+                                 'back-end of version 2 or above; 381. Getting: 381. A back-end '
+                                 'whose Connect failed stays and answers with its own number: '
+                                 'Disconnect before another kind is to be used. 0 for a listener '
+                                 'that asks while it is asked.',
     'kelSessionCallBack.IsConnected': '381 without an engine.',
     'kelSessionCallBack.Connect': 'Raises no error: the reason comes with the event '
-                                  'ConnectionFailed. Connecting a connected session answers True.',
-    'kelSessionCallBack.Disconnect': 'Raises no error.',
+                                  'ConnectionFailed. Connecting a connected session answers True; '
+                                  'inside a Connect that has no outcome yet the answer is False. '
+                                  'What listeners make of the outcome counts: False when one '
+                                  'disconnects, True when one connects after a failure.',
+    'kelSessionCallBack.Disconnect': 'Raises no error. Inside another Disconnect it does nothing.',
     'kelSessionCallBack.CommonValue': '381 without an engine.',
     'kelSessionCallBack.CommonObject': '381 without an engine.',
     'kelSessionCallBack.Tools': 'Raises no error: Nothing when it cannot be made.',
@@ -59,8 +65,10 @@ NOTES = {
     'kelTools': 'Handed out by a session or a dictionary item. Members that work with the database '
                 'raise 10102 "Currently not connected" (`kelTools::` and the member) when there is '
                 'no engine under the session\'s name. Key fields are named without regard to case.',
-    'kelTools.Connect': '381 without an engine. Without a session name the answer is False.',
-    'kelTools.Disconnect': 'Raises no error.',
+    'kelTools.Connect': '381 without an engine. Without a session name the answer is False. '
+                        'Connecting a connected session tells everybody once more; otherwise as '
+                        'that of the session.',
+    'kelTools.Disconnect': 'Raises no error. Inside another Disconnect it does nothing.',
     'kelTools.IsConnected': 'Raises no error.',
     'kelTools.IsConnecting': 'Raises no error.',
     'kelTools.ConnectionFailed': 'Raises no error.',

@@ -50,8 +50,13 @@ text::Position At(long amc, long vmc, long smc) {
             static_cast<std::int32_t>(smc)};
 }
 
-State::RecordName RecordOf(IDispatch** file, BSTR id) {
-    return {DemandOpen(*file, Opaque::Kind::kFile).file, Text(View(id))};
+// A file variable is of use to the back-end object that opened it.
+State::RecordName RecordOf(IDispatch** file, BSTR id, long host) {
+    const Opaque& opaque = DemandOpen(*file, Opaque::Kind::kFile);
+    if (opaque.host != host) {
+        Fail(mvOpenNotOpen, Opaque::NameOf(*file) + L" is from another connection");
+    }
+    return {opaque.file, Text(View(id))};
 }
 
 void Set(BSTR* target, TextView text) {
@@ -366,7 +371,7 @@ public:
             constexpr short kFound = 0;
             constexpr short kMissing = 1;
             constexpr short kLocked = 2;
-            const auto record = RecordOf(file, id);
+            const auto record = RecordOf(file, id, number_);
             if (readU != VARIANT_FALSE && !TheState().lock(record, number_)) {
                 *status = kLocked;
                 return;
@@ -384,7 +389,7 @@ public:
                          IDispatch** file,
                          IDispatch** array) noexcept override {
         return entry(Member::kWrite, {InFlag(writeU), id, file, array}, [&] {
-            const auto record = RecordOf(file, id);
+            const auto record = RecordOf(file, id, number_);
             const Text text = FromUnits(ArrayOf(array).ToText());
             if (!TheState().lock(record, number_)) {
                 Fail(mvItemLocked, L"Record " + record.second + L" is locked");
@@ -398,7 +403,7 @@ public:
 
     STDMETHODIMP mvDelete(BSTR id, IDispatch** file) noexcept override {
         return entry(Member::kDeleteRecord, {id, file}, [&] {
-            const auto record = RecordOf(file, id);
+            const auto record = RecordOf(file, id, number_);
             if (!TheState().lock(record, number_)) {
                 Fail(mvItemLocked, L"Record " + record.second + L" is locked");
             }
@@ -408,8 +413,9 @@ public:
     }
 
     STDMETHODIMP mvRelease(IDispatch** file, BSTR id) noexcept override {
-        return entry(
-            Member::kRelease, {file, id}, [&] { TheState().unlock(RecordOf(file, id), number_); });
+        return entry(Member::kRelease, {file, id}, [&] {
+            TheState().unlock(RecordOf(file, id, number_), number_);
+        });
     }
 
     STDMETHODIMP CallHost(BSTR program,
@@ -446,6 +452,7 @@ public:
             FileNamed(Text(View(name)));
             const auto file = Opaque::Make(Opaque::Kind::kFile);
             file->file = View(name);
+            file->host = number_;
             *result = ComPtr<IDispatch>(file).detach();
         });
     }
@@ -592,7 +599,7 @@ public:
     }
 
 private:
-    ~Host() override { TheState().leave(number_); }
+    ~Host() override { TheState().leave(number_, connected_); }
 
     // One entry: recorded, scripted, and `body` as its default.
     HRESULT entry(Member member,

@@ -27,6 +27,7 @@ public:
 
     text::DynamicArray array;  // of a record buffer
     Text file;                 // of a file variable
+    long host = 0;             // the back-end object that opened it
     std::vector<Text> ids;     // of a select list
     std::size_t next = 0;
     bool isOpen = true;

@@ -22,7 +22,8 @@ long State::enter() {
     return ++lastHost_;
 }
 
-void State::leave(long host) {
+void State::leave(long host, bool isConnected) {
+    releasedConnected_ += isConnected ? 1 : 0;
     --liveHosts_;
     std::erase_if(lockHolders, [&](const auto& entry) { return entry.second == host; });
 }
@@ -51,6 +52,7 @@ void State::reset() {
                 {kUndottedOsType, L"2"}};
     connectedAtStart = false;
     lastHost_ = 0;
+    releasedConnected_ = 0;
     Opaque::RestartNumbers();
 }
 

@@ -28,7 +28,7 @@ public:
     State() { reset(); }
 
     long enter();  // the new object's number
-    void leave(long host);
+    void leave(long host, bool isConnected);
     // Takes a lock, or answers false when somebody else has it.
     bool lock(const RecordName& record, long host);
     void unlock(const RecordName& record, long host);
@@ -52,6 +52,7 @@ public:
     std::optional<DictItem> dictItem(TextView file, TextView name) const;
     void putProgram(TextView name, Program program) override;
     LiveObjects live() const override;
+    long releasedConnected() const override { return releasedConnected_; }
     ComPtr<IDispatch> makeArray(TextView text) override;
     std::optional<Text> arrayText(IUnknown* array) const override;
     Text nameOf(IUnknown* object) const override { return Opaque::NameOf(object); }
@@ -59,6 +60,7 @@ public:
 private:
     long liveHosts_ = 0;
     long lastHost_ = 0;
+    long releasedConnected_ = 0;
 };
 
 State& TheState();

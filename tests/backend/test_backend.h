@@ -284,6 +284,8 @@ public:
     // ------------------------------------------------------------------ objects handed out
 
     virtual LiveObjects live() const = 0;
+    // Back-end objects that were let go of while they were connected.
+    virtual long releasedConnected() const = 0;
     // A record buffer of this back-end as a client could have kept it.
     virtual ComPtr<IDispatch> makeArray(TextView text) = 0;
     // The content of a record buffer of this back-end; empty optional for any other object.

@@ -124,9 +124,10 @@ TEST_F(CommonValues, AreAnnouncedToWhoeverJoinsMeanwhile) {
     });
     setValue(L"Day", Value(1));
     const Lines heard = takeEvents();
-    EXPECT_EQ(heard.size(), 13U);
+    // As far as the table reached: who joins may set a value in turn, for ever.
+    EXPECT_EQ(heard.size(), 11U);
     EXPECT_EQ(heard.front(), L"A: CommonValueChanged(Day)");
-    EXPECT_EQ(heard.back(), L"New11: CommonValueChanged(Day)");
+    EXPECT_EQ(heard.back(), L"New9: CommonValueChanged(Day)");
     EXPECT_EQ(std::ranges::count(heard, L"Gone: CommonValueChanged(Day)"), 0);
 }
 

@@ -238,7 +238,7 @@ TEST_F(Connect, EndsConnectedOrNotAsItsHandlersLeaveIt) {
     const auto reconnect = [this] { EXPECT_EQ(call(L"Connect").text(), L"True"); };
     const auto disconnect = [this] { EXPECT_TRUE(call(L"Disconnect").ok()); };
     const Case cases[] = {
-        {"disconnected when connected", L"Connection", disconnect, L"True", L"", kDisconnected, 0},
+        {"disconnected when connected", L"Connection", disconnect, L"False", L"", kDisconnected, 0},
         {"connected again when connected", L"Connection", reconnect, L"True", L"", kConnected, 1},
         {"the client lets go of the session",
          L"Connection",
@@ -291,7 +291,7 @@ TEST_F(Connect, MayBeTriedAgainFromTheEventOfItsFailure) {
         session.sink->answerProperty(L"OsType", L"99");
         EXPECT_TRUE(connect());
     });
-    EXPECT_FALSE(connect());
+    EXPECT_TRUE(connect()) << "connected at the end";
     EXPECT_EQ(state(), kConnected);
     EXPECT_EQ(errorText(), L"");
 }

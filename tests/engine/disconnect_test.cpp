@@ -75,42 +75,6 @@ TEST_F(Disconnect, DetachesRecordStates) {
     EXPECT_EQ(backend.count(Member::kOpenFile), 1) << "files are opened anew";
 }
 
-TEST_F(Disconnect, LeavesWhatBelongsToNoKeyFieldOfTheSession) {
-    openAll();
-    // A state whose key field was never tied, and one that went elsewhere.
-    const auto loose = info(L"Loose");
-    const auto moved = info(L"Item");
-    base->SetKeyFieldSession(Str(L"Item"), Str(L"Second"));
-    disconnect();
-    EXPECT_EQ(info(L"Loose").get(), loose.get());
-    EXPECT_EQ(info(L"Item").get(), moved.get());
-}
-
-TEST_F(Disconnect, SurvivesHandlersThatConnectAgain) {
-    openAll();
-    bool done = false;
-    session.sink->onEvent([&](Event& event) {
-        if (event.name() == L"Disconnect" && !std::exchange(done, true)) {
-            EXPECT_TRUE(connect());
-            EXPECT_EQ(get(L"IsConnected").text(), L"True");
-        }
-    });
-    disconnect();
-    EXPECT_EQ(get(L"IsConnected").text(), L"False") << "disconnecting goes on to its end";
-    EXPECT_EQ(backend.live().hosts, 0);
-    EXPECT_TRUE(connect());
-
-    listener(L"Cust").onEvent([&](Event& event) {
-        if (event.name() == L"Disconnected") {
-            listener(L"Cust").onEvent({});
-            disconnect();
-        }
-    });
-    disconnect();
-    EXPECT_EQ(get(L"IsConnecting").text(), L"False");
-    EXPECT_EQ(backend.live().hosts, 0);
-}
-
 TEST_F(Disconnect, HappensWhenTheEngineEnds) {
     openAll();
     session.subscription.reset();

@@ -1,5 +1,5 @@
 // Every call that each member makes to the back-end, failing: what the caller sees, what is left,
-// and that the member works again afterwards.
+// and that the member, and the session for all that it is for, work again afterwards.
 #include "tests/engine/error_sweep.h"
 
 #include <gtest/gtest.h>
@@ -87,10 +87,11 @@ TEST_F(ErrorSweep, OfRecordsAndFiles) {
         {"mvRead of a locked record",
          [this] {
              read();
-             backend.lockRecord(L"CUST", L"17");
+             backend.putRecord(L"CUST", L"18", L"Jones");
+             backend.lockRecord(L"CUST", L"18");
              item->definition.readU = true;
          },
-         calling(L"mvRead", seventeen),
+         calling(L"mvRead", {L"18", item.get()}),
          Fate::kRaised},
         {"mvRead, refused",
          [this] {
@@ -186,6 +187,7 @@ TEST_F(ErrorSweep, OfTheEnginesEnd) {
             [&](long, const Text&) {
                 EXPECT_EQ(backend.live(), LiveObjects());
                 EXPECT_EQ(takeEvents().back(), L"Cust: Disconnected()");
+                expectWorks();
             });
     }
 }

@@ -1,5 +1,6 @@
 // Client code in the middle of members: listeners and back-end calls that take away, replace or
-// change the very thing in hand. Members end as described, and nothing crashes.
+// change the very thing in hand. Members end as described, nothing crashes, and whatever came of it
+// a client connects, reads, changes and writes afterwards as in a session of its own.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -108,8 +109,12 @@ protected:
             {"disconnect", L"Disconnect", {}},
         };
     }
-    // Nothing is left once everything has been let go of; then the next round may begin.
+    // The session works, and nothing is left once everything has been let go of; then the next
+    // round may begin.
     void startOver() {
+        expectWorks();
+        EXPECT_EQ(backend.live(), LiveObjects());
+        EXPECT_EQ(backend.releasedConnected(), 0);
         letGo();
         tools.reset();
         RestartApartment();

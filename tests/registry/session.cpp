@@ -76,6 +76,36 @@ void SessionTest::setFlags(_kelInfo& state, TextView flags) {
     state.put_IsChanged(has(L'C'));
 }
 
+void SessionTest::expectWorks() {
+    ComPtr<_kelSessionCallBack> callback;
+    base->GetSessionCallBack(Str(L"Main"), callback.put());
+    auto answering = ListenTo(*callback);
+    answering.sink->answerProperty(L"OsType", L"99");
+    base->SetKeyFieldSession(Str(L"Cust"), Str(L"Main"));
+    base->SetKeyFieldFileName(Str(L"Cust"), Str(L"CUST"));
+    ComPtr<_kelTools> tools;
+    callback->get_Tools(tools.put());
+    const auto does = [&](TextView member, const Arguments& arguments) {
+        EXPECT_EQ(Dispatch(tools.get()).call(member, arguments).error, ErrorFields{})
+            << Narrow(Text(member));
+    };
+    const auto holds = [&](TextView line) {
+        const auto state = Dispatch(registry().engine(L"main").get()).get(L"mvInfo", {L"Cust"});
+        EXPECT_EQ(recordLine(*state.value.object<_kelInfo>()), line);
+    };
+    backend.putRecord(L"CUST", L"17", L"Smith");
+    EXPECT_EQ(Dispatch(callback.get()).call(L"Connect").text(), L"True");
+    EXPECT_EQ(Dispatch(tools.get()).call(L"IsConnecting").text(), L"False");
+    does(L"mvRead", {L"Cust", L"17", L"CUST"});
+    holds(L"Smith|17|CUST|R--|0");
+    does(L"Replace", {L"Cust", L"Miller", 1});
+    holds(L"Miller|17|CUST|R-C|0");
+    does(L"mvWrite", {L"Cust", L"17", L"CUST"});
+    EXPECT_EQ(backend.record(L"CUST", L"17"), L"Miller");
+    does(L"Disconnect", {});
+    answering.end();
+}
+
 Text SessionTest::recordLine(_kelInfo& state) const {
     ComPtr<IDispatch> array;
     state.get_DynamicArray(array.put());

@@ -72,6 +72,10 @@ protected:
     Text record(TextView keyField = L"Cust") const { return recordLine(*info(keyField)); }
     Text recordLine(_kelInfo& state) const;
 
+    // Whatever has come before, a client that takes the session and key field "Cust" anew connects,
+    // reads record 17 of file CUST, changes and writes it. Ends disconnected.
+    void expectWorks();
+
     struct Field {
         ComPtr<_kelFieldCallBack> callback;
         Listening listening;
