@@ -85,7 +85,8 @@ void Connection::Hear(binding::SessionEvent event, const binding::Arguments& arg
 }
 
 bool Connection::Connect() {
-    Disconnect();
+    // Also after an attempt that failed: its back-end stays until then.
+    Check(session_->Disconnect());
     failure_.clear();
     Check(session_->put_OsType(backEnd_));
     return AskFlag([&](VARIANT_BOOL* to) { return session_->Connect(to); });

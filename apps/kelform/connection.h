@@ -34,7 +34,7 @@ public:
     std::vector<Property>& properties() { return properties_; }
     void set(const std::wstring& property, const std::wstring& value);
 
-    // Connects, after disconnecting if need be. False: failure() says why.
+    // Disconnects and connects anew. False: failure() says why.
     bool Connect();
     void Disconnect();
     bool isConnected() const;

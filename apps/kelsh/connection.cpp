@@ -152,6 +152,11 @@ bool Connection::Connect() {
         properties_ = propertiesBefore;
         return false;
     }
+    // The back-end of an attempt that failed stays in the session, which then asks it, and not us,
+    // what kind it is.
+    if (os_ && session_.OsType() != *os_) {
+        session_.Disconnect();
+    }
     events_->failure.clear();
     if (session_.Connect()) {
         answered_ = true;
