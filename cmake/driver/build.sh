@@ -30,6 +30,9 @@ configure() {
         for input in "${inputs[@]}"; do
             [[ "$input" -nt "$tree/.configured" ]] && stale=1
         done
+        # A compiler cache that was there then may be gone.
+        input=$(sed -n 's/^CMAKE_CXX_COMPILER_LAUNCHER:[A-Z]*=//p' "$tree/CMakeCache.txt")
+        [[ -z "$input" ]] || command -v "$input" >/dev/null || stale=1
         [[ "$stale" ]] || return 0
     fi
 
