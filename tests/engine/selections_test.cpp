@@ -98,6 +98,7 @@ TEST_F(Selections, CloseEachListOnceWhoeverComesBackIn) {
         {"closing within the close of a selection", Member::kCloseSelect, selects, closes, true},
         {"disconnecting within a close", Member::kCloseSelect, closes, disconnects, false},
         {"closing within a disconnection", Member::kCloseSelect, disconnects, closes, false},
+        {"selecting within a disconnection", Member::kCloseSelect, disconnects, selects, false},
     };
     for (const Case& one : cases) {
         for (const bool isBefore : {true, false}) {
