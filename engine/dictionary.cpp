@@ -42,7 +42,7 @@ ComPtr<core::Collection> ReadNames(_mviHostDLL& reader, ComPtr<IDispatch>& selec
     } catch (...) {
         const Error error = CurrentError();
         Ignoring([&] { CloseNames(reader, selectList); });
-        throw error;
+        throw Error(error);
     }
 }
 

@@ -128,7 +128,7 @@ public:
     // To be called when the others are in their places: throws 13 (type mismatch) if one had none.
     void requireAll() const {
         if (failure_) {
-            throw *failure_;
+            throw Error(*failure_);
         }
     }
 
@@ -203,7 +203,7 @@ STDMETHODIMP Dbms::CallHostProgram(BSTR progName,
             // What a program did to its arguments before it failed stays done.
             const Error failure = CurrentError();
             Ignoring([&] { args.giveBack(); });
-            throw failure;
+            throw Error(failure);
         }
         args.giveBack();
     });
