@@ -13,7 +13,7 @@ import re
 import shutil
 import subprocess
 import uuid
-from xml.sax.saxutils import quoteattr
+import xml.etree.ElementTree as ElementTree
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 MAKER = 'kelSDK'
@@ -31,12 +31,16 @@ def identity(*parts):
 
 
 def element(name, attributes, children=()):
-    """One element of XML, as a list of lines."""
-    opening = '<' + name + ''.join(f' {key}={quoteattr(value)}' for key, value in attributes.items())
-    lines = [line for child in children for line in child]
-    if not lines:
-        return [opening + '/>']
-    return [opening + '>'] + ['  ' + line for line in lines] + [f'</{name}>']
+    made = ElementTree.Element(name, attributes)
+    made.extend(children)
+    return made
+
+
+def document(root, standalone=''):
+    """The text of a document with this element."""
+    ElementTree.indent(root)
+    return (f'<?xml version="1.0" encoding="UTF-8"{standalone}?>\n'
+            + ElementTree.tostring(root, encoding='unicode') + '\n')
 
 
 class Keys:
@@ -147,12 +151,12 @@ class Installer:
         prefix = '' if folder == '.' else folder + '/'
         below = sorted({path[len(prefix):].split('/')[0] for path in files
                         if path.startswith(prefix) and '/' in path[len(prefix):]})
-        lines = [self.file_component(path) for path in here]
+        parts = [self.file_component(path) for path in here]
         for name in below:
-            lines.append(element('Directory',
+            parts.append(element('Directory',
                                  {'Id': 'd_' + re.sub(r'\W', '_', prefix + name), 'Name': name},
                                  self.directory(files, prefix + name)))
-        return lines
+        return parts
 
     def menu(self):
         shortcuts = [element('Shortcut', {
@@ -172,10 +176,10 @@ class Installer:
         return self.component('menu', [mark, element('RemoveFolder', {'Id': 'MenuFolder', 'On': 'uninstall'})]
                               + shortcuts)
 
-    def document(self, files):
+    def tree(self, files):
         width = self.arguments.width
         programs = 'ProgramFiles64Folder' if width == 'x64' else 'ProgramFilesFolder'
-        tree = element('Directory', {'Id': 'TARGETDIR', 'Name': 'SourceDir'}, [
+        folders = element('Directory', {'Id': 'TARGETDIR', 'Name': 'SourceDir'}, [
             element('Directory', {'Id': programs}, [
                 element('Directory', {'Id': 'INSTALLDIR', 'Name': 'kelSDK'},
                         self.directory(files, '.')
@@ -194,7 +198,7 @@ class Installer:
                     element('MajorUpgrade', {
                         'DowngradeErrorMessage': 'A later version of kelSDK is installed.'}),
                     element('Media', {'Id': '1', 'Cabinet': 'kelSDK.cab', 'EmbedCab': 'yes'}),
-                    tree,
+                    folders,
                     element('Feature', {'Id': 'Complete', 'Level': '1', 'Title': 'kelSDK'},
                             [element('ComponentRef', {'Id': name}) for name in self.components])])])
 
@@ -213,8 +217,9 @@ def assembly_identity(name, arguments):
 
 
 def manifest(children):
-    lines = element('assembly', {'xmlns': 'urn:schemas-microsoft-com:asm.v1', 'manifestVersion': '1.0'}, children)
-    return '<?xml version="1.0" encoding="UTF-8" standalone="yes"?>\n' + '\n'.join(lines) + '\n'
+    return document(element('assembly', {'xmlns': 'urn:schemas-microsoft-com:asm.v1',
+                                         'manifestVersion': '1.0'}, children),
+                    ' standalone="yes"')
 
 
 def dll_manifest(dll, keys, arguments):
@@ -260,9 +265,8 @@ def main():
     files = content(arguments)
 
     arguments.out.mkdir(parents=True, exist_ok=True)
-    lines = Installer(arguments, keys).document(files)
-    (arguments.out / 'kelSDK.wxs').write_text(
-        '<?xml version="1.0" encoding="utf-8"?>\n' + '\n'.join(lines) + '\n', encoding='utf-8')
+    (arguments.out / 'kelSDK.wxs').write_text(document(Installer(arguments, keys).tree(files)),
+                                              encoding='utf-8')
 
     folder = arguments.out / 'files'
     shutil.rmtree(folder, ignore_errors=True)
@@ -270,11 +274,13 @@ def main():
         (folder / path).parent.mkdir(parents=True, exist_ok=True)
         shutil.copy2(source, folder / path)
     for dll in keys.of:
-        (folder / (assembly(dll) + '.manifest')).write_text(dll_manifest(dll, keys, arguments))
+        (folder / (assembly(dll) + '.manifest')).write_text(
+            dll_manifest(dll, keys, arguments), encoding='utf-8')
     for path, source in files.items():
         # A manifest in the program's resources would come before one beside it.
         if path.endswith('.exe') and b'urn:schemas-microsoft-com:asm.v1' not in source.read_bytes():
-            (folder / (path + '.manifest')).write_text(program_manifest(path, sorted(keys.of), arguments))
+            (folder / (path + '.manifest')).write_text(
+                program_manifest(path, sorted(keys.of), arguments), encoding='utf-8')
 
 
 main()
