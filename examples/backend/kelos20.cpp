@@ -47,6 +47,7 @@ struct Database {
 
 constexpr short kMissing = 1;  // what mvRead says of a record; anything but these two: read
 constexpr short kLocked = 2;
+constexpr long kNoSuchSentence = kObjectError + 0x200;
 
 // Databases by name, for as long as somebody is connected. A COM object belongs to the thread that
 // made it; a program that connects from several threads needs a lock around everything here.
@@ -99,7 +100,8 @@ ComPtr<IDispatch> KeysOf(const Map& map) {
 }
 
 void Assign(BSTR* target, TextView text) {
-    SysFreeString(std::exchange(Require(target), Bstr(text).detach()));
+    Bstr copy(text);
+    std::swap(Require(target), *copy.inOut());
 }
 
 // Members that are one line of code stand on one line.
@@ -302,7 +304,8 @@ public:
             }
             // Mistakes are output with a message number, not errors.
             Assign(capture, known ? L"File created." : L"The only verb is CREATE-FILE.");
-            Assign(returning, known ? L"417" : L"3");
+            // The number of a report, or that of an error.
+            Assign(returning, known ? Text(L"417") : DecimalText(kNoSuchSentence));
         });
     }
 

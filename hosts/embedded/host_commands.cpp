@@ -8,6 +8,16 @@ namespace kel::embedded {
 
 using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
 
+namespace {
+
+// What a refused sentence returns: the number of an error, by which programs tell it from reports
+// of work done. A mistake in the sentence has one of its own, since 5 could be a report's number.
+long NumberOfRefusal(text::ErrorKind kind) {
+    return kind == text::ErrorKind::kBadArgument ? kOwnErrors : NumberOf(kind);
+}
+
+}  // namespace
+
 // A value or code that does not convert comes back unchanged: a list shows it as it is stored.
 STDMETHODIMP Host::Oconv(BSTR value, BSTR code, VARIANT* result) noexcept {
     return HostMember(L"Oconv", [&] {
@@ -31,11 +41,10 @@ STDMETHODIMP Host::Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexce
         Require(capture);
         Require(returning);
         const command::Answer answer = connection().session().Execute(Units(sentence));
-        const text::Text codes =
-            answer.failure ? text::Text(Units(TextView(DecimalText(NumberOf(*answer.failure)))))
-                           : answer.codes;
         Assign(capture, Wide(answer.output));
-        Assign(returning, Wide(codes));
+        Assign(returning,
+               answer.failure ? DecimalText(NumberOfRefusal(*answer.failure))
+                              : Text(Wide(answer.codes)));
     });
 }
 

@@ -20,12 +20,14 @@ TEST_F(EmbeddedCommands, MakeAndRemoveFiles) {
         {L"CREATE-FILE ORDERS", L"417: File \"ORDERS\" created."},
         {L"  create-file   orders  ", L"417: File \"orders\" created."},
         {L"Create-File ORDERS", L"-2147220989: There is a file \"ORDERS\" already."},
-        {L"CREATE-FILE", L"10: \"CREATE-FILE\" needs the name of one file."},
+        {L"CREATE-FILE", L"-2147220992: \"CREATE-FILE\" needs the name of one file."},
         {L"DELETE-FILE ORDERS", L"418: File \"ORDERS\" deleted."},
+        {L"FROB ORDERS", L"-2147220992: \"FROB\" is not a verb; HELP lists those there are."},
+        {L"LIST-READU", L"405: 0 lock(s) listed"},
         {L"DELETE-FILE ORDERS", L"10301: There is no file \"ORDERS\"."},
         {L"CREATE-FILE A\xFE"
          L"B",
-         L"10: \"A\xFE"
+         L"-2147220992: \"A\xFE"
          L"B\"" +
              badName},
     };

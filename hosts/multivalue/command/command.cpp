@@ -75,19 +75,21 @@ void Command::CountLine(std::uint64_t count, TextView rest) {
     Line(line.append(rest));
 }
 
-void Command::Code(int code) {
+void Command::Code(int code, std::initializer_list<TextView> values) {
     if (!answer_.codes.empty()) {
         answer_.codes.push_back(kAttributeMark);
     }
     Number(code).AppendTo(answer_.codes);
+    for (const TextView value : values) {
+        answer_.codes.push_back(kValueMark);
+        answer_.codes.append(value);
+    }
 }
 
-void Command::Fail(const Error& error) {
+void Command::Fail(const Error& error, int code) {
     Line(error.text());
-    Code(kMistake);
-    if (error.kind() != ErrorKind::kBadArgument) {
-        answer_.failure = error.kind();
-    }
+    Code(code);
+    answer_.failure = error.kind();
 }
 
 const std::vector<CommandVerb>& AllCommands() {

@@ -37,8 +37,9 @@ public:
 
     void Line(TextView line) override;
     void CountLine(std::uint64_t count, TextView rest) override;
-    void Code(int code);
-    void Fail(const Error& error);
+    // `values`: what the message is about.
+    void Code(int code, std::initializer_list<TextView> values = {});
+    void Fail(const Error& error, int code = kMistake);
     Answer Finish() { return std::move(answer_); }
 
 private:

@@ -35,9 +35,10 @@ Answer Session::Execute(TextView sentence) {
     }
     const CommandVerb* found = FindCommand(KeywordOf(verb));
     if (found == nullptr) {
-        command.Line(
-            Text(u"\"").append(verb).append(u"\" is not a verb; HELP lists those there are."));
-        command.Code(kUnknownVerb);
+        command.Fail(Error(ErrorKind::kBadArgument,
+                           Text(u"\"").append(verb).append(
+                               u"\" is not a verb; HELP lists those there are.")),
+                     kUnknownVerb);
         return command.Finish();
     }
     try {

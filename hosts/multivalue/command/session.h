@@ -46,12 +46,15 @@ inline constexpr int kAccountSound = 426;
 inline constexpr int kAccountDamaged = 427;
 inline constexpr int kAccountRepaired = 428;
 inline constexpr int kAccountSaved = 429;
+inline constexpr int kLockListed = 430;  // file, id, user, process
 
 // What a sentence answers.
 struct Answer {
     Text output;  // lines parted by attribute marks, no mark behind the last
-    Text codes;   // message numbers, parted by attribute marks
-    // What the account did not do, when it was more than a mistake in the sentence.
+    // Message numbers, parted by attribute marks; behind a number, parted by value marks, what the
+    // message is about, for programs.
+    Text codes;
+    // Why the account did not do what the sentence asks for; kBadArgument: a mistake in it.
     std::optional<ErrorKind> failure = {};
 };
 

@@ -43,9 +43,11 @@ void ListLocks(Command& command) {
     }
     const std::vector<HeldLock> locks = store.Locks();
     for (const HeldLock& lock : locks) {
-        Text line = names[lock.file] + u"  " + lock.id + u"  " + lock.holder.user + u"  ";
-        Number(lock.holder.processId).AppendTo(line);
-        command.Line(line);
+        Text process;
+        Number(lock.holder.processId).AppendTo(process);
+        command.Line(names[lock.file] + u"  " + lock.id + u"  " + lock.holder.user + u"  " +
+                     process);
+        command.Code(kLockListed, {names[lock.file], lock.id, lock.holder.user, process});
     }
     command.CountLine(locks.size(), u" lock(s) listed");
     command.Code(kRecordsListed);
