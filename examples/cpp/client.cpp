@@ -4,7 +4,7 @@
 //
 //   example_client ACCOUNT
 //
-// apps/demo has the same with handles that make such code short.
+// apps/binding has handles that make such code short.
 #include <windows.h>
 
 #include <kelSDK.h>
@@ -13,14 +13,17 @@
 
 namespace {
 
-// An automation string for the time of one call.
+// Owns an automation string.
 class Text {
 public:
+    Text() : text_(nullptr) {}
     explicit Text(const wchar_t* text) : text_(SysAllocString(text)) {}
     Text(const Text&) = delete;
     Text& operator=(const Text&) = delete;
     ~Text() { SysFreeString(text_); }
     operator BSTR() const { return text_; }
+    // For a member that answers a text; only for an empty one.
+    BSTR* put() { return &text_; }
 
 private:
     BSTR text_;
@@ -110,14 +113,13 @@ int Run(const wchar_t* account) {
     Check(session->Connect(&connected), "connect");
     if (connected != VARIANT_FALSE) {
         _kelTools* tools = nullptr;
-        BSTR name = nullptr;
+        Text name;
         Check(session->get_Tools(&tools), "tools");
         Check(tools->mvReadU(Text(L"Country"), Text(L"CH"), Text(L"COUNTRIES")), "read");
         Check(tools->Replace(Text(L"Country"), Text(L"Helvetia"), 1, 0, 0), "replace");
         Check(tools->mvWrite(Text(L"Country"), Text(L"CH"), Text(L"")), "write");
-        Check(tools->Extract(Text(L"Country"), 1, 0, 0, &name), "extract");
-        printf("CH is %ls now\n", name);
-        SysFreeString(name);
+        Check(tools->Extract(Text(L"Country"), 1, 0, 0, name.put()), "extract");
+        printf("CH is %ls now\n", static_cast<BSTR>(name));
         tools->Release();
         session->Disconnect();
     }

@@ -60,7 +60,8 @@ State::RecordName RecordOf(IDispatch** file, BSTR id, long host) {
 }
 
 void Set(BSTR* target, TextView text) {
-    SysFreeString(std::exchange(*target, Bstr(text).detach()));
+    Bstr copy(text);
+    std::swap(*target, *copy.inOut());
 }
 
 std::map<Text, Text>& FileNamed(const Text& name) {

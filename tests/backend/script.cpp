@@ -65,9 +65,8 @@ void Assign(const VARIANT& place, const Variant& value) {
     }
     Variant converted;
     if (kind == VT_VARIANT) {
-        Variant copy(value);
-        VariantClear(V_VARIANTREF(&place));
-        *V_VARIANTREF(&place) = copy.detach();
+        converted = value;
+        std::swap(*V_VARIANTREF(&place), *converted.inOut());
         return;
     }
     if (kind == VT_DISPATCH) {
@@ -79,10 +78,10 @@ void Assign(const VARIANT& place, const Variant& value) {
     }
     automation::Check(
         VariantChangeType(converted.put(), const_cast<VARIANT*>(&value.get()), 0, kind));
-    const VARIANT plain = converted.detach();
+    VARIANT& plain = *converted.inOut();
     switch (kind) {
         case VT_BSTR:
-            SysFreeString(std::exchange(*V_BSTRREF(&place), V_BSTR(&plain)));
+            std::swap(*V_BSTRREF(&place), V_BSTR(&plain));
             break;
         case VT_I4:
             *V_I4REF(&place) = V_I4(&plain);

@@ -16,8 +16,8 @@ ComPtr<client::DictItem> Item(TextView keyField, long amc, long vmc, long smc) {
 }
 
 void Leave(VARIANT* argument, TextView text) {
-    VariantClear(argument);
-    *argument = Variant(text).detach();
+    Variant left(text);
+    std::swap(*argument, *left.inOut());
 }
 
 ErrorFields NoKeyId(TextView source) {

@@ -37,11 +37,11 @@ ComPtr<IConnectionPoint> PointOf(IUnknown* source, REFIID events) {
 void Event::answer(std::size_t index, TextView text) {
     const VARIANTARG& target = raw(index);
     if (V_VT(&target) == (VT_BYREF | VT_BSTR)) {
-        SysFreeString(*V_BSTRREF(&target));
-        *V_BSTRREF(&target) = Bstr(text).detach();
+        Bstr answer(text);
+        std::swap(*V_BSTRREF(&target), *answer.inOut());
     } else if (V_VT(&target) == (VT_BYREF | VT_VARIANT)) {
-        VariantClear(V_VARIANTREF(&target));
-        *V_VARIANTREF(&target) = Variant(text).detach();
+        Variant answer(text);
+        std::swap(*V_VARIANTREF(&target), *answer.inOut());
     }
 }
 
