@@ -6,7 +6,7 @@
 ' ACCOUNT is the file of an embedded database; it is made when it is missing. Run here by kelsh, whose
 ' Arguments and ConnectObject are those of the Windows script hosts.
 Option Explicit
-Dim base, atlas, country, tools, output
+Dim base, atlas, country, tools, output, cities
 
 Set base = CreateObject("kelSDK.kelBase")
 Set atlas = base.GetSessionCallBack("Atlas")          ' the session, made on first use
@@ -23,7 +23,11 @@ tools.Replace "Country", "Switzerland", 1             ' attribute 1
 tools.Replace "Country", "Bern", 2, 1                 ' attribute 2, value 1
 tools.Insert "Country", "Geneva", 2, 2
 tools.mvWrite "Country", "CH"                         ' and gives up the lock
-WScript.Echo tools.Extract("Country", 1) & ": " & tools.Dcount("Country", ChrW(253), 2) & " cities"
+
+Set cities = CreateObject("kelSDK.kelDictItem")       ' attribute 2, as a control is bound to it
+cities.KeyId = "Country"
+cities.AMC = 2
+WScript.Echo tools.Extract("Country", 1) & ": " & cities.Count & " cities"
 atlas.Disconnect
 
 ' Each connection property is asked for by name; what is left alone keeps its default.
