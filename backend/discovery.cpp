@@ -1,3 +1,4 @@
+// The registry of back-ends: programmatic identifiers, and the version that one must have.
 #include "backend/discovery.h"
 
 #include "automation/property.h"

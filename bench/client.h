@@ -4,21 +4,19 @@
 #include <map>
 #include <memory>
 
-#include "apps/demo/client.h"
-#include "apps/demo/listener.h"
+#include "apps/binding/connector.h"
 #include "bench/timing.h"
 
 namespace kel::bench {
 
-using automation::Check;
-using demo::Bstr;
-using demo::ComPtr;
-using demo::Create;
-using demo::Text;
-using demo::TextView;
-using demo::Variant;
-using FieldListener = demo::Listener<__kelFieldCallBack>;
-using Properties = std::map<Text, Text>;
+using binding::Check;
+using binding::Create;
+using binding::Properties;
+using binding::Ptr;
+using binding::Str;
+using binding::Text;
+using binding::TextView;
+using binding::Var;
 
 inline constexpr const wchar_t* kSession = L"Atlas";
 inline constexpr const wchar_t* kKey = L"Country";
@@ -37,34 +35,41 @@ public:
     ~Client();
 
     // An item of the key field, showing one attribute.
-    ComPtr<_kelDictItem> item(long amc) const;
+    Ptr<_kelDictItem> item(long amc) const;
 
-    const Bstr key{kKey};
-    const Bstr file{kFile};
-    const ComPtr<_kelBase> base = Create<_kelBase>(L"kelSDK.kelBase");
-    ComPtr<_kelSessionCallBack> session;
-    ComPtr<_kelFieldCallBack> field;
-    ComPtr<_kelTools> tools;
+    const Str key{kKey};
+    const Str file{kFile};
+    const Ptr<_kelBase> base = Create<_kelBase>(L"kelSDK.kelBase");
+    Ptr<_kelSessionCallBack> session;
+    Ptr<_kelFieldCallBack> field;
+    Ptr<_kelTools> tools;
 
 private:
-    std::unique_ptr<demo::Subscription> subscription_;
+    std::unique_ptr<binding::Connector> connector_;
 };
 
 // A control: shows its value again whenever it is told to.
-class Control final : public FieldListener {
+class Control {
 public:
-    explicit Control(ComPtr<_kelDictItem> item) : item_(std::move(item)) {}
+    Control(_kelFieldCallBack& field, Ptr<_kelDictItem> item)
+        : item_(std::move(item)),
+          subscription_(binding::Listen(
+              field, [this](binding::FieldEvent, const binding::Arguments&) { Show(); })) {}
+    Control(const Control&) = delete;
+    Control& operator=(const Control&) = delete;
+
     long shown() const { return shown_; }
 
 private:
-    void Hear(DISPID, const demo::Arguments&) override {
-        Bstr value;
+    void Show() {
+        Str value;
         Check(item_->get_ExternalValue(0, value.put()));
         shown_ += value.view().empty() ? 0 : 1;
     }
 
-    const ComPtr<_kelDictItem> item_;
+    const Ptr<_kelDictItem> item_;
     long shown_ = 0;
+    const binding::Subscription subscription_;
 };
 
 // An account file of the embedded back-end with one file of records; gone with this object.
@@ -84,7 +89,7 @@ template <typename Call>
 Batch Asking(Call call) {
     return Repeating([call] {
         if constexpr (std::is_invocable_v<const Call&, BSTR*>) {
-            Bstr answer;
+            Str answer;
             Check(call(answer.put()));
         } else {
             long answer = 0;
@@ -93,12 +98,12 @@ Batch Asking(Call call) {
     });
 }
 
-VARIANT Borrowed(const Bstr& text);
+VARIANT Borrowed(const Str& text);
 DISPID IdOf(IDispatch* object, const wchar_t* name);
 
 // A call by name, prepared once; arguments last first, as automation passes them.
 struct NamedCall {
-    ComPtr<IDispatch> object;
+    Ptr<IDispatch> object;
     DISPID id;
     WORD flags;
     std::vector<VARIANT> arguments;
@@ -106,7 +111,7 @@ struct NamedCall {
     // `platforms` calls through the platform's dispatcher instead of the object's own.
     void operator()(ITypeInfo* platforms = nullptr) {
         DISPPARAMS params{arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
-        Variant result;
+        Var result;
         VARIANT* const to = result.inOut();
         IDispatch* const on = object.get();
         Check(platforms != nullptr

@@ -3,14 +3,28 @@
 #include <cstdio>
 
 #include "automation/com_method.h"
+#include "automation/plain_object.h"
 #include "bench/client.h"
 #include "core/fast_collection.h"
 
 namespace kel::bench {
 namespace {
 
+// An object that can be called by number only.
+class LateObject : public automation::PlainObject<IDispatch> {
+public:
+    STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override {
+        *count = 0;
+        return S_OK;
+    }
+    STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
+        return E_NOTIMPL;
+    }
+};
+
 // The private list behind a late-bound default property, so that both are called the same way.
-class ListObject final : public FieldListener {
+class ListObject final : public LateObject {
 public:
     core::FastCollection list;
 
@@ -24,19 +38,27 @@ public:
                         UINT*) noexcept override {
         return automation::ComMethod([&] { *result = list.Item(given->rgvarg[0]).detach(); });
     }
-
-private:
-    void Hear(DISPID, const demo::Arguments&) override {}
 };
 
-class Sink final : public FieldListener {
+// A listener as lean as one can be, tied by hand: what is measured is the component's side.
+class Sink final : public LateObject {
+public:
+    STDMETHODIMP Invoke(
+        DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) noexcept override {
+        ++heard_;
+        return S_OK;
+    }
+
 private:
-    void Hear(DISPID, const demo::Arguments&) override { ++heard_; }
+    bool answers(REFIID iid) const noexcept override {
+        return IsEqualIID(iid, IID_IDispatch) || IsEqualIID(iid, __uuidof(__kelFieldCallBack));
+    }
+
     long heard_ = 0;
 };
 
 // Asks for one key after the other, in an order that no cache likes.
-Batch LookUp(const ComPtr<IDispatch>& object, DISPID id, const std::vector<Bstr>& keys) {
+Batch LookUp(const Ptr<IDispatch>& object, DISPID id, const std::vector<Str>& keys) {
     NamedCall call{object, id, DISPATCH_PROPERTYGET, {Borrowed(keys[0])}};
     return Repeating([call, &keys, at = std::size_t{0}]() mutable {
         constexpr std::size_t kStride = 7919;
@@ -46,30 +68,31 @@ Batch LookUp(const ComPtr<IDispatch>& object, DISPID id, const std::vector<Bstr>
     });
 }
 
-void CompareLists(const ComPtr<IDispatch>& dictionary, long size) {
+void CompareLists(const Ptr<IDispatch>& dictionary, long size) {
     constexpr long kLinear = 1000;  // the ordinary collection searches; it is for lists of names
     const Client client;
-    std::vector<Bstr> keys;
-    const auto list = ComPtr<ListObject>::Adopt(new ListObject);
-    ComPtr<_Collection> collection;
+    std::vector<Str> keys;
+    Ptr<ListObject> list;
+    *list.put() = new ListObject;
+    Ptr<_Collection> collection;
     Check(client.base->GetSessionNameList(collection.put()));
-    Check(collection->Remove(Variant(1L).get()));
+    Check(collection->Remove(Var(1L).get()));
     NamedCall add{dictionary, IdOf(dictionary.get(), L"Add"), DISPATCH_METHOD, {}};
     NamedCall{dictionary, IdOf(dictionary.get(), L"RemoveAll"), DISPATCH_METHOD, {}}();
     for (long i = 0; i < size; ++i) {
         keys.emplace_back(Numbered(i));
-        const Variant key(keys.back().view());
-        Variant value(i);
+        const Var key(keys.back().view());
+        Var value(i);
         list->list.Add(value.get(), keys.back().view());
         Check(client.session->put_CommonValue(keys.back().get(), value.get()));
         add.arguments = {value.get(), key.get()};
         add();
         if (size <= kLinear) {
-            const auto none = Variant::Missing();
+            const auto none = Var::Missing();
             Check(collection->Add(value.get(), key.get(), none.get(), none.get()));
         }
     }
-    const ComPtr<IDispatch> session(client.session);
+    const Ptr<IDispatch> session(client.session);
     const std::string suffix = ", " + std::to_string(size) + " keys";
     const Way other{"Scripting.Dictionary.Item",
                     LookUp(dictionary, IdOf(dictionary.get(), L"Item"), keys)};
@@ -86,8 +109,8 @@ void CompareLists(const ComPtr<IDispatch>& dictionary, long size) {
 
 void MeasureCollections() {
     PrintHead("look-up by key, late bound");
-    ComPtr<IDispatch> dictionary;
-    if (!automation::Ignoring([&] { dictionary = Create<IDispatch>(L"Scripting.Dictionary"); })) {
+    Ptr<IDispatch> dictionary;
+    if (!binding::Ignoring([&] { dictionary = Create<IDispatch>(L"Scripting.Dictionary"); })) {
         std::printf("*** THERE IS NO Scripting.Dictionary HERE: NOTHING TO COMPARE WITH ***\n");
         return;
     }
@@ -100,15 +123,17 @@ void MeasureEvents() {
     constexpr DISPID kRefresh = 1;
     PrintHead("an event: FldRefresh");
     const Client client;
-    const Bstr control(L"txtName");
-    const Bstr place(L"8");
+    const Str control(L"txtName");
+    const Str place(L"8");
+    Ptr<IConnectionPoint> point;
+    Check(client.field.as<IConnectionPointContainer>()->FindConnectionPoint(
+        __uuidof(__kelFieldCallBack), point.put()));
     for (const int listeners : {1, 10, 100}) {
-        std::vector<ComPtr<IDispatch>> sinks;
-        std::vector<demo::Subscription> subscriptions;
+        std::vector<Ptr<IDispatch>> sinks;
+        std::vector<DWORD> cookies;
         for (int i = 0; i < listeners; ++i) {
-            const auto sink = ComPtr<Sink>::Adopt(new Sink);
-            subscriptions.emplace_back(*client.field, *sink);
-            sinks.emplace_back(sink);
+            *sinks.emplace_back().put() = new Sink;
+            Check(point->Advise(sinks.back().get(), &cookies.emplace_back()));
         }
         const auto raise = [&] {
             Check(client.field->FldRefresh(control.get(), place.get(), place.get(), place.get()));
@@ -123,6 +148,9 @@ void MeasureEvents() {
         };
         Compare({std::to_string(listeners) + " listening", Repeating(raise)},
                 {"a loop of Invoke", Repeating(loop)});
+        for (const DWORD cookie : cookies) {
+            Check(point->Unadvise(cookie));
+        }
     }
 }
 

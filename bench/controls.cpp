@@ -13,21 +13,21 @@ class Form {
 public:
     explicit Form(int controls) {
         for (int i = 0; i < controls; ++i) {
-            const auto control = ComPtr<Control>::Adopt(new Control(client.item(1 + i % kFields)));
-            subscriptions_.emplace_back(*client.field, *control);
+            controls_.push_back(
+                std::make_unique<Control>(*client.field, client.item(1 + i % kFields)));
         }
-        const Bstr path(account.path);
-        Check(host->put_PropertyValue(Bstr(L"Database").get(), path.get()));
+        const Str path(account.path);
+        Check(host->put_PropertyValue(Str(L"Database").get(), path.get()));
         Check(host->Connect());
         Check(host->OpenFile(client.file.get(), file.put()));
-        Check(host->CreateDynamicArray(Bstr(SampleRecord()).get(), array.put()));
+        Check(host->CreateDynamicArray(Str(SampleRecord()).get(), array.put()));
         Check(client.tools->mvRead(client.key.get(), id.get(), client.file.get()));
     }
 
     // What all controls together ask of the back-end.
     void showAll(IDispatch** record) const {
-        for (std::size_t i = 0; i < subscriptions_.size(); ++i) {
-            Bstr value;
+        for (std::size_t i = 0; i < controls_.size(); ++i) {
+            Str value;
             const auto field = static_cast<long>(1 + i % kFields);
             Check(host->Extract(record, field, 0, 0, value.put()));
         }
@@ -36,18 +36,18 @@ public:
     static constexpr int kFields = 10;
     const TemporaryAccount account;
     const Client client{account.properties()};
-    const Bstr id{Numbered(1)};
-    const ComPtr<_mviHostDLL> host = Create<_mviHostDLL>(L"kelos1.IHostDLL");
-    mutable ComPtr<IDispatch> file;
-    mutable ComPtr<IDispatch> array;
+    const Str id{Numbered(1)};
+    const Ptr<_mviHostDLL> host = Create<_mviHostDLL>(L"kelos1.IHostDLL");
+    mutable Ptr<IDispatch> file;
+    mutable Ptr<IDispatch> array;
 
 private:
-    std::vector<demo::Subscription> subscriptions_;
+    std::vector<std::unique_ptr<Control>> controls_;
 };
 
 void CompareForm(int controls) {
     const Form form(controls);
-    const Bstr value(L"Helvetia");
+    const Str value(L"Helvetia");
     const Client& client = form.client;
     const std::string suffix = ", " + std::to_string(controls) + " controls";
     Compare({"kelTools.Replace" + suffix, Repeating([&] {
@@ -62,7 +62,7 @@ void CompareForm(int controls) {
              })},
             {"the back-end's calls", Repeating([&] {
                  short status = 0;
-                 ComPtr<IDispatch> record;
+                 Ptr<IDispatch> record;
                  Check(form.host->mvRead(
                      VARIANT_FALSE, form.id.get(), form.file.inOut(), &status, record.put()));
                  form.showAll(record.inOut());
@@ -84,12 +84,12 @@ void MeasureIdleSession() {
     const TemporaryAccount account;
     const Usage before = UsageNow();
     const Client client(account.properties());
-    std::vector<ComPtr<_kelFieldCallBack>> fields;
+    std::vector<Ptr<_kelFieldCallBack>> fields;
     for (int i = 0; i < kKeyFields; ++i) {
-        const Bstr name(Numbered(i));
+        const Str name(Numbered(i));
         Check(client.base->GetFieldCallBack(name.get(), fields.emplace_back().put()));
-        Check(client.base->SetKeyFieldSession(name.get(), Bstr(kSession).get()));
-        Check(client.tools->Replace(name.get(), Bstr(SampleRecord()).get(), 0, 0, 0));
+        Check(client.base->SetKeyFieldSession(name.get(), Str(kSession).get()));
+        Check(client.tools->Replace(name.get(), Str(SampleRecord()).get(), 0, 0, 0));
     }
     const Usage after = UsageNow();
     std::printf(

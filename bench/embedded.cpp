@@ -76,18 +76,18 @@ void MeasureEmbedded() {
     const TemporaryAccount account;
     const Client client(account.properties());
     const auto host = Create<_mviHostDLL>(L"kelos1.IHostDLL");
-    Check(host->put_PropertyValue(Bstr(L"Database").get(), Bstr(account.path).get()));
+    Check(host->put_PropertyValue(Str(L"Database").get(), Str(account.path).get()));
     Check(host->Connect());
-    ComPtr<IDispatch> file;
-    ComPtr<IDispatch> array;
+    Ptr<IDispatch> file;
+    Ptr<IDispatch> array;
     Check(host->OpenFile(client.file.get(), file.put()));
-    Check(host->CreateDynamicArray(Bstr(SampleRecord()).get(), array.put()));
-    Check(client.tools->Replace(client.key.get(), Bstr(SampleRecord()).get(), 0, 0, 0));
+    Check(host->CreateDynamicArray(Str(SampleRecord()).get(), array.put()));
+    Check(client.tools->Replace(client.key.get(), Str(SampleRecord()).get(), 0, 0, 0));
 
     const auto plain = MakePlain(account.path + L".plain");
     embedded::Statement select(*plain, "SELECT rec FROM f1 WHERE id = ?1");
     embedded::Statement insert(*plain, kInsert);
-    std::vector<Bstr> ids;
+    std::vector<Str> ids;
     std::vector<std::string> plainIds;
     for (long i = 0; i < kRecords; ++i) {
         ids.emplace_back(Numbered(i));
@@ -118,7 +118,7 @@ void MeasureEmbedded() {
         [&](std::size_t i) { Check(tools->mvWrite(key, ids[i].get(), client.file.get())); });
     const auto bareRead = Cycling([&](std::size_t i) {
         short status = 0;
-        ComPtr<IDispatch> buffer;
+        Ptr<IDispatch> buffer;
         Check(host->mvRead(VARIANT_FALSE, ids[i].get(), file.inOut(), &status, buffer.put()));
     });
     const auto bareWrite = Cycling([&](std::size_t i) {
@@ -134,8 +134,8 @@ void MeasureEmbedded() {
 void StartUpChild(StartUp how, TextView account) {
     if (how == StartUp::kComponent) {
         const Client client({{L"OsType", L"1"}, {L"Database", Text(account)}});
-        Check(client.tools->mvRead(client.key.get(), Bstr(Numbered(1)).get(), client.file.get()));
-        Bstr value;
+        Check(client.tools->mvRead(client.key.get(), Str(Numbered(1)).get(), client.file.get()));
+        Str value;
         Check(client.tools->Extract(client.key.get(), 1, 0, 0, value.put()));
         Check(value.view().empty() ? E_FAIL : S_OK);
     } else if (!account.empty()) {

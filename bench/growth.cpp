@@ -16,50 +16,45 @@ struct Place {
         properties[L"Durability"] = L"Off";  // the disk is not what is measured
         return properties;
     }()};
-    std::vector<ComPtr<IUnknown>> kept;
-    std::vector<demo::Subscription> subscriptions;
+    std::vector<Ptr<IUnknown>> kept;
+    std::vector<binding::Subscription> subscriptions;
 
     void execute(const Text& sentence) const {
-        Bstr output;
-        Bstr codes;
-        const Bstr text(sentence);
+        Str output;
+        Str codes;
+        const Str text(sentence);
         Check(client.tools->Execute(text.get(), output.inOut(), codes.inOut()));
     }
     void read(const Text& id, const Text& file) const {
-        Check(client.tools->mvRead(client.key.get(), Bstr(id).get(), Bstr(file).get()));
+        Check(client.tools->mvRead(client.key.get(), Str(id).get(), Str(file).get()));
     }
     Batch reading(const Text& id, const Text& file) const {
         return Repeating([this, id, file] { read(id, file); });
     }
 };
 
-class Deaf final : public FieldListener {
-private:
-    void Hear(DISPID, const demo::Arguments&) override {}
-};
-
 Batch Sessions(Place& place, long size) {
-    ComPtr<_kelSessionCallBack> session;
+    Ptr<_kelSessionCallBack> session;
     for (long i = 0; i < size; ++i) {
-        Check(place.client.base->GetSessionCallBack(Bstr(Numbered(i)).get(), session.put()));
+        Check(place.client.base->GetSessionCallBack(Str(Numbered(i)).get(), session.put()));
         place.kept.emplace_back(session);
     }
-    const auto name = std::make_shared<Bstr>(Numbered(size - 1));
+    const auto name = std::make_shared<Str>(Numbered(size - 1));
     return Repeating([&place, name] {
-        ComPtr<_kelSessionCallBack> found;
+        Ptr<_kelSessionCallBack> found;
         Check(place.client.base->GetSessionCallBack(name->get(), found.put()));
     });
 }
 
 Batch KeyFields(Place& place, long size) {
-    const Bstr session(kSession);
+    const Str session(kSession);
     for (long i = 0; i < size; ++i) {
-        Check(place.client.base->SetKeyFieldSession(Bstr(Numbered(i)).get(), session.get()));
+        Check(place.client.base->SetKeyFieldSession(Str(Numbered(i)).get(), session.get()));
     }
-    std::vector<ComPtr<_kelDictItem>> items;
+    std::vector<Ptr<_kelDictItem>> items;
     for (const long i : {size - 1, size - 2}) {  // two in turn, so that no memory of the last helps
-        const Bstr name(Numbered(i));
-        Check(place.client.tools->Replace(name.get(), Bstr(SampleRecord()).get(), 0, 0, 0));
+        const Str name(Numbered(i));
+        Check(place.client.tools->Replace(name.get(), Str(SampleRecord()).get(), 0, 0, 0));
         auto item = Create<_kelDictItem>(L"kelSDK.kelDictItem");
         Check(item->put_KeyId(name.get()));
         Check(item->put_AMC(2));
@@ -67,27 +62,28 @@ Batch KeyFields(Place& place, long size) {
     }
     return Repeating([items, at = std::size_t{0}]() mutable {
         at = 1 - at;
-        Bstr value;
+        Str value;
         Check(items[at]->get_ExternalValue(0, value.put()));
     });
 }
 
 Batch Controls(Place& place, long size) {
     for (long i = 0; i < size; ++i) {
-        place.subscriptions.emplace_back(*place.client.field, *ComPtr<Deaf>::Adopt(new Deaf));
+        place.subscriptions.push_back(binding::Listen(
+            *place.client.field, [](binding::FieldEvent, const binding::Arguments&) {}));
     }
-    return Repeating([&place, value = std::make_shared<Bstr>(L"Helvetia")] {
+    return Repeating([&place, value = std::make_shared<Str>(L"Helvetia")] {
         Check(place.client.tools->Replace(place.client.key.get(), value->get(), 2, 0, 0));
     });
 }
 
 Batch FileVariables(Place& place, long size) {
     for (long i = 0; i < size; ++i) {
-        const Text file = L"F" + automation::DecimalText(i);
+        const Text file = L"F" + std::to_wstring(i);
         place.execute(L"CREATE-FILE " + file);
         place.read(L"1", file);
     }
-    return place.reading(L"1", L"F" + automation::DecimalText(size - 1));
+    return place.reading(L"1", L"F" + std::to_wstring(size - 1));
 }
 
 void FillAttributes(const Place& place, long size) {
@@ -95,7 +91,7 @@ void FillAttributes(const Place& place, long size) {
     for (long i = 1; i < size; ++i) {
         record += L"\u00FEan attribute";
     }
-    Check(place.client.tools->Replace(place.client.key.get(), Bstr(record).get(), 0, 0, 0));
+    Check(place.client.tools->Replace(place.client.key.get(), Str(record).get(), 0, 0, 0));
 }
 
 // Attributes in an order that nothing can foresee cheaply.
@@ -111,25 +107,25 @@ Batch AtAttributes(long size, Step step) {
 Batch Extracting(Place& place, long size) {
     FillAttributes(place, size);
     return AtAttributes(size, [&place](long at) {
-        Bstr value;
+        Str value;
         Check(place.client.tools->Extract(place.client.key.get(), at, 0, 0, value.put()));
     });
 }
 
 Batch Replacing(Place& place, long size) {
     FillAttributes(place, size);
-    return AtAttributes(size, [&place, value = std::make_shared<Bstr>(L"another one")](long at) {
+    return AtAttributes(size, [&place, value = std::make_shared<Str>(L"another one")](long at) {
         Check(place.client.tools->Replace(place.client.key.get(), value->get(), at, 0, 0));
     });
 }
 
 Batch Records(Place& place, long size) {
-    const Bstr file(L"GROWING");
+    const Str file(L"GROWING");
     place.execute(L"CREATE-FILE GROWING");
-    Check(place.client.tools->Replace(place.client.key.get(), Bstr(SampleRecord()).get(), 0, 0, 0));
+    Check(place.client.tools->Replace(place.client.key.get(), Str(SampleRecord()).get(), 0, 0, 0));
     for (long i = 0; i < size; ++i) {
         Check(place.client.tools->mvWrite(
-            place.client.key.get(), Bstr(Numbered(i)).get(), file.get()));
+            place.client.key.get(), Str(Numbered(i)).get(), file.get()));
     }
     return place.reading(Numbered(size / 2), L"GROWING");
 }

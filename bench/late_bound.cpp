@@ -11,15 +11,15 @@ namespace {
 constexpr double kInvokeTarget = 0.25;
 constexpr double kNamesTarget = 0.05;
 
-ComPtr<ITypeInfo> TypeInfoOf(IDispatch* object) {
-    ComPtr<ITypeInfo> info;
+Ptr<ITypeInfo> TypeInfoOf(IDispatch* object) {
+    Ptr<ITypeInfo> info;
     Check(object->GetTypeInfo(0, 0, info.put()));
     return info;
 }
 
 template <typename Direct>
 void CompareCall(const char* work,
-                 const ComPtr<IDispatch>& object,
+                 const Ptr<IDispatch>& object,
                  const wchar_t* name,
                  std::vector<VARIANT> lastFirst,
                  double target,
@@ -39,7 +39,7 @@ void CompareNames(const char* work, IDispatch* object) {
     FUNCDESC* member = nullptr;
     for (UINT i = 0; SUCCEEDED(info->GetFuncDesc(i, &member)); ++i) {
         constexpr MEMBERID kFirstOfDispatch = 0x60000000;  // the base interfaces' own
-        Bstr name;
+        Str name;
         UINT given = 0;
         Check(info->GetNames(member->memid, name.put(), 1, &given));
         if (member->memid < kFirstOfDispatch) {
@@ -72,9 +72,9 @@ void CompareNames(const char* work, IDispatch* object) {
 
 void MeasureLateBound() {
     PrintHead("calls by name");
-    const Variant one(1L);
+    const Var one(1L);
     const auto item = Create<_kelDictItem>(L"kelSDK.kelDictItem");
-    Check(item->put_Label(Bstr(L"Name of the country").get()));
+    Check(item->put_Label(Str(L"Name of the country").get()));
     const auto label = [&](BSTR* to) { return item->get_Label(to); };
     CompareCall("get kelDictItem.Label, a text", item, L"Label", {}, kNoTarget, label);
 
@@ -83,7 +83,7 @@ void MeasureLateBound() {
     });
 
     const auto empty = Create<_mviHostDLL>(L"kelSDK.mviHostDLL");
-    ComPtr<IDispatch> array;
+    Ptr<IDispatch> array;
     VARIANT variable;
     V_VT(&variable) = VT_DISPATCH | VT_BYREF;
     V_DISPATCHREF(&variable) = array.inOut();
@@ -93,7 +93,7 @@ void MeasureLateBound() {
                 {one.get(), one.get(), one.get(), variable},
                 kNoTarget,
                 [&](BSTR* to) { return empty->Extract(array.inOut(), 1, 1, 1, to); });
-    const Bstr mark(L"\x00FD");
+    const Str mark(L"\x00FD");
     CompareCall("mviHostDLL.Dcount, 5 arguments, empty",
                 empty,
                 L"Dcount",
@@ -105,9 +105,9 @@ void MeasureLateBound() {
     const Client client(account.properties());
     const auto& tools = client.tools;
     const BSTR key = client.key.get();
-    Check(tools->Replace(key, Bstr(SampleRecord()).get(), 0, 0, 0));
-    const Bstr text(L"a b c");
-    const Bstr blank(L" ");
+    Check(tools->Replace(key, Str(SampleRecord()).get(), 0, 0, 0));
+    const Str text(L"a b c");
+    const Str blank(L" ");
     CompareCall("kelTools.mvField, 3 arguments",
                 tools,
                 L"mvField",

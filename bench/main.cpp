@@ -4,8 +4,9 @@
 //   bench --soak [CYCLES]  long runs; exit status 1 when something grew
 #include <array>
 #include <cstdio>
-#include <cwchar>
+#include <optional>
 
+#include "apps/command_line/command_line.h"
 #include "bench/client.h"
 
 namespace kel::bench {
@@ -33,15 +34,41 @@ void PrintMachine() {
                 sizeof(void*));
 }
 
-int Run(int count, wchar_t** arguments) {
-    constexpr long kMillion = 1000000;
-    const TextView what = count > 1 ? arguments[1] : L"";
-    if ((what == L"--child" || what == L"--plain-child") && count > 2) {
-        StartUpChild(what == L"--child" ? StartUp::kComponent : StartUp::kEngine, arguments[2]);
+struct Options {
+    bool soak = false;
+    long cycles = 1000000;
+    std::optional<StartUp> child;
+    Text account;  // of the child
+};
+
+Options ParseOptions(const std::vector<Text>& arguments) {
+    Options options;
+    CLI::App program("Measures the registered component.", "bench");
+    std::string component;
+    std::string engine;
+    CLI::Option* const soak =
+        program
+            .add_option("--soak", options.cycles, "long runs; exit status 1 when something grew")
+            ->expected(0, 1);
+    // Its own children.
+    CLI::Option* const child = program.add_option("--child", component)->group("");
+    CLI::Option* const plainChild = program.add_option("--plain-child", engine)->group("");
+    command_line::Parse(program, arguments);
+    options.soak = soak->count() > 0;
+    if (child->count() + plainChild->count() > 0) {
+        options.child = child->count() > 0 ? StartUp::kComponent : StartUp::kEngine;
+        options.account = binding::FromUtf8(component + engine);
+    }
+    return options;
+}
+
+int Run(const Options& options) {
+    if (options.child) {
+        StartUpChild(*options.child, options.account);
     }
     PrintMachine();
-    if (what == L"--soak") {
-        return Soak(count > 2 ? std::wcstol(arguments[2], nullptr, 10) : kMillion) ? 0 : 1;
+    if (options.soak) {
+        return Soak(options.cycles) ? 0 : 1;
     }
     MeasureLateBound();
     MeasureCollections();
@@ -60,17 +87,17 @@ int Run(int count, wchar_t** arguments) {
 }  // namespace kel::bench
 
 int wmain(int count, wchar_t** arguments) {
-    CoInitialize(nullptr);
-    int status = 1;
     try {
-        status = kel::bench::Run(count, arguments);
-    } catch (const kel::automation::Error& error) {
-        std::fprintf(stderr,
-                     "bench: %ls: %ls (%ld)\n",
-                     error.source().c_str(),
-                     error.description().c_str(),
-                     error.number());
+        const kel::binding::Apartment apartment;
+        return kel::bench::Run(kel::bench::ParseOptions({arguments + 1, arguments + count}));
+    } catch (const CLI::Success& asked) {
+        std::printf("bench [--soak [CYCLES]]\n");
+        return asked.get_exit_code();
+    } catch (const kel::binding::Error& error) {
+        std::fprintf(
+            stderr, "bench: %ls: %s (%ld)\n", error.source().c_str(), error.what(), error.number());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench: %s\n", error.what());
     }
-    CoUninitialize();
-    return status;
+    return 1;
 }

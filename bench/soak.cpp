@@ -27,7 +27,7 @@ constexpr std::array<Measure, kResources> kMeasures{{{"working set", kMega},
                                                      {"USER", 0}}};
 
 void Cycle(const Client& client, _kelDictItem& item, long number) {
-    const Bstr text(Numbered(number % kIds));
+    const Str text(Numbered(number % kIds));
     Check(client.tools->mvReadU(client.key.get(), text.get(), client.file.get()));
     Check(item.put_ExternalValue(0, text.get()));
     Check(client.tools->Replace(client.key.get(), text.get(), 3, 1, 0));
@@ -46,8 +46,7 @@ bool Run(const char* name, const Client& client, long cycles, Between between) {
         std::printf("%12s", one.name);
     }
     const auto item = client.item(2);
-    const auto control = ComPtr<Control>::Adopt(new Control(client.item(2)));
-    const demo::Subscription subscription(*client.field, *control);
+    const Control control(*client.field, client.item(2));
     Usage warm{};
     bool grown = false;
     long done = 0;
@@ -69,7 +68,7 @@ bool Run(const char* name, const Client& client, long cycles, Between between) {
         std::fflush(stdout);
     }
     std::printf("\n%s\n", grown ? "IT GREW" : "nothing grew");
-    Check(control->shown() == done * kEventsOfCycle ? S_OK : E_FAIL);
+    Check(control.shown() == done * kEventsOfCycle ? S_OK : E_FAIL);
     return !grown;
 }
 

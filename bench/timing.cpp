@@ -1,3 +1,4 @@
+// Rounds in turns, medians, and the lines of the tables.
 #include "bench/timing.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The process's memory, handles and windows, counted by what the platform offers.
 #include "bench/usage.h"
 
 #include <windows.h>

@@ -1,4 +1,5 @@
-# Header-only libraries of the build machine, for all presets: nlohmann_json_headers.
+# Header-only libraries of the build machine, for all presets: nlohmann_json_headers,
+# cli11_headers.
 #
 # Their headers are copied out of /usr/include into the build tree. That folder itself must never be
 # on a cross compiler's path: it would find this machine's C library there.
@@ -13,3 +14,4 @@ function(kel_header_library target subfolder)
 endfunction()
 
 kel_header_library(nlohmann_json_headers nlohmann)
+kel_header_library(cli11_headers CLI)

@@ -1,9 +1,10 @@
+// This program started again with pipes for its standard streams.
 #include "apps/atlas/child_process.h"
 
 #include <array>
 #include <stdexcept>
 
-#include "apps/atlas/record_text.h"
+#include "apps/binding/record_text.h"
 
 namespace kel::atlas {
 namespace {

@@ -8,9 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "apps/atlas/record_text.h"
+#include "apps/binding/record_text.h"
 
 namespace kel::atlas {
+
+using namespace binding;  // NOLINT(google-build-using-namespace): the kit below
 
 // The path of this program.
 Text ProgramPath();

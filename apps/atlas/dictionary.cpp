@@ -1,3 +1,4 @@
+// The definitions of the files' fields.
 #include "apps/atlas/dictionary.h"
 
 #include <algorithm>

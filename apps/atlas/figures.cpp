@@ -1,3 +1,4 @@
+// Areas, populations, currencies and continents, which the lists of codes do not have.
 #include "apps/atlas/figures.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Files made, compared and filled record by record, through one key field.
 #include "apps/atlas/import.h"
 
 #include <algorithm>
@@ -7,8 +8,8 @@
 
 namespace kel::atlas {
 
-using binding::Check;
-using binding::Str;
+using binding::Session;
+using binding::Tools;
 
 namespace {
 
@@ -18,43 +19,26 @@ constexpr const wchar_t* kKeyId = L"Import";
 // Records between two signs of life.
 constexpr std::size_t kProgress = 2000;
 
-void Read(_kelTools& tools, TextView fileName, TextView id) {
-    Check(tools.mvRead(Str(kKeyId).get(), Str(id).get(), Str(fileName).get()));
+void Read(const Tools& tools, TextView fileName, TextView id) {
+    tools.mvRead(kKeyId, id, fileName);
 }
 
-// Switches the session's announcements of changes off, and on again whatever happens.
-class QuietSession {
-public:
-    explicit QuietSession(_kelSessionCallBack& session) : session_(session) {
-        Check(session_.put_AutoUpdateOk(VARIANT_FALSE));
-    }
-    QuietSession(const QuietSession&) = delete;
-    QuietSession& operator=(const QuietSession&) = delete;
-    ~QuietSession() { session_.put_AutoUpdateOk(VARIANT_TRUE); }
-
-private:
-    _kelSessionCallBack& session_;
-};
-
 // Whether the account holds the record, unit for unit.
-bool Holds(_kelTools& tools, TextView fileName, const Record& record) {
+bool Holds(const Tools& tools, TextView fileName, const Record& record) {
     Read(tools, fileName, record.id);
-    return record.text == binding::AskText([&](BSTR* to) {
-               return tools.Extract(Str(kKeyId).get(), 0, 0, 0, to);
-           });
+    return record.text == tools.Extract(kKeyId, 0);
 }
 
 // A record is handed over whole: position 0, 0, 0 is the record itself.
-void Write(_kelTools& tools, TextView fileName, const Record& record) {
-    Check(tools.Replace(Str(kKeyId).get(), Str(record.text).get(), 0, 0, 0));
-    Check(tools.mvWrite(Str(kKeyId).get(), Str(record.id).get(), Str(fileName).get()));
+void Write(const Tools& tools, TextView fileName, const Record& record) {
+    tools.Replace(kKeyId, record.text, 0);
+    tools.mvWrite(kKeyId, record.id, fileName);
 }
 
 }  // namespace
 
-// Reading the record with an empty id opens the file
-// and asks the database for nothing more.
-bool FileExists(_kelTools& tools, TextView name) {
+// Reading the record with an empty id opens the file and asks the database for nothing more.
+bool FileExists(const Tools& tools, TextView name) {
     try {
         Read(tools, name, L"");
         return true;
@@ -66,25 +50,23 @@ bool FileExists(_kelTools& tools, TextView name) {
     }
 }
 
-void EnsureFile(_kelTools& tools, TextView name) {
+void EnsureFile(const Tools& tools, TextView name) {
     if (FileExists(tools, name)) {
         return;
     }
-    Str output;
-    Str codes;
-    Check(tools.Execute(Str(L"CREATE-FILE " + Text(name)).get(), output.inOut(), codes.inOut()));
+    const Text output = tools.Execute(L"CREATE-FILE " + Text(name));
     if (!FileExists(tools, name)) {
         throw std::runtime_error("the file " + ToUtf8(name) +
-                                 " could not be made: " + ToUtf8(output.text()));
+                                 " could not be made: " + ToUtf8(output));
     }
 }
 
-Filled Fill(_kelTools& tools,
-            _kelSessionCallBack& session,
+Filled Fill(const Tools& tools,
+            const Session& session,
             TextView fileName,
             const std::vector<Record>& records,
             const std::function<void(std::size_t written)>& progress) {
-    const QuietSession quiet(session);
+    const binding::QuietSession quiet(session);
     EnsureFile(tools, fileName);
     std::vector<const Record*> wanted;
     for (const Record& record : records) {
@@ -104,7 +86,7 @@ Filled Fill(_kelTools& tools,
     return {wanted.size(), static_cast<std::size_t>(lost)};
 }
 
-void FillDictionary(_kelTools& tools, _kelSessionCallBack& session, TextView fileName) {
+void FillDictionary(const Tools& tools, const Session& session, TextView fileName) {
     const Text dictionary = L"DICT " + Text(fileName);
     try {
         EnsureFile(tools, dictionary);

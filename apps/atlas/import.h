@@ -4,15 +4,16 @@
 #include <functional>
 
 #include "apps/atlas/iso_codes.h"
+#include "apps/binding/client.h"
 
 namespace kel::atlas {
 
 // Makes a file unless it is there.
 //   throws  std::runtime_error with what the database said
-void EnsureFile(_kelTools& tools, TextView name);
+void EnsureFile(const binding::Tools& tools, TextView name);
 
 // Whether the account has a file of this name.
-bool FileExists(_kelTools& tools, TextView name);
+bool FileExists(const binding::Tools& tools, TextView name);
 
 struct Filled {
     std::size_t written = 0;
@@ -23,13 +24,15 @@ struct Filled {
 // writes records that are missing or differ, leaves everything else alone. So an account is filled
 // at the first run, a run that was interrupted is completed by the next, and a complete account is
 // only read. `progress` is called now and then with the number of records written.
-Filled Fill(_kelTools& tools,
-            _kelSessionCallBack& session,
+Filled Fill(const binding::Tools& tools,
+            const binding::Session& session,
             TextView fileName,
             const std::vector<Record>& records,
             const std::function<void(std::size_t written)>& progress = {});
 
 // Fills the dictionary of a file, where the database has dictionaries.
-void FillDictionary(_kelTools& tools, _kelSessionCallBack& session, TextView fileName);
+void FillDictionary(const binding::Tools& tools,
+                    const binding::Session& session,
+                    TextView fileName);
 
 }  // namespace kel::atlas

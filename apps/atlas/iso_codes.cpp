@@ -1,3 +1,4 @@
+// Records out of the package's JSON files.
 #include "apps/atlas/iso_codes.h"
 
 #include <algorithm>

@@ -5,9 +5,11 @@
 #include <span>
 #include <vector>
 
-#include "apps/atlas/record_text.h"
+#include "apps/binding/record_text.h"
 
 namespace kel::atlas {
+
+using namespace binding;  // NOLINT(google-build-using-namespace): the kit below
 
 // One line of a file's layout.
 struct Attribute {

@@ -1,3 +1,4 @@
+// The texts of the stored programs.
 #include "apps/atlas/programs.h"
 
 namespace kel::atlas {

@@ -1,3 +1,4 @@
+// An edit control laid over a cell for as long as somebody types there.
 #include "apps/binding/cell_editor.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// The sink: the one COM object that sources of events call, and how it is tied to them.
 #include "apps/binding/events.h"
 
 namespace kel::binding {
@@ -73,22 +74,43 @@ VARIANT* Arguments::at(UINT index) const {
     return index < parameters_.cArgs ? &parameters_.rgvarg[parameters_.cArgs - 1 - index] : nullptr;
 }
 
-std::wstring Arguments::text(UINT index) const {
-    VARIANT* argument = at(index);
-    if (argument == nullptr) {
-        return {};
-    }
-    Var copy;
-    Check(VariantChangeType(
-        copy.inOut(), argument, VARIANT_NOUSEROVERRIDE | VARIANT_ALPHABOOL, VT_BSTR));
-    return copy.text();
+Var Arguments::value(UINT index) const {
+    const VARIANT* const argument = at(index);
+    return argument != nullptr ? Var::Of(*argument) : Var();
 }
 
-void Arguments::answer(UINT index, std::wstring_view text) const {
-    VARIANT* argument = at(index);
-    if (argument != nullptr && V_VT(argument) == (VT_BYREF | VT_BSTR)) {
-        Str given(text);
-        std::swap(*V_BSTRREF(argument), *given.inOut());
+bool Arguments::isByReference(UINT index) const {
+    const VARIANT* const argument = at(index);
+    return argument != nullptr && (V_VT(argument) & VT_BYREF) != 0;
+}
+
+void Arguments::answer(UINT index, const Var& value) const {
+    if (!isByReference(index)) {
+        return;
+    }
+    VARIANT& target = *at(index);
+    if (V_VT(&target) == (VT_BYREF | VT_VARIANT)) {
+        Var copy = Var::Of(value.get());
+        std::swap(*V_VARIANTREF(&target), *copy.inOut());
+        return;
+    }
+    Var given = value.as(static_cast<VARTYPE>(V_VT(&target) & ~VT_BYREF));
+    VARIANT& answer = *given.inOut();
+    switch (V_VT(&answer)) {
+        case VT_BSTR:
+            std::swap(*V_BSTRREF(&target), V_BSTR(&answer));
+            break;
+        case VT_I2:
+            *V_I2REF(&target) = V_I2(&answer);
+            break;
+        case VT_I4:
+            *V_I4REF(&target) = V_I4(&answer);
+            break;
+        case VT_BOOL:
+            *V_BOOLREF(&target) = V_BOOL(&answer);
+            break;
+        default:
+            break;  // no event of the component asks for anything else
     }
 }
 
@@ -123,6 +145,24 @@ void Subscription::end() {
         point_->Unadvise(cookie_);
         point_.reset();
     }
+}
+
+Subscription Listen(_kelFieldCallBack& field,
+                    std::function<void(FieldEvent event, const Arguments& arguments)> handler) {
+    return Subscription(field,
+                        __uuidof(__kelFieldCallBack),
+                        [handler = std::move(handler)](DISPID event, const Arguments& arguments) {
+                            handler(static_cast<FieldEvent>(event), arguments);
+                        });
+}
+
+Subscription Listen(_kelSessionCallBack& session,
+                    std::function<void(SessionEvent event, const Arguments& arguments)> handler) {
+    return Subscription(session,
+                        __uuidof(__kelSessionCallBack),
+                        [handler = std::move(handler)](DISPID event, const Arguments& arguments) {
+                            handler(static_cast<SessionEvent>(event), arguments);
+                        });
 }
 
 }  // namespace kel::binding

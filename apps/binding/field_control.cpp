@@ -1,3 +1,4 @@
+// The events and window messages that every bound control hears.
 #include "apps/binding/field_control.h"
 
 namespace kel::binding {
@@ -39,11 +40,9 @@ FieldControl::FieldControl(KeyField& field, HWND window, std::wstring name)
     const auto id = reinterpret_cast<UINT_PTR>(this);
     SetWindowSubclass(window_, WindowProc, id, id);
     SetWindowSubclass(parent_, WindowProc, id, id);
-    subscription_ = Subscription(field_.callback(),
-                                 __uuidof(__kelFieldCallBack),
-                                 [this](DISPID event, const Arguments& arguments) {
-                                     Hear(static_cast<FieldEvent>(event), arguments);
-                                 });
+    subscription_ = Listen(field_.callback(), [this](FieldEvent event, const Arguments& arguments) {
+        Hear(event, arguments);
+    });
 }
 
 FieldControl::~FieldControl() {

@@ -1,3 +1,4 @@
+// The edit control of a record's id.
 #include "apps/binding/key_control.h"
 
 #include <array>

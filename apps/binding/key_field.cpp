@@ -1,25 +1,22 @@
+// Reading, writing and undoing through the dictionary item of the id.
 #include "apps/binding/key_field.h"
 
 namespace kel::binding {
 
-KeyField::KeyField(Ptr<_kelBase> base,
-                   std::wstring session,
-                   std::wstring keyId,
-                   std::wstring fileName,
-                   Letters letters)
+KeyField::KeyField(
+    Base base, std::wstring session, std::wstring keyId, std::wstring fileName, Letters letters)
     : base_(std::move(base)),
       session_(std::move(session)),
       keyId_(std::move(keyId)),
       fileName_(std::move(fileName)),
       letters_(std::move(letters)),
+      callback_(base_.GetFieldCallBack(keyId_)),
       item_(Create<_kelDictItem>(L"kelSDK.kelDictItem")) {
     const Str key(keyId_);
     const Str name(session_);
     const Str file(fileName_);
-    callback_ = AskObject<_kelFieldCallBack>(
-        [&](_kelFieldCallBack** to) { return base_->GetFieldCallBack(key.get(), to); });
-    Check(base_->SetKeyFieldSession(key.get(), name.get()));
-    Check(base_->SetKeyFieldFileName(key.get(), file.get()));
+    base_.SetKeyFieldSession(keyId_, session_);
+    base_.SetKeyFieldFileName(keyId_, fileName_);
     Check(item_->put_KeyId(key.get()));
     Check(item_->put_Session(name.get()));
     Check(item_->put_FileName(file.get()));
@@ -71,7 +68,7 @@ void KeyField::remove() {
 
 // An empty text in the place of the whole record, unchanged so far.
 void KeyField::empty() const {
-    Check(tools()->Replace(Str(keyId_).get(), Str().get(), 0, 0, 0));
+    tools().Replace(keyId_, {}, 0);
     Check(info()->put_IsChanged(VARIANT_FALSE));
 }
 
@@ -96,7 +93,7 @@ void KeyField::undo() {
 }
 
 void KeyField::release() {
-    Check(tools()->mvRelease(Str(keyId_).get()));
+    tools().mvRelease(keyId_);
     hasLock_ = false;
 }
 
@@ -117,15 +114,15 @@ bool KeyField::isChanged() const {
 }
 
 void KeyField::refresh() const {
-    Check(base_->RefreshFieldCallback(Str(keyId_).get()));
+    base_.RefreshFieldCallback(keyId_);
 }
 
 Ptr<_kelInfo> KeyField::info() const {
     return AskObject<_kelInfo>([&](_kelInfo** to) { return item_->mvInfo(to); });
 }
 
-Ptr<_kelTools> KeyField::tools() const {
-    return AskObject<_kelTools>([&](_kelTools** to) { return item_->Tools(to); });
+Tools KeyField::tools() const {
+    return Tools(AskObject<_kelTools>([&](_kelTools** to) { return item_->Tools(to); }));
 }
 
 }  // namespace kel::binding

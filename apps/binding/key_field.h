@@ -2,6 +2,7 @@
 // whole.
 #pragma once
 
+#include "apps/binding/client.h"
 #include "apps/binding/events.h"
 
 namespace kel::binding {
@@ -20,7 +21,7 @@ enum class ReadAnswer { kFound = 0, kNew = 1, kLocked = 2, kRefused = 3 };
 class KeyField {
 public:
     // Ties the key field `keyId` to a session, by name, and to the file that holds its records.
-    KeyField(Ptr<_kelBase> base,
+    KeyField(Base base,
              std::wstring session,
              std::wstring keyId,
              std::wstring fileName,
@@ -33,7 +34,7 @@ public:
     const std::wstring& fileName() const { return fileName_; }
     const Letters& letters() const { return letters_; }
     // What raises the key field's events.
-    _kelFieldCallBack& callback() const { return *callback_; }
+    _kelFieldCallBack& callback() const { return callback_.raw(); }
     // Follows a change of name that an event told.
     void sessionChanged(std::wstring session);
     void keyIdChanged(std::wstring keyId);
@@ -64,15 +65,15 @@ public:
 
 private:
     Ptr<_kelInfo> info() const;
-    Ptr<_kelTools> tools() const;
+    Tools tools() const;
     void empty() const;
 
-    const Ptr<_kelBase> base_;
+    const Base base_;
     std::wstring session_;
     std::wstring keyId_;
     const std::wstring fileName_;
     const Letters letters_;
-    Ptr<_kelFieldCallBack> callback_;
+    const Field callback_;
     Ptr<_kelDictItem> item_;  // attribute 0: the record's id
     bool hasLock_ = false;
 };

@@ -1,3 +1,4 @@
+// A list view whose rows are the values of associated fields.
 #include "apps/binding/rows_control.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Edit controls, combo boxes and check boxes over one value.
 #include "apps/binding/value_control.h"
 
 #include <windowsx.h>
@@ -19,7 +20,7 @@ std::wstring WindowText(HWND window) {
 bool IsOfClass(HWND window, const wchar_t* name) {
     wchar_t own[64] = {};
     GetClassNameW(window, own, ARRAYSIZE(own));
-    return CompareStringOrdinal(own, -1, name, -1, TRUE) == CSTR_EQUAL;
+    return SameName(own, name);
 }
 
 }  // namespace

@@ -20,11 +20,8 @@ public:
     const Tools& tools() const { return tools_; }
 
 private:
-    EventLog log_;
     const Base base_;
-    const Session session_;
-    const ComPtr<SessionListener> listener_;
-    const Subscription subscription_;
+    Connector connector_;
     const Tools tools_;
 };
 

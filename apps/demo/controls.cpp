@@ -1,65 +1,48 @@
+// What the controls do with what they hear.
 #include "apps/demo/controls.h"
 
 #include "apps/demo/report.h"
 
 namespace kel::demo {
-namespace {
-
-// The numbers of the events, as the type library publishes them.
-enum FieldEvent : DISPID {
-    kRefresh = 1,
-    kClear,
-    kDeleted,
-    kReadValid,
-    kConnected,
-    kDisconnected,
-    kCommonValueChanged,
-    kSessionChanged,
-    kKeyFieldChanged
-};
-
-// A position as Refresh passes it.
-long Number(TextView text) {
-    return std::wcstol(Text(text).c_str(), nullptr, 10);
+void BoundControl::Begin() {
+    subscription_ = Listen(field_.raw(), [this](FieldEvent event, const Arguments& arguments) {
+        Hear(event, arguments);
+    });
 }
 
-}  // namespace
-
-void BoundControl::Hear(DISPID event, const Arguments& arguments) {
+void BoundControl::Hear(FieldEvent event, const Arguments& arguments) {
     switch (event) {
-        case kRefresh:
+        case FieldEvent::kRefresh:
             Refresh(arguments);
             break;
-        case kClear:
+        case FieldEvent::kClear:
             log_.Add(name_, L"Clear");
             Show();
             break;
-        case kDeleted:
+        case FieldEvent::kDeleted:
             log_.Add(name_, L"Deleted " + Printable(arguments.text(0)));
             break;
-        case kReadValid:
+        case FieldEvent::kReadValid:
             log_.Add(name_,
                      L"ReadValid " + Printable(arguments.text(0)) + L", " +
                          Printable(arguments.flag(1)) + L", " + arguments.text(2));
             Show();
             break;
-        case kConnected:
+        case FieldEvent::kConnected:
             log_.Add(name_, L"Connected");
             break;
-        case kDisconnected:
+        case FieldEvent::kDisconnected:
             log_.Add(name_, L"Disconnected");
             break;
-        case kCommonValueChanged:
+        case FieldEvent::kCommonValueChanged:
             log_.Add(name_, L"CommonValueChanged " + Printable(arguments.text(0)));
             CommonValueChanged(arguments.text(0));
             break;
-        case kSessionChanged:
+        case FieldEvent::kSessionChanged:
             log_.Add(name_, L"SessionChanged " + Printable(arguments.text(0)));
             break;
-        case kKeyFieldChanged:
+        case FieldEvent::kKeyFieldChanged:
             log_.Add(name_, L"KeyFieldChanged " + Printable(arguments.text(0)));
-            break;
-        default:
             break;
     }
 }
@@ -69,7 +52,7 @@ void BoundControl::Refresh(const Arguments& position) {
     log_.Add(name_,
              L"Refresh " + position.text(0) + L", " + position.text(1) + L", " + position.text(2) +
                  (author.empty() ? L" from code" : L" from " + author));
-    const long amc = Number(position.text(0));
+    const long amc = position.number(0);
     // Position 0 is the whole record. The author of the change shows it already.
     if ((amc == 0 || ShowsAttribute(amc)) && author != name_) {
         Show();
@@ -90,6 +73,7 @@ RowList::RowList(EventLog& log, Binding binding, int columns, Field field)
         columns_.emplace_back(binding);
         ++binding.amc;
     }
+    Begin();
 }
 
 bool RowList::ShowsAttribute(long amc) const {

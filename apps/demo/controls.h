@@ -2,18 +2,24 @@
 // it when to show its value again, and dictionary items, which say what the value is.
 #pragma once
 
-#include "apps/demo/dict_item.h"
 #include "apps/demo/event_log.h"
-#include "apps/demo/listener.h"
 
 namespace kel::demo {
 
 // What every bound control does with the events of its key field. What it hears and shows goes to
 // the log, which here takes the place of the screen.
-class BoundControl : public Listener<__kelFieldCallBack> {
+class BoundControl {
+public:
+    BoundControl(const BoundControl&) = delete;
+    BoundControl& operator=(const BoundControl&) = delete;
+
 protected:
     BoundControl(EventLog& log, TextView name, Field field)
         : log_(log), name_(name), field_(std::move(field)) {}
+    virtual ~BoundControl() = default;
+
+    // To be called when the control's items are there: from here on it hears.
+    void Begin();
 
     // The control's content as a person sees it.
     virtual Text Content() const = 0;
@@ -22,13 +28,14 @@ protected:
     virtual void CommonValueChanged(TextView) {}
 
 private:
-    void Hear(DISPID event, const Arguments& arguments) final;
+    void Hear(FieldEvent event, const Arguments& arguments);
     void Refresh(const Arguments& position);
     void Show() { log_.Add(name_, L"  shows " + Content()); }
 
     EventLog& log_;
     const Text name_;
     const Field field_;
+    Subscription subscription_;
 };
 
 // Shows and edits one attribute.
@@ -37,7 +44,9 @@ public:
     TextBox(EventLog& log, const Binding& binding, Field field)
         : BoundControl(log, binding.controlName, std::move(field)),
           amc_(binding.amc),
-          item_(binding) {}
+          item_(binding) {
+        Begin();
+    }
 
     // What happens when the user types a text and leaves the box.
     void Enter(TextView text) const;

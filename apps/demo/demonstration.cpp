@@ -1,3 +1,4 @@
+// The demonstration as a whole: its steps, in order.
 #include "apps/demo/import.h"
 #include "apps/demo/steps.h"
 

@@ -4,22 +4,20 @@
 #include <utility>
 #include <vector>
 
-#include "automation/text.h"
+#include "apps/demo/data.h"
 
 namespace kel::demo {
 
 struct Event {
-    automation::Text who;   // the listener
-    automation::Text what;  // the event with its arguments, or what the listener did about it
+    Text who;   // the listener
+    Text what;  // the event with its arguments, or what the listener did about it
 
     friend bool operator==(const Event&, const Event&) = default;
 };
 
 class EventLog {
 public:
-    void Add(automation::TextView who, automation::TextView what) {
-        events_.push_back({automation::Text(who), automation::Text(what)});
-    }
+    void Add(TextView who, TextView what) { events_.push_back({Text(who), Text(what)}); }
     // Everything since the last call.
     std::vector<Event> Take() { return std::exchange(events_, {}); }
 

@@ -1,29 +1,23 @@
+// The form of the demonstration, and what its controls are expected to do.
 #include "apps/demo/form.h"
-
-#include "apps/demo/data.h"
 
 namespace kel::demo {
 
 Form::Form(const Base& base, TextView accountPath)
     : base_(base),
       accountPath_(accountPath),
-      session_(base.GetSessionCallBack(kSession)),
-      tools_(session_.Tools()),
-      sessionListener_(ComPtr<SessionListener>::Adopt(
-          new SessionListener(log_, kSession, EmbeddedAccount(accountPath)))),
-      name_(ComPtr<TextBox>::Adopt(new TextBox(
-          log_,
-          {.keyId = kCountry, .session = kSession, .controlName = kNameBox, .amc = kCountryName},
-          base.GetFieldCallBack(kCountry)))),
-      subdivisions_(ComPtr<RowList>::Adopt(new RowList(
+      sessionListener_(
+          log_, kSession, base.GetSessionCallBack(kSession), EmbeddedAccount(accountPath)),
+      tools_(session().Tools()),
+      name_(log_,
+            {.keyId = kCountry, .session = kSession, .controlName = kNameBox, .amc = kCountryName},
+            base.GetFieldCallBack(kCountry)),
+      subdivisions_(
           log_,
           {.keyId = kCountry, .session = kSession, .controlName = kList, .amc = kSubdivisionCode},
           kSubdivisionColumns,
-          base.GetFieldCallBack(kCountry)))),
-      key_({.keyId = kCountry, .session = kSession, .controlName = L"txtId"}),
-      subscriptions_{Subscription(session_.source(), *sessionListener_),
-                     Subscription(base.GetFieldCallBack(kCountry).source(), *name_),
-                     Subscription(base.GetFieldCallBack(kCountry).source(), *subdivisions_)} {
+          base.GetFieldCallBack(kCountry)),
+      key_({.keyId = kCountry, .session = kSession, .controlName = L"txtId"}) {
     // Typing an id is to look a record up, not to start a new one.
     key_.UpdateOnly(true);
 }

@@ -27,10 +27,10 @@ public:
 
     const Base& base() const { return base_; }
     const Text& accountPath() const { return accountPath_; }
-    const Session& session() const { return session_; }
+    const Session& session() const { return sessionListener_.session(); }
     const Tools& tools() const { return tools_; }
-    SessionListener& sessionListener() const { return *sessionListener_; }
-    const TextBox& name() const { return *name_; }
+    SessionListener& sessionListener() const { return sessionListener_; }
+    const TextBox& name() const { return name_; }
     // The key control's item: attribute 0, the record's id.
     const DictItem& key() const { return key_; }
     // What the session and the controls of the whole program hear.
@@ -40,13 +40,11 @@ private:
     const Base& base_;
     const Text accountPath_;
     mutable EventLog log_;
-    const Session session_;
+    mutable SessionListener sessionListener_;
     const Tools tools_;
-    const ComPtr<SessionListener> sessionListener_;
-    const ComPtr<TextBox> name_;
-    const ComPtr<RowList> subdivisions_;
+    const TextBox name_;
+    const RowList subdivisions_;
     const DictItem key_;
-    const Subscription subscriptions_[3];
 };
 
 // What both controls are expected to do when a read ended.

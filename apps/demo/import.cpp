@@ -1,3 +1,4 @@
+// The import of the demonstration, with what it reports.
 #include "apps/demo/import.h"
 
 namespace kel::demo {
@@ -7,11 +8,10 @@ void Import(Report& report, const Session& session, const std::vector<File>& fil
     std::size_t total = 0;
     std::size_t written = 0;
     for (const File& file : files) {
-        const Filled filled =
-            Fill(tools.raw(), session.raw(), file.name, file.records, [&](std::size_t done) {
-                report.Note(Text(file.name) + L": " + std::to_wstring(done) + L" written ...");
-            });
-        FillDictionary(tools.raw(), session.raw(), file.name);
+        const Filled filled = Fill(tools, session, file.name, file.records, [&](std::size_t done) {
+            report.Note(Text(file.name) + L": " + std::to_wstring(done) + L" written ...");
+        });
+        FillDictionary(tools, session, file.name);
         report.Result(
             Text(file.name) + L": records that did not come back exactly", filled.lost, 0U);
         report.Note(Text(file.name) + L": " + std::to_wstring(file.records.size()) + L" records, " +

@@ -1,7 +1,6 @@
 // Bringing the lists into an account.
 #pragma once
 
-#include "apps/demo/data.h"
 #include "apps/demo/report.h"
 #include "apps/demo/session_listener.h"
 

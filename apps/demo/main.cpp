@@ -12,9 +12,9 @@
 // slashes. Exit code: 0 when everything was as expected, 1 when something was not, 2 when a record
 // is locked by somebody else.
 //
-// The sources are meant to be copied from. client.h and dict_item.h call the component, listener.h
-// hears its events, controls.h is what a bound control does with them; the steps_*.cpp put them to
-// use. Only public interfaces are used.
+// The sources are meant to be copied from. apps/binding calls the component and hears its events,
+// controls.h is what a bound control does with them; the steps_*.cpp put them to use. Only public
+// interfaces are used.
 #include <fcntl.h>
 #include <io.h>
 #include <windows.h>
@@ -24,7 +24,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "apps/demo/data.h"
+#include "apps/command_line/command_line.h"
 #include "apps/demo/report.h"
 #include "apps/demo/steps.h"
 #include "apps/demo/sub_commands.h"
@@ -38,15 +38,6 @@ constexpr const wchar_t* kUsage =
     L"       demo --hold ACCOUNT ID\n"
     L"       demo --writer ACCOUNT COUNT [NAME]\n"
     L"       demo --check ACCOUNT [AT-LEAST [NAME]]";
-
-// COM for the life of this object; everything that came from it must be gone before.
-class Apartment {
-public:
-    Apartment() { automation::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-    ~Apartment() { CoUninitialize(); }
-};
 
 // The path in full. One that begins with a slash lies on the current drive or, where a Unix system
 // shows its own root as a drive, on drive Z.
@@ -62,44 +53,62 @@ Text FullPath(const Text& path) {
                                                                    : full.wstring();
 }
 
-long Number(const Text& text) {
-    wchar_t* end = nullptr;
-    const long number = std::wcstol(text.c_str(), &end, 10);
-    if (text.empty() || *end != L'\0' || number < 0) {
+long Count(const Text& text) {
+    const auto number = WholeNumber(text);
+    if (!number || *number < 0) {
         throw std::runtime_error(ToUtf8(text) + " is no count");
     }
-    return number;
+    return *number;
+}
+
+int ShowAll(const std::vector<Text>& words) {
+    const Text folder = words.size() == 2 ? FullPath(words.front()) : ListsFolder();
+    if (!std::filesystem::is_directory(folder)) {
+        PrintError(L"demo: there is no folder " + folder +
+                   L" with the lists of the package iso-codes");
+        return kFailed;
+    }
+    return Demonstrate(folder, FullPath(words.back()));
 }
 
 // The arguments after the program's name.
 int Run(const std::vector<Text>& arguments) {
-    const std::size_t count = arguments.size();
-    const Text command = count > 0 ? arguments[0] : Text();
-    const Text account = count > 1 ? FullPath(arguments[1]) : Text();
-    if (command == L"--read" && count >= 3) {
-        return ReadCountries(account, {arguments.begin() + 2, arguments.end()});
+    constexpr int kAny = 1 << 20;
+    // What each task takes, its account first.
+    std::vector<std::string> words;
+    CLI::App program;
+    const auto task = [&](const char* name, int least, int most) {
+        return program.add_option(name, words)->expected(least, most);
+    };
+    program.set_help_flag();
+    program.require_option(1);
+    task("lists-and-account", 1, 2);
+    const CLI::Option* const read = task("--read", 2, kAny);
+    const CLI::Option* const hold = task("--hold", 2, 2);
+    const CLI::Option* const writer = task("--writer", 2, 3);
+    const CLI::Option* const check = task("--check", 1, 3);
+    try {
+        command_line::Parse(program, arguments);
+    } catch (const CLI::ParseError&) {
+        PrintError(kUsage);
+        return kFailed;
     }
-    if (command == L"--hold" && count == 3) {
-        return HoldCountry(account, arguments[2]);
+    const std::vector<Text> given = command_line::Wide(words);
+    const Text account = FullPath(given.front());
+    const Text name = given.size() == 3 ? given[2] : L"W";
+    if (read->count() > 0) {
+        return ReadCountries(account, {given.begin() + 1, given.end()});
     }
-    if (command == L"--writer" && (count == 3 || count == 4)) {
-        return RunWriter(account, Number(arguments[2]), count == 4 ? arguments[3] : L"W");
+    if (hold->count() > 0) {
+        return HoldCountry(account, given[1]);
     }
-    if (command == L"--check" && count >= 2 && count <= 4) {
-        return CheckWriter(
-            account, count >= 3 ? Number(arguments[2]) : 0, count == 4 ? arguments[3] : L"W");
+    if (writer->count() > 0) {
+        return RunWriter(account, Count(given[1]), name);
     }
-    if ((count == 1 || count == 2) && !command.starts_with(L"--")) {
-        const Text folder = count == 2 ? FullPath(command) : ListsFolder();
-        if (!std::filesystem::is_directory(folder)) {
-            PrintError(L"demo: there is no folder " + folder +
-                       L" with the lists of the package iso-codes");
-            return kFailed;
-        }
-        return Demonstrate(folder, FullPath(arguments.back()));
+    if (check->count() > 0) {
+        return CheckWriter(account, given.size() > 1 ? Count(given[1]) : 0, name);
     }
-    PrintError(kUsage);
-    return kFailed;
+    return ShowAll(given);
 }
 
 }  // namespace
@@ -116,7 +125,7 @@ int wmain(int count, wchar_t** arguments) {
     try {
         const Apartment apartment;
         return Run({arguments + 1, arguments + count});
-    } catch (const kel::automation::Error& error) {
+    } catch (const Error& error) {
         PrintError(L"demo: " + error.source() + L": " + error.description() + L" (" +
                    std::to_wstring(error.number()) + L")");
     } catch (const std::exception& error) {

@@ -1,3 +1,4 @@
+// The transcript, line by line.
 #include "apps/demo/report.h"
 
 namespace kel::demo {

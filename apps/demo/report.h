@@ -7,9 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/demo/data.h"
 #include "apps/demo/event_log.h"
-#include "automation/error.h"
 
 namespace kel::demo {
 
@@ -91,7 +89,7 @@ template <typename Call>
 Text Report::failureOf(Call&& call) {
     try {
         call();
-    } catch (const automation::Error& error) {
+    } catch (const Error& error) {
         return failure(error.number(), error.description());
     }
     return L"no error";

@@ -1,18 +1,11 @@
+// What a session's events are in the log.
 #include "apps/demo/session_listener.h"
 
-#include "apps/demo/report.h"
-
 namespace kel::demo {
-namespace {
-
-// The numbers of the events, as the type library publishes them.
-enum SessionEvent : DISPID { kConnection = 1, kConnectionFailed, kDisconnect, kPropertyValue };
-
-}  // namespace
 
 Properties EmbeddedAccount(TextView path) {
     return {
-        {L"OsType", L"1"},  // the embedded database
+        {kOsType, L"1"},  // the embedded database
         {L"Database", Text(path)},
         {L"User", L"demo"},
         {L"LockWait", L"0"},  // a locked record is reported at once
@@ -20,27 +13,19 @@ Properties EmbeddedAccount(TextView path) {
     };
 }
 
-void SessionListener::Hear(DISPID event, const Arguments& arguments) {
+void SessionListener::Hear(SessionEvent event, const Arguments& arguments) {
     switch (event) {
-        case kConnection:
+        case SessionEvent::kConnection:
             log_.Add(name_, L"Connection");
             break;
-        case kConnectionFailed:
-            failure_ = arguments.text(0);
+        case SessionEvent::kConnectionFailed:
             log_.Add(name_, L"ConnectionFailed");
             break;
-        case kDisconnect:
+        case SessionEvent::kDisconnect:
             log_.Add(name_, L"Disconnect");
             break;
-        case kPropertyValue: {
-            const Text property = arguments.text(0);
-            const auto known = properties_.find(property);
-            const Text answer = known != properties_.end() ? known->second : Text();
-            arguments.answer(1, answer);
-            asked_.emplace_back(property, answer);
-            break;
-        }
-        default:
+        case SessionEvent::kPropertyValue:
+            asked_.emplace_back(arguments.text(0), arguments.text(1));
             break;
     }
 }

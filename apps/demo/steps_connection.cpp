@@ -1,7 +1,6 @@
 // Steps about the root object, sessions and connections.
 #include <algorithm>
 
-#include "apps/demo/data.h"
 #include "apps/demo/steps.h"
 
 namespace kel::demo {
@@ -103,9 +102,8 @@ void FailToConnect(Report& report, const Form& form) {
     {
         const Session session = form.base().GetSessionCallBack(kOtherSession);
         orphan = session.Tools();
-        const auto listener = ComPtr<SessionListener>::Adopt(
-            new SessionListener(form.log(), kOtherSession, EmbeddedAccount(form.accountPath())));
-        const Subscription subscription(session.source(), *listener);
+        SessionListener listener(
+            form.log(), kOtherSession, session, EmbeddedAccount(form.accountPath()));
 
         report.Fails(
             L"session.OsType = 77",
@@ -113,27 +111,27 @@ void FailToConnect(Report& report, const Form& form) {
             static_cast<long>(0x80040003L),
             L"Unable to find a registered DLL version 2 or above for OsType 77");
         for (const WrongAnswer& wrong : kWrongAnswers) {
-            listener->Answer(wrong.property, wrong.answer);
+            listener.Answer(wrong.property, wrong.answer);
             report.Result(
                 L"session.Connect() with " + Text(wrong.property) + L" " + Printable(wrong.answer),
                 session.Connect(),
                 false);
             report.Events(form.log(), {{kOtherSession, L"ConnectionFailed"}});
-            report.Result(L"the reason", listener->failure(), wrong.reason);
+            report.Result(L"the reason", listener.failure(), wrong.reason);
         }
 
-        listener->Answer(L"OsType", L"1");
-        listener->Answer(L"Database", form.accountPath() + L".d\\no such folder\\account");
+        listener.Answer(L"OsType", L"1");
+        listener.Answer(L"Database", form.accountPath() + L".d\\no such folder\\account");
         report.Result(
             L"session.Connect() with a Database that cannot be", session.Connect(), false);
         report.Events(form.log(), {{kOtherSession, L"ConnectionFailed"}});
-        report.Note(L"the reason: " + Printable(listener->failure()));
+        report.Note(L"the reason: " + Printable(listener.failure()));
         report.Verify(L"the reason names the path",
-                      listener->failure().starts_with(L"Connection Error: ") &&
-                          listener->failure().find(L"no such folder") != Text::npos);
+                      listener.failure().starts_with(L"Connection Error: ") &&
+                          listener.failure().find(L"no such folder") != Text::npos);
         report.Result(L"session.ConnectionFailed", session.ConnectionFailed(), true);
 
-        listener->Answer(L"Database", form.accountPath());
+        listener.Answer(L"Database", form.accountPath());
         report.Result(L"session.Connect() with the right answers", session.Connect(), true);
         report.Events(form.log(), {{kOtherSession, L"Connection"}});
 

@@ -35,7 +35,7 @@ End Sub)";
 void Store(Report& report, const Form& form, const wchar_t* id, TextView text) {
     constexpr const wchar_t* kKeyId = L"Program";
     const std::vector<Text> lines = Split(text, L'\n');
-    Fill(form.tools().raw(), form.session().raw(), kPrograms, {{id, Join(lines, kAttributeMark)}});
+    Fill(form.tools(), form.session(), kPrograms, {{id, Join(lines, kAttributeMark)}});
     report.Done(L"tools.mvRead(\"Program\", " + Printable(Text(id)) + L", \"PROGRAMS\")");
     form.tools().mvRead(kKeyId, id, kPrograms);
     report.Lines(Split(form.tools().Extract(kKeyId, 0), *kAttributeMark), lines);
@@ -50,22 +50,22 @@ void CallAStoredProgram(Report& report, const Form& form) {
         L"the session, whose files it reaches through the object Account. CallProg hands it up to "
         L"twelve arguments by reference; what it leaves in them comes back.");
     Store(report, form, kCompareId, kCompareText);
-    Variant arguments[] = {Variant(TextView(L"CH")), Variant(TextView(L"LI")), Variant()};
+    Var arguments[] = {Var(L"CH"), Var(L"LI"), Var()};
     report.Space();
     report.Done(L"tools.CallProg(\"DEMO.COMPARE\", First, Second, Answer)   (CH, LI)");
     form.tools().CallProg(L"DEMO.COMPARE", arguments);
     const wchar_t* const names[] = {L"First", L"Second", L"Answer"};
     const wchar_t* const expected[] = {L"Switzerland", L"Liechtenstein", L"223"};
     for (std::size_t at = 0; at < std::size(names); ++at) {
-        report.Result(names[at], Text(arguments[at].text().view()), Text(expected[at]));
+        report.Result(names[at], arguments[at].text(), Text(expected[at]));
     }
 
     report.Space();
     report.Say(
         L"An error of a program reaches the caller as an error of the call; its text names the "
         L"program and the line.");
-    arguments[0] = Variant(TextView(L"XX"));
-    arguments[1] = Variant(TextView(L"LI"));
+    arguments[0] = Var(L"XX");
+    arguments[1] = Var(L"LI");
     report.Fails(
         L"tools.CallProg with a country that is not there",
         [&] { form.tools().CallProg(L"DEMO.COMPARE", arguments); },

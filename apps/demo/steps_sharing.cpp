@@ -99,14 +99,13 @@ void ShareACommonValue(Report& report, const Form& form) {
     form.base().SetKeyFieldSession(kCurrency, kSession);
     form.base().SetKeyFieldFileName(kCurrency, kCurrencies);
     const Field field = form.base().GetFieldCallBack(kCurrency);
-    const auto box = ComPtr<Follower>::Adopt(new Follower(
+    const Follower box(
         form.log(),
         {.keyId = kCurrency, .session = kSession, .controlName = kCurrencyBox, .amc = 1},
         field,
         form.session(),
         kCommonName,
-        kCurrencies));
-    const Subscription subscription(field.source(), *box);
+        kCurrencies);
 
     report.Done(L"key.CommonValue(\"Currency\") = \"CHF\"");
     form.key().CommonValue(kCommonName, L"CHF");

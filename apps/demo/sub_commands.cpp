@@ -1,11 +1,10 @@
+// Countries read and held by a second process.
 #include "apps/demo/sub_commands.h"
 
 #include <array>
 #include <cstdio>
 
 #include "apps/demo/account.h"
-#include "apps/demo/data.h"
-#include "apps/demo/dict_item.h"
 #include "apps/demo/report.h"
 
 namespace kel::demo {

@@ -8,8 +8,6 @@
 #include <optional>
 
 #include "apps/demo/account.h"
-#include "apps/demo/data.h"
-#include "apps/demo/dict_item.h"
 #include "apps/demo/report.h"
 #include "apps/demo/sub_commands.h"
 
@@ -68,7 +66,7 @@ long ExpectedIn(long slot, long newest) {
 int RunWriter(const Text& accountPath, long count, const Text& name) {
     const Account account(accountPath);
     const Tools& tools = account.tools();
-    EnsureFile(tools.raw(), kFile);
+    EnsureFile(tools, kFile);
     const DictItem key({.keyId = kKeyId, .session = kAccountSession, .controlName = L""});
     key.FileName(kFile);
     key.ReadU(true);
@@ -92,7 +90,7 @@ int RunWriter(const Text& accountPath, long count, const Text& name) {
 int CheckWriter(const Text& accountPath, long atLeast, const Text& name) {
     const Account account(accountPath);
     const Tools& tools = account.tools();
-    EnsureFile(tools.raw(), kFile);
+    EnsureFile(tools, kFile);
     const long newest = NewestGeneration(tools, name);
     bool good = newest >= atLeast;
     if (!good) {

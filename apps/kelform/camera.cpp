@@ -1,3 +1,4 @@
+// Pictures of windows: what they draw, saved as PNG by the platform's imaging library.
 #include "apps/kelform/camera.h"
 
 #include <commctrl.h>
@@ -178,9 +179,9 @@ BOOL CALLBACK CheckChild(HWND child, LPARAM context) {
     Texts& cut = *reinterpret_cast<Texts*>(context);
     wchar_t kind[64] = {};
     GetClassNameW(child, kind, ARRAYSIZE(kind));
-    if (CompareStringOrdinal(kind, -1, WC_HEADERW, -1, TRUE) == CSTR_EQUAL) {
+    if (binding::SameName(kind, WC_HEADERW)) {
         CheckHeadings(child, cut);
-    } else if (CompareStringOrdinal(kind, -1, STATUSCLASSNAMEW, -1, TRUE) == CSTR_EQUAL) {
+    } else if (binding::SameName(kind, STATUSCLASSNAMEW)) {
         CheckStatusLine(child, cut);
     } else {
         CheckControl(child, kind, cut);

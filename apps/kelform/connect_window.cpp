@@ -1,3 +1,4 @@
+// The window that asks for a back-end's connection properties.
 #include "apps/kelform/connect_window.h"
 
 #include "apps/kelform/messages.h"

@@ -2,12 +2,10 @@
 // the data the form works on.
 #pragma once
 
-#include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
-#include "apps/binding/events.h"
+#include "apps/binding/connector.h"
 
 namespace kel::form {
 
@@ -36,33 +34,27 @@ public:
 
     // Disconnects and connects anew. False: failure() says why.
     bool Connect();
-    void Disconnect();
-    bool isConnected() const;
-    const std::wstring& failure() const { return failure_; }
+    void Disconnect() const;
+    bool isConnected() const { return session().IsConnected(); }
+    const std::wstring& failure() const { return connector_.failure(); }
 
-    const binding::Ptr<_kelBase>& base() const { return base_; }
-    _kelSessionCallBack& session() const { return *session_; }
-    binding::Ptr<_kelTools> tools() const;
+    const binding::Base& base() const { return base_; }
+    const binding::Session& session() const { return connector_.session(); }
+    binding::Tools tools() const { return session().Tools(); }
 
     // Makes sure that the account has the files of the form: what is missing is made from the
     // lists of codes in a folder, if there is one.
     //   throws  std::exception when neither has them
     void Prepare(const std::wstring& listsFolder) const;
 
-    // The output of a sentence at the database's command level; empty when it cannot be run.
-    std::wstring Execute(const std::wstring& sentence) const;
-
 private:
     void Describe();
-    void Hear(binding::SessionEvent event, const binding::Arguments& arguments);
 
     const short backEnd_;
     std::wstring description_;
     std::vector<Property> properties_;
-    std::wstring failure_;
-    const binding::Ptr<_kelBase> base_;
-    binding::Ptr<_kelSessionCallBack> session_;
-    binding::Subscription subscription_;
+    const binding::Base base_;
+    binding::Connector connector_;
 };
 
 }  // namespace kel::form

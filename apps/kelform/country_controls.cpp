@@ -134,15 +134,11 @@ void CountryWindow::Watch(binding::FieldControl& control) {
 std::vector<binding::Choice> CountryWindow::Continents() const {
     // A key field without controls serves to look into another file.
     constexpr const wchar_t* kLookUp = L"Continents";
-    const auto tools = connection_.tools();
+    const binding::Tools tools = connection_.tools();
     std::vector<binding::Choice> choices;
     for (const wchar_t* id : {L"AF", L"AN", L"AS", L"EU", L"NA", L"OC", L"SA"}) {
-        binding::Check(tools->mvRead(binding::Str(kLookUp).get(),
-                                     binding::Str(id).get(),
-                                     binding::Str(atlas::kContinents).get()));
-        choices.push_back({id, binding::AskText([&](BSTR* to) {
-                               return tools->Extract(binding::Str(kLookUp).get(), 1, 0, 0, to);
-                           })});
+        tools.mvRead(kLookUp, id, atlas::kContinents);
+        choices.push_back({id, tools.Extract(kLookUp, 1)});
     }
     return choices;
 }

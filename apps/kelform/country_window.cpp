@@ -1,3 +1,4 @@
+// The main window: reading, leaving, and what its title and status line say.
 #include "apps/kelform/country_window.h"
 
 #include <algorithm>
@@ -22,17 +23,15 @@ CountryWindow::CountryWindow(Connection& connection)
              kSession,
              kCountry,
              atlas::kCountries,
-             {.toRecord = atlas::ToRecord, .fromRecord = atlas::FromRecord}),
+             {.toRecord = binding::ToRecord, .fromRecord = binding::FromRecord}),
       list_(connection),
       follower_(field_),
       events_(field_, connection) {
     const HMENU menu = LoadMenuW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDR_MENU));
     Create(L"Countries", {730, 560}, WS_OVERLAPPEDWINDOW, nullptr, menu);
-    subscription_ = binding::Subscription(field_.callback(),
-                                          __uuidof(__kelFieldCallBack),
-                                          [this](DISPID event, const binding::Arguments&) {
-                                              Hear(static_cast<binding::FieldEvent>(event));
-                                          });
+    subscription_ = binding::Listen(
+        field_.callback(),
+        [this](binding::FieldEvent event, const binding::Arguments&) { Hear(event); });
     ShowState();
 }
 
@@ -96,7 +95,10 @@ bool CountryWindow::Read(const std::wstring& id) {
     std::wstring holder;
     const bool isLocked = answer == binding::ReadAnswer::kLocked;
     if (isLocked) {
-        holder = HolderIn(connection_.Execute(L"LIST-READU"), field_.fileName(), id);
+        std::wstring list;
+        std::wstring messages;
+        connection_.tools().Execute(L"LIST-READU", list, messages);
+        holder = HolderIn(messages, field_.fileName(), id);
         field_.read(id, false);
     }
     SetReadOnly(isLocked);
@@ -126,7 +128,7 @@ void CountryWindow::SetReadOnly(bool value) {
     for (const auto& control : values_) {
         wchar_t className[16] = {};
         GetClassNameW(control->window(), className, ARRAYSIZE(className));
-        if (CompareStringOrdinal(className, -1, L"Edit", -1, TRUE) == CSTR_EQUAL) {
+        if (binding::SameName(className, L"Edit")) {
             SendMessageW(control->window(), EM_SETREADONLY, value ? TRUE : FALSE, 0);
         } else {
             EnableWindow(control->window(), !value || control.get() == rows_);

@@ -1,3 +1,4 @@
+// The list of events as they come.
 #include "apps/kelform/event_window.h"
 
 #include <array>
@@ -23,8 +24,9 @@ constexpr std::array kFieldEvents{L"?",
 constexpr std::array kSessionEvents{
     L"?", L"Connection", L"ConnectionFailed", L"Disconnect", L"PropertyValue"};
 
-template <std::size_t count>
-const wchar_t* NameOf(const std::array<const wchar_t*, count>& names, DISPID event) {
+template <std::size_t count, typename Event>
+const wchar_t* NameOf(const std::array<const wchar_t*, count>& names, Event number) {
+    const auto event = static_cast<DISPID>(number);
     const auto index = static_cast<std::size_t>(event);
     return names[event > 0 && index < count ? index : 0];
 }
@@ -34,18 +36,16 @@ const wchar_t* NameOf(const std::array<const wchar_t*, count>& names, DISPID eve
 EventWindow::EventWindow(const binding::KeyField& field, const Connection& connection) {
     Create(L"Events", {480, 300}, WS_OVERLAPPEDWINDOW, nullptr);
     const std::wstring& keyId = field.keyId();
-    fieldEvents_ =
-        binding::Subscription(field.callback(),
-                              __uuidof(__kelFieldCallBack),
-                              [this, keyId](DISPID event, const binding::Arguments& arguments) {
-                                  Add(keyId, NameOf(kFieldEvents, event), arguments);
-                              });
+    fieldEvents_ = binding::Listen(
+        field.callback(),
+        [this, keyId](binding::FieldEvent event, const binding::Arguments& arguments) {
+            Add(keyId, NameOf(kFieldEvents, event), arguments);
+        });
     sessionEvents_ =
-        binding::Subscription(connection.session(),
-                              __uuidof(__kelSessionCallBack),
-                              [this](DISPID event, const binding::Arguments& arguments) {
-                                  Add(kSession, NameOf(kSessionEvents, event), arguments);
-                              });
+        binding::Listen(connection.session().raw(),
+                        [this](binding::SessionEvent event, const binding::Arguments& arguments) {
+                            Add(kSession, NameOf(kSessionEvents, event), arguments);
+                        });
 }
 
 void EventWindow::Build() {

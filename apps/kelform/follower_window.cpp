@@ -1,3 +1,4 @@
+// The window that shows the currency of the country at hand.
 #include "apps/kelform/follower_window.h"
 
 #include "apps/kelform/fields.h"

@@ -1,3 +1,4 @@
+// Keys and clicks as a person makes them.
 #include "apps/kelform/hand.h"
 
 #include <utility>

@@ -11,6 +11,7 @@
 #include <exception>
 
 #include "apps/atlas/iso_codes.h"
+#include "apps/binding/back_end.h"
 #include "apps/kelform/connect_window.h"
 #include "apps/kelform/country_window.h"
 #include "apps/kelform/messages.h"
@@ -22,19 +23,8 @@ namespace {
 
 // Exit code beside 0 and 1: nothing could be shown.
 constexpr int kNoScreen = 3;
-// The embedded database.
-constexpr short kBackEnd = 1;
 constexpr const wchar_t* kEverything = L"SSELECT COUNTRIES";
 constexpr const wchar_t* kReader = L"Reader";  // key field of the modes without windows
-
-// COM for the life of this object; everything that came from it must be gone before.
-class Apartment {
-public:
-    Apartment() { binding::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-    ~Apartment() { CoUninitialize(); }
-};
 
 void RequireConnection(Connection& connection) {
     if (!connection.Connect()) {
@@ -50,11 +40,9 @@ int Print(Connection& connection, const std::wstring& id) {
         PrintLine(id + L": no such country");
         return 1;
     }
-    const auto tools = connection.tools();
+    const binding::Tools tools = connection.tools();
     for (long amc = 1; amc <= atlas::kCountryMember; ++amc) {
-        PrintLine(std::to_wstring(amc) + L" " + atlas::Readable(binding::AskText([&](BSTR* to) {
-                      return tools->Extract(binding::Str(kReader).get(), amc, 0, 0, to);
-                  })));
+        PrintLine(std::to_wstring(amc) + L" " + binding::Readable(tools.Extract(kReader, amc)));
     }
     return 0;
 }
@@ -99,7 +87,7 @@ int Run(const Options& options) {
     if (options.isSelfTest) {
         return SelfTest(options);
     }
-    Connection connection(kBackEnd);
+    Connection connection(binding::kEmbedded);
     connection.set(L"Database", options.database);
     connection.set(L"User", options.user);
     if (!options.print.empty()) {
@@ -128,7 +116,7 @@ int WINAPI wWinMain(HINSTANCE, HINSTANCE, LPWSTR, int) {
     std::wstring failure;
     Options options;
     try {
-        const Apartment apartment;
+        const kel::binding::Apartment apartment;
         options = ParseOptions(arguments);
         return Run(options);
     } catch (const NoScreen& none) {

@@ -1,6 +1,9 @@
+// What people are told.
 #include "apps/kelform/messages.h"
 
-#include <sstream>
+#include <vector>
+
+#include "apps/binding/record_text.h"
 
 namespace kel::form {
 namespace {
@@ -87,30 +90,14 @@ std::wstring Lines(std::wstring output) {
     return output;
 }
 
-std::wstring HolderIn(const std::wstring& locks,
+std::wstring HolderIn(const std::wstring& messages,
                       const std::wstring& fileName,
                       const std::wstring& id) {
-    std::wistringstream lines(Lines(locks));
-    for (std::wstring line; std::getline(lines, line);) {
-        std::wistringstream words(line);
-        std::wstring others;
-        bool isFile = false;
-        bool isRecord = false;
-        for (std::wstring word; words >> word;) {
-            if (word == fileName) {
-                isFile = true;
-            } else if (word == id) {
-                isRecord = true;
-            } else {
-                others += (others.empty() ? L"" : L" ") + word;
-            }
-        }
-        if (isFile && isRecord) {
-            // The database names user and process.
-            const std::size_t last = others.rfind(L' ');
-            return last == std::wstring::npos
-                       ? others
-                       : others.substr(0, last) + L" (process " + others.substr(last + 1) + L")";
+    const std::wstring kLock = L"430";
+    for (const std::wstring& message : binding::Split(messages, *binding::kAttributeMark)) {
+        const std::vector<std::wstring> values = binding::Split(message, *binding::kValueMark);
+        if (values.size() == 5 && values[0] == kLock && values[1] == fileName && values[2] == id) {
+            return values[3] + L" (process " + values[4] + L")";
         }
     }
     return {};

@@ -22,8 +22,9 @@ std::wstring ReadInWords(binding::ReadAnswer answer,
                          bool hasLock,
                          const std::wstring& holder);
 
-// Who has the lock of a record, out of the database's list of locks; empty when it does not tell.
-std::wstring HolderIn(const std::wstring& locks,
+// Who has the lock of a record, out of the messages that the sentence LIST-READU returns; empty
+// when it does not tell.
+std::wstring HolderIn(const std::wstring& messages,
                       const std::wstring& fileName,
                       const std::wstring& id);
 

@@ -1,3 +1,4 @@
+// The form's command line, and where an account lies by default.
 #include "apps/kelform/options.h"
 
 #include <windows.h>
@@ -8,7 +9,7 @@
 #include <stdexcept>
 
 #include "apps/atlas/iso_codes.h"
-#include "apps/binding/com.h"
+#include "apps/command_line/command_line.h"
 
 namespace kel::form {
 namespace {
@@ -23,43 +24,35 @@ std::wstring DefaultDatabase() {
     return (home / L"atlas.kel").wstring();
 }
 
-struct Option {
-    const wchar_t* name;
-    std::wstring Options::*value;
-};
-
-constexpr Option kOptions[] = {
-    {L"--database", &Options::database},
-    {L"--key", &Options::key},
-    {L"--lists", &Options::lists},
-    {L"--user", &Options::user},
-    {L"--print", &Options::print},
-    {L"--hold", &Options::hold},
-    {L"--pictures", &Options::pictures},
-};
-
 }  // namespace
 
 Options ParseOptions(const std::vector<std::wstring>& arguments) {
+    const struct {
+        const char* name;
+        std::wstring Options::*value;
+    } texts[] = {
+        {"--database", &Options::database},
+        {"--key", &Options::key},
+        {"--lists", &Options::lists},
+        {"--user", &Options::user},
+        {"--print", &Options::print},
+        {"--hold", &Options::hold},
+        {"--pictures", &Options::pictures},
+    };
     Options options;
     options.lists = atlas::ListsFolder();
-    for (std::size_t at = 0; at < arguments.size(); ++at) {
-        const std::wstring& argument = arguments[at];
-        if (argument == L"--selftest") {
-            options.isSelfTest = true;
-            continue;
-        }
-        std::wstring Options::*value = nullptr;
-        for (const Option& option : kOptions) {
-            value = argument == option.name ? option.value : value;
-        }
-        if (value == nullptr) {
-            throw std::runtime_error(binding::ToUtf8(argument) + " is no option of this program");
-        }
-        if (++at == arguments.size()) {
-            throw std::runtime_error(binding::ToUtf8(argument) + " needs a value");
-        }
-        options.*value = arguments[at];
+    CLI::App program;
+    program.set_help_flag();
+    program.add_flag("--selftest", options.isSelfTest)->disable_flag_override();
+    for (const auto& text : texts) {
+        program.add_option_function<std::string>(text.name, [&](const std::string& value) {
+            options.*text.value = binding::FromUtf8(value);
+        });
+    }
+    try {
+        command_line::Parse(program, arguments);
+    } catch (const CLI::ParseError& error) {
+        throw std::runtime_error(error.what() + binding::ToUtf8(std::wstring(L"\n\n") + kUsage));
     }
     options.isDatabaseGiven = !options.database.empty();
     if (!options.isDatabaseGiven && !options.isSelfTest) {

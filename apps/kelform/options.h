@@ -30,7 +30,7 @@ inline constexpr const wchar_t* kUsage =
     L"them";
 
 // The arguments after the program's name.
-//   throws  std::runtime_error for one that is not known or lacks its value
+//   throws  std::exception for one that is not known or lacks its value
 Options ParseOptions(const std::vector<std::wstring>& arguments);
 
 }  // namespace kel::form

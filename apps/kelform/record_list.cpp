@@ -1,3 +1,4 @@
+// A selection's ids, fetched as far as somebody looks, and sentences out of what was typed.
 #include "apps/kelform/record_list.h"
 
 #include <algorithm>
@@ -11,11 +12,7 @@ namespace {
 constexpr const wchar_t* kList = L"Browse";
 
 bool BeginsWith(const std::wstring& text, std::wstring_view word) {
-    return text.size() >= word.size() && CompareStringOrdinal(text.c_str(),
-                                                              static_cast<int>(word.size()),
-                                                              word.data(),
-                                                              static_cast<int>(word.size()),
-                                                              TRUE) == CSTR_EQUAL;
+    return binding::SameName(std::wstring_view(text).substr(0, word.size()), word);
 }
 
 std::wstring Cased(std::wstring text, DWORD length, bool upper) {
@@ -30,19 +27,18 @@ std::wstring Cased(std::wstring text, DWORD length, bool upper) {
 }  // namespace
 
 bool RecordList::Run(const std::wstring& sentence) {
-    const binding::Str name(kList);
-    const auto tools = connection_.tools();
-    binding::Check(tools->CloseSelect(name.get()));
+    const binding::Tools tools = connection_.tools();
+    tools.CloseSelect(kList);
     ids_.clear();
     current_.reset();
     complaint_.clear();
     isComplete_ = false;
-    binding::Check(tools->ExecuteSelect(name.get(), binding::Str(sentence).get()));
+    tools.ExecuteSelect(kList, sentence);
     if (Fetch()) {
         return true;
     }
     // A selection tells no mistakes; the same words as a command do.
-    complaint_ = Lines(connection_.Execute(sentence));
+    complaint_ = Lines(tools.Execute(sentence));
     return false;
 }
 
@@ -50,12 +46,10 @@ bool RecordList::Fetch() {
     if (isComplete_) {
         return false;
     }
-    binding::Str id;
-    const bool more = binding::AskFlag([&](VARIANT_BOOL* to) {
-        return connection_.tools()->ReadNext(binding::Str(kList).get(), id.inOut(), to);
-    });
+    std::wstring id;
+    const bool more = connection_.tools().ReadNext(kList, id);
     if (more) {
-        ids_.push_back(id.text());
+        ids_.push_back(id);
     }
     isComplete_ = !more;
     return more;
@@ -116,7 +110,7 @@ std::wstring SentenceFor(const std::wstring& typed) {
     if (typed.empty() || BeginsWith(typed, L"WITH ") || BeginsWith(typed, L"BY ")) {
         return L"SSELECT " + file + L" " + typed;
     }
-    std::wstring part = atlas::ToRecord(typed);
+    std::wstring part = binding::ToRecord(typed);
     std::erase(part, L'"');
     const auto whole = static_cast<DWORD>(part.size());
     const std::wstring lower = Cased(part, whole, false);

@@ -1,3 +1,4 @@
+// What the form is put through, step by step, and what must come of it.
 #include "apps/kelform/selftest.h"
 
 #include <cstdio>

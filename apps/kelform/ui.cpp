@@ -1,3 +1,4 @@
+// Windows, their controls and how these stretch; the message loop.
 #include "apps/kelform/ui.h"
 
 #include <algorithm>

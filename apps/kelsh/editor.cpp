@@ -1,3 +1,4 @@
+// The editor's commands.
 #include "apps/kelsh/editor.h"
 
 #include <algorithm>

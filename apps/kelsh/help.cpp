@@ -1,3 +1,4 @@
+// The texts.
 #include "apps/kelsh/help.h"
 
 #include <algorithm>
@@ -160,15 +161,15 @@ const Topic kTopics[] = {
 
 }  // namespace
 
-automation::Text HelpOn(const automation::Text& topic) {
+binding::Text HelpOn(const binding::Text& topic) {
     if (topic.empty()) {
         return kProgram;
     }
-    const automation::Text wanted = L" " + automation::Lower(topic) + L" ";
+    const binding::Text wanted = L" " + binding::Lower(topic) + L" ";
     const auto found = std::find_if(std::begin(kTopics), std::end(kTopics), [&](const Topic& one) {
-        return (L" " + automation::Text(one.names) + L" ").find(wanted) != automation::Text::npos;
+        return (L" " + binding::Text(one.names) + L" ").find(wanted) != binding::Text::npos;
     });
-    return found == std::end(kTopics) ? automation::Text() : automation::Text(found->text);
+    return found == std::end(kTopics) ? binding::Text() : binding::Text(found->text);
 }
 
 }  // namespace kel::kelsh

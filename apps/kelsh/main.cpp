@@ -11,37 +11,29 @@
 namespace kel::kelsh {
 
 void PrintBackEnds(Terminal& terminal) {
-    for (const BackEnd& one : BackEnds()) {
-        terminal.Print(automation::DecimalText(one.number) + L"  " + one.description + L" (" +
-                       one.version + L")");
+    for (const binding::BackEnd& one : binding::BackEnds()) {
+        terminal.Print(std::to_wstring(one.number) + L"  " + one.description + L" (" + one.version +
+                       L")");
     }
 }
 
 bool PrintProperties(Terminal& terminal, short number) {
     try {
-        for (const PropertyInfo& one : PropertiesOf(number)) {
+        for (const binding::PropertyInfo& one :
+             binding::PropertiesOf(*binding::CreateBackEnd(number))) {
             terminal.Print(one.name + (one.isObject ? L" (object)" : L"") +
                            (one.fallback.empty() ? Text() : L" [" + one.fallback + L"]") + L": " +
                            one.description);
         }
         return true;
-    } catch (const automation::Error& error) {
-        terminal.Complain(L"kelsh: back-end " + automation::DecimalText(number) + L": " +
+    } catch (const binding::Error& error) {
+        terminal.Complain(L"kelsh: back-end " + std::to_wstring(number) + L": " +
                           error.description());
         return false;
     }
 }
 
 namespace {
-
-// COM for the life of this object; everything that came from it must be gone before.
-class Apartment {
-public:
-    Apartment() { automation::Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-    ~Apartment() { CoUninitialize(); }
-};
 
 int Run(const Options& options, Terminal& terminal) {
     if (options.task == Options::Task::kHelp) {
@@ -52,10 +44,10 @@ int Run(const Options& options, Terminal& terminal) {
         terminal.Print(text);
         return Shell::kGood;
     }
-    const Apartment apartment;
+    const binding::Apartment apartment;
     switch (options.task) {
         case Options::Task::kVersion:
-            terminal.Print(L"kelSDK " + demo::Base().Version());
+            terminal.Print(L"kelSDK " + binding::Base().Version());
             return Shell::kGood;
         case Options::Task::kBackEnds:
             PrintBackEnds(terminal);
@@ -80,7 +72,7 @@ int wmain(int count, wchar_t** arguments) {
     } catch (const UsageError& error) {
         terminal.Complain(L"kelsh: " + error.text + L"\nkelsh --help tells how it is used");
         return Shell::kUsage;
-    } catch (const kel::automation::Error& error) {
+    } catch (const kel::binding::Error& error) {
         terminal.Complain(L"kelsh: " + error.description() + L" (" +
                           std::to_wstring(error.number()) + L", " + error.source() + L")");
     } catch (const std::exception& error) {

@@ -1,3 +1,4 @@
+// The buffer's key field, and the notation of its lines.
 #include "apps/kelsh/record_buffer.h"
 
 #include <stdexcept>
@@ -6,31 +7,20 @@
 #include "apps/kelsh/transfer/csv.h"
 
 namespace kel::kelsh {
+
 namespace {
 
 // No control of a user's program is bound to this key field.
 constexpr const wchar_t* kKeyId = L"kelsh.record";
 
-std::vector<Text> Parts(TextView text, wchar_t mark) {
-    std::vector<Text> parts;
-    for (;;) {
-        const std::size_t end = text.find(mark);
-        parts.emplace_back(text.substr(0, end));
-        if (end == TextView::npos) {
-            return parts;
-        }
-        text.remove_prefix(end + 1);
-    }
-}
-
 }  // namespace
 
 Text AsTyped(TextView stored) {
     transfer::Cell cell;
-    for (const Text& value : Parts(stored, kValueMark)) {
+    for (const Text& value : Split(stored, *kValueMark)) {
         cell.emplace_back();
-        for (const Text& subvalue : Parts(value, kSubvalueMark)) {
-            cell.back().push_back(Units(ToShownLetters(subvalue)));
+        for (const Text& subvalue : Split(value, *kSubvalueMark)) {
+            cell.back().push_back(Units(FromRecord(subvalue)));
         }
     }
     return Wide(transfer::JoinCell(cell, {}));
@@ -38,12 +28,11 @@ Text AsTyped(TextView stored) {
 
 Text AsStored(TextView typed) {
     Text stored;
-    const transfer::Cell cell = transfer::PartCell(Units(ToStoredLetters(typed)), {});
+    const transfer::Cell cell = transfer::PartCell(Units(ToRecord(typed)), {});
     for (const auto& value : cell) {
-        stored += &value == &cell.front() ? Text() : Text(1, kValueMark);
+        stored += &value == &cell.front() ? Text() : Text(kValueMark);
         for (const text::Text& subvalue : value) {
-            stored +=
-                (&subvalue == &value.front() ? Text() : Text(1, kSubvalueMark)) + Wide(subvalue);
+            stored += (&subvalue == &value.front() ? Text() : Text(kSubvalueMark)) + Wide(subvalue);
         }
     }
     return stored;
@@ -52,10 +41,9 @@ Text AsStored(TextView typed) {
 Position PositionIn(const Text& text) {
     long numbers[3] = {};
     std::size_t count = 0;
-    for (const Text& part : Parts(text, L'.')) {
-        wchar_t* end = nullptr;
-        const long number = std::wcstol(part.c_str(), &end, 10);
-        if (count == 3 || part.empty() || *end != L'\0' || number < 1 || number > SHRT_MAX) {
+    for (const Text& part : Split(text, L'.')) {
+        const long number = binding::WholeNumber(part).value_or(0);
+        if (count == 3 || number < 1 || number > SHRT_MAX) {
             throw std::runtime_error(
                 ToUtf8(text + L" is no position: write attribute, or attribute.value.subvalue"));
         }
@@ -73,7 +61,7 @@ RecordBuffer::RecordBuffer(Connection& connection)
 RecordBuffer::Found RecordBuffer::Read(const Text& file, const Text& id, bool lock) {
     key_.FileName(file);
     key_.ReadU(lock);
-    key_.ExternalValue(0, ToStoredLetters(id));
+    key_.ExternalValue(0, ToRecord(id));
     file_.clear();
     const auto found = static_cast<Found>(key_.ReadRecord());
     if (found == Found::kMissing) {
@@ -89,7 +77,7 @@ RecordBuffer::Found RecordBuffer::Read(const Text& file, const Text& id, bool lo
 }
 
 void RecordBuffer::Write(const Text& id, bool keepLock) {
-    const Text number = ToStoredLetters(id.empty() ? id_ : id);
+    const Text number = ToRecord(id.empty() ? id_ : id);
     if (keepLock) {
         connection_.tools().mvWriteU(kKeyId, number, file_);
     } else {
@@ -127,7 +115,7 @@ void RecordBuffer::Remove(const Position& at) {
 }
 
 std::vector<Text> RecordBuffer::Attributes() const {
-    std::vector<Text> attributes = Parts(Extract({}), kAttributeMark);
+    std::vector<Text> attributes = Split(Extract({}), *kAttributeMark);
     while (!attributes.empty() && attributes.back().empty()) {
         attributes.pop_back();
     }
@@ -135,11 +123,7 @@ std::vector<Text> RecordBuffer::Attributes() const {
 }
 
 void RecordBuffer::ReplaceAll(const std::vector<Text>& attributes) {
-    Text whole;
-    for (const Text& attribute : attributes) {
-        whole += (&attribute == &attributes.front() ? Text() : Text(1, kAttributeMark)) + attribute;
-    }
-    Replace({}, whole);
+    Replace({}, binding::Join(attributes, kAttributeMark));
 }
 
 }  // namespace kel::kelsh

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "apps/demo/dict_item.h"
+#include "apps/binding/dict_item.h"
 #include "apps/kelsh/connection.h"
 
 namespace kel::kelsh {
@@ -51,7 +51,7 @@ public:
 
 private:
     Connection& connection_;
-    demo::DictItem key_;
+    binding::DictItem key_;
     Text file_;
     Text id_;
     bool isChanged_ = false;

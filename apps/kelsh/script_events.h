@@ -4,29 +4,19 @@
 // all do; here the host does it, whatever the engine.
 #pragma once
 
-#include <windows.h>
-
-#include <ocidl.h>
-
-#include <functional>
 #include <map>
-#include <memory>
 #include <vector>
 
-#include "automation/com_ptr.h"
-#include "automation/text.h"
-#include "automation/variant.h"
+#include "apps/binding/events.h"
 
 namespace kel::kelsh {
 
-using automation::ComPtr;
-using automation::Text;
-using automation::TextView;
+using binding::Text;
 
 // Calls a procedure of the script if there is one of this name, with what it may change passed by
 // reference; `result` is what it returns. Failures are the callee's to tell.
 using ProcedureCaller = std::function<void(
-    const Text& name, std::vector<automation::Variant>& arguments, automation::Variant& result)>;
+    const Text& name, std::vector<binding::Var>& arguments, binding::Var& result)>;
 
 // The default event interface of an object.
 struct EventInterface {
@@ -34,23 +24,13 @@ struct EventInterface {
     std::map<DISPID, Text> names;
 };
 
-// Throws when the object has no events.
+// Throws binding::Error when the object has no events.
 EventInterface EventsOf(IUnknown& source);
 
-// An object's events as calls of PREFIX_Event procedures, for the life of this object.
-class ScriptEvents {
-public:
-    ScriptEvents(IUnknown& source,
-                 const EventInterface& events,
-                 const Text& prefix,
-                 ProcedureCaller call);
-    ScriptEvents(const ScriptEvents&) = delete;
-    ScriptEvents& operator=(const ScriptEvents&) = delete;
-    ~ScriptEvents();
-
-private:
-    ComPtr<IConnectionPoint> point_;
-    DWORD cookie_ = 0;
-};
+// An object's events as calls of PREFIX_Event procedures, for the life of the subscription.
+binding::Subscription Deliver(IUnknown& source,
+                              const EventInterface& events,
+                              const Text& prefix,
+                              ProcedureCaller call);
 
 }  // namespace kel::kelsh

@@ -1,6 +1,5 @@
+// Scripts of the shell: what they find by name, how their events and failures are told.
 #include "apps/kelsh/script_host.h"
-
-#include <activscp.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -11,16 +10,18 @@
 #include <stdexcept>
 
 #include "apps/kelsh/script_events.h"
-#include "apps/kelsh/script_objects.h"
 #include "apps/kelsh/text.h"
-#include "automation/plain_object.h"
+#include "scripting/script_engine.h"
+#include "scripting/script_object.h"
 
 namespace kel::kelsh {
 
-using automation::Bstr;
-using automation::Check;
-using automation::Error;
-using automation::Variant;
+using binding::Error;
+using binding::Ptr;
+using binding::Var;
+using scripting::Outcome;
+using scripting::ScriptEngine;
+using scripting::ScriptFailure;
 
 namespace {
 
@@ -73,144 +74,105 @@ std::vector<Text> NamesWithPrefix(const Text& source) {
     return names;
 }
 
-// One script: its engine, and what the engine asks of its host.
-class ScriptRun final : public automation::PlainObject<IActiveScriptSite> {
+// One script.
+class ScriptRun {
 public:
     ScriptRun(const Text& path, Connection& connection, Terminal& terminal)
         : name_(std::filesystem::path(path).filename().wstring()),
           source_(ReadSource(path)),
           connection_(connection),
           terminal_(terminal) {
-        const Text extension = automation::Lower(std::filesystem::path(path).extension().wstring());
-        engine_ = demo::Create<IActiveScript>(extension == L".js" ? L"JScript" : L"VBScript");
+        const scripting::Language language = scripting::LanguageOf(path);
+        engine_ = ScriptEngine::Open(language);
+        if (!engine_) {
+            throw std::runtime_error(ToUtf8(path + L" needs the script engine " +
+                                            scripting::NameOf(language) +
+                                            L", which is not installed here"));
+        }
     }
 
     ScriptResult Run(const std::vector<Text>& arguments) {
-        const auto parser = engine_.as<IActiveScriptParse>();
-        Check(parser ? parser->InitNew() : E_NOINTERFACE);
-        Check(engine_->SetScriptSite(this));
         AddItems(arguments);
         ListenByName();
-        // The procedures of a script are known as soon as its text is parsed; what stands outside
-        // of them runs when the engine is started.
-        HRESULT code = parser->ParseScriptText(source_.c_str(),
-                                               nullptr,
-                                               nullptr,
-                                               nullptr,
-                                               0,
-                                               1,
-                                               SCRIPTTEXT_ISVISIBLE,
-                                               nullptr,
-                                               nullptr);
-        if (SUCCEEDED(code)) {
-            code = engine_->SetScriptState(SCRIPTSTATE_STARTED);
+        Outcome failure = engine_->Load(source_);
+        if (!failure) {
+            failure = engine_->Start();
         }
-        if (FAILED(code) && !told_ && !result_.quit) {
-            TellText(Error::FromCode(code).description());
+        if (failure) {
+            Tell(*failure);
         }
         events_.clear();
-        script_.reset();
         engine_->Close();
         result_.good = !told_;
         return result_;
     }
 
-    // IActiveScriptSite
-    STDMETHODIMP GetLCID(LCID* locale) noexcept override {
-        *locale = LOCALE_USER_DEFAULT;
-        return S_OK;
-    }
-    STDMETHODIMP GetItemInfo(LPCOLESTR name,
-                             DWORD wanted,
-                             IUnknown** item,
-                             ITypeInfo** type) noexcept override {
-        if ((wanted & SCRIPTINFO_ITYPEINFO) != 0 && type != nullptr) {
-            *type = nullptr;  // asked for events only, which are delivered here
-        }
-        const auto found = items_.find(name);
-        if (found == items_.end()) {
-            return TYPE_E_ELEMENTNOTFOUND;
-        }
-        if ((wanted & SCRIPTINFO_IUNKNOWN) != 0 && item != nullptr) {
-            found->second->AddRef();
-            *item = found->second.get();
-        }
-        return S_OK;
-    }
-    STDMETHODIMP GetDocVersionString(BSTR* version) noexcept override {
-        *version = nullptr;
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP OnScriptTerminate(const VARIANT*, const EXCEPINFO*) noexcept override {
-        return S_OK;
-    }
-    STDMETHODIMP OnStateChange(SCRIPTSTATE) noexcept override { return S_OK; }
-    STDMETHODIMP OnEnterScript() noexcept override { return S_OK; }
-    STDMETHODIMP OnLeaveScript() noexcept override { return S_OK; }
-    STDMETHODIMP OnScriptError(IActiveScriptError* error) noexcept override {
-        automation::Ignoring([&] { Tell(*error); });
-        return S_OK;
-    }
-
 private:
-    bool answers(REFIID iid) const noexcept override {
-        return IsEqualIID(iid, __uuidof(IActiveScriptSite));
+    using Values = std::span<const VARIANT>;
+
+    // What a member throws reaches the script as an error.
+    scripting::Member Member(const wchar_t* name,
+                             void (ScriptRun::*run)(Values values, VARIANT& result)) {
+        return {
+            name, [this, run](Values values, VARIANT& result) {
+                try {
+                    (this->*run)(values, result);
+                } catch (const Error& error) {
+                    throw ScriptFailure{error.number(), error.source(), error.description(), {}};
+                }
+            }};
     }
 
     void AddItems(const std::vector<Text>& arguments) {
-        const ComPtr<IDispatch> list = MakeTextList(arguments);
-        const auto host = MakeScriptObject({
-            {L"Echo", [this](auto& values) { return Echo(values); }},
-            {L"Quit", [this](auto& values) { return Quit(values); }},
-            {L"ConnectObject", [this](auto& values) { return ConnectObject(values); }},
-            {L"Arguments",
-             [list](auto& values) {
-                 return values.empty() ? Variant(list.get()) : ItemOf(*list, values[0]);
-             }},
+        *arguments_.put() = scripting::MakeTextList(arguments);
+        Ptr<IDispatch> host;
+        *host.put() = scripting::MakeScriptObject({
+            Member(L"Echo", &ScriptRun::Echo),
+            Member(L"Quit", &ScriptRun::Quit),
+            Member(L"ConnectObject", &ScriptRun::ConnectObject),
+            Member(L"Arguments", &ScriptRun::Arguments),
         });
-        items_[L"kel"].reset(&connection_.base().raw());
-        items_[L"session"].reset(&connection_.session().raw());
-        items_[L"tools"].reset(&connection_.tools().raw());
-        items_[L"WScript"] = host;
-        items_[L"kelsh"] = host;
-        for (const auto& [name, object] : items_) {
-            // Not as sources of events: an engine that binds them too would make them come twice.
-            Check(engine_->AddNamedItem(
-                name.c_str(),
-                SCRIPTITEM_ISVISIBLE | (name == L"kelsh" ? SCRIPTITEM_GLOBALMEMBERS : 0)));
-        }
+        engine_->Add(L"kel", connection_.base().raw());
+        engine_->Add(L"session", connection_.session().raw());
+        engine_->Add(L"tools", connection_.tools().raw());
+        engine_->Add(L"WScript", *host);
+        engine_->Add(L"kelsh", *host, ScriptEngine::Visibility::kGlobal);
     }
 
-    static Variant ItemOf(IDispatch& list, Variant& index) {
-        DISPPARAMS parameters{index.inOut(), nullptr, 1, 0};
-        Variant value;
-        Check(list.Invoke(DISPID_VALUE,
-                          IID_NULL,
-                          LOCALE_USER_DEFAULT,
-                          DISPATCH_PROPERTYGET,
-                          &parameters,
-                          value.put(),
-                          nullptr,
-                          nullptr));
-        return value;
+    // The list, or one of them.
+    void Arguments(Values values, VARIANT& result) {
+        if (values.empty()) {
+            result = Var(arguments_.get()).detach();
+            return;
+        }
+        VARIANT index = values[0];  // borrowed
+        DISPPARAMS parameters{&index, nullptr, 1, 0};
+        binding::Check(arguments_->Invoke(DISPID_VALUE,
+                                          IID_NULL,
+                                          LOCALE_USER_DEFAULT,
+                                          DISPATCH_PROPERTYGET,
+                                          &parameters,
+                                          &result,
+                                          nullptr,
+                                          nullptr));
     }
 
     // Ties the session and every key field that the script has a procedure for.
     void ListenByName() {
-        Listen(connection_.session().source(), L"session");
-        const demo::Base& base = connection_.base();
-        const EventInterface events = EventsOf(base.GetFieldCallBack(kAnyField).source());
-        std::set<Text> known{L"session"};
+        Listen(connection_.session().raw(), L"session");
+        const binding::Base& base = connection_.base();
+        const EventInterface events = EventsOf(base.GetFieldCallBack(kAnyField).raw());
+        std::set<Text, binding::NameLess> known{L"session"};
         for (const Text& name : NamesWithPrefix(source_)) {
             const std::size_t bar = name.rfind(L'_');
             const Text prefix = name.substr(0, bar);
-            const Text event = automation::Lower(name.substr(bar + 1));
+            const Text event = name.substr(bar + 1);
             const bool isEvent =
                 std::any_of(events.names.begin(), events.names.end(), [&](const auto& one) {
-                    return automation::Lower(one.second) == event;
+                    return binding::SameName(one.second, event);
                 });
-            if (!prefix.empty() && isEvent && known.insert(automation::Lower(prefix)).second) {
-                Listen(base.GetFieldCallBack(prefix).source(), prefix);
+            if (!prefix.empty() && isEvent && known.insert(prefix).second) {
+                Listen(base.GetFieldCallBack(prefix).raw(), prefix);
             }
         }
     }
@@ -218,127 +180,79 @@ private:
     // A source is tied to a prefix once, so that scripts for other hosts can ask for what they get
     // here by name.
     void Listen(IUnknown& source, const Text& prefix) {
-        const std::pair key(ComPtr<IUnknown>(&source).as<IUnknown>().get(),
-                            automation::Lower(prefix));
+        const std::pair key(Ptr<IUnknown>(&source).as<IUnknown>().get(), binding::Lower(prefix));
         if (!tied_.insert(key).second) {
             return;
         }
-        events_.push_back(std::make_unique<ScriptEvents>(
-            source, EventsOf(source), prefix, [this](const auto& name, auto& values, auto& result) {
-                Call(name, values, result);
-            }));
+        events_.push_back(Deliver(source,
+                                  EventsOf(source),
+                                  prefix,
+                                  [this](const Text& name, std::vector<Var>& values, Var& result) {
+                                      Call(name, values, result);
+                                  }));
     }
 
-    Variant Echo(std::vector<Variant>& values) {
+    void Echo(Values values, VARIANT&) {
         Text line;
-        for (Variant& value : values) {
-            line += (&value == &values.front() ? L"" : L" ") + Text(value.text().view());
+        for (const VARIANT& value : values) {
+            line += (&value == &values.front() ? L"" : L" ") + Var::Of(value).text();
         }
         terminal_.Print(line);
-        return {};
     }
 
     // Ends the script by an error that nobody is told of.
-    Variant Quit(std::vector<Variant>& values) {
+    void Quit(Values values, VARIANT&) {
         result_.quit = true;
-        result_.exitCode = values.empty() ? 0 : automation::ToShort(values[0].text().view());
+        result_.exitCode =
+            values.empty() ? 0 : static_cast<int>(Var::Of(values[0]).number().value_or(0));
         throw Error(E_ABORT, L"kelsh", L"Quit");
     }
 
-    Variant ConnectObject(std::vector<Variant>& values) {
-        const auto source = values.size() == 2 ? values[0].object<IUnknown>() : ComPtr<IUnknown>();
+    void ConnectObject(Values values, VARIANT&) {
+        const auto source =
+            values.size() == 2 ? Var::Of(values[0]).object<IUnknown>() : Ptr<IUnknown>();
         if (!source) {
-            throw Error(automation::kInvalidCall, L"kelsh", L"ConnectObject OBJECT, PREFIX");
+            constexpr long kInvalidCall = 5;
+            throw Error(kInvalidCall, L"kelsh", L"ConnectObject OBJECT, PREFIX");
         }
-        Text prefix(values[1].text().view());
+        Text prefix = Var::Of(values[1]).text();
         if (prefix.ends_with(L'_')) {
             prefix.pop_back();
         }
         Listen(*source, prefix);
-        return {};
     }
 
     // A procedure of the script; nothing when there is none of the name.
-    void Call(const Text& name, std::vector<Variant>& values, Variant& result) {
+    void Call(const Text& name, std::vector<Var>& values, Var& result) {
         if (result_.quit) {
             return;
         }
-        if (!script_ && FAILED(engine_->GetScriptDispatch(nullptr, script_.put()))) {
-            return;
+        std::vector<VARIANT*> addresses;
+        for (Var& value : values) {
+            addresses.push_back(value.inOut());
         }
-        Text copy = name;
-        LPOLESTR names[] = {copy.data()};
-        DISPID id = DISPID_UNKNOWN;
-        if (FAILED(script_->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id))) {
-            return;
-        }
-        std::vector<VARIANT> given(values.size());
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            VARIANT& one = given[values.size() - 1 - i];
-            V_VT(&one) = VT_BYREF | VT_VARIANT;
-            V_VARIANTREF(&one) = values[i].inOut();
-        }
-        DISPPARAMS parameters{given.data(), nullptr, static_cast<UINT>(given.size()), 0};
-        EXCEPINFO exception{};
-        const int toldBefore = errors_;
-        const HRESULT code = script_->Invoke(id,
-                                             IID_NULL,
-                                             LOCALE_USER_DEFAULT,
-                                             DISPATCH_METHOD,
-                                             &parameters,
-                                             result.put(),
-                                             &exception,
-                                             nullptr);
-        const Bstr source = Bstr::Adopt(exception.bstrSource);
-        const Bstr description = Bstr::Adopt(exception.bstrDescription);
-        const Bstr help = Bstr::Adopt(exception.bstrHelpFile);
-        // Engines tell their site of most errors; of the others, as of a wrong number of arguments,
-        // only this call.
-        if (FAILED(code) && errors_ == toldBefore && !result_.quit) {
-            TellText(name + L": " +
-                     (description.view().empty() ? Error::FromCode(code).description()
-                                                 : Text(description.view())));
+        if (const Outcome failure = engine_->Call(name, addresses, *result.put())) {
+            Tell(*failure, failure->line ? Text() : name + L": ");
         }
     }
 
-    void TellText(const Text& text) {
-        ++errors_;
+    void Tell(const ScriptFailure& failure, const Text& place = {}) {
+        if (result_.quit) {
+            return;
+        }
         told_ = true;
-        terminal_.Complain(name_ + L": " + text);
-    }
-
-    void Tell(IActiveScriptError& error) {
-        if (result_.quit) {
-            return;
-        }
-        EXCEPINFO exception{};
-        DWORD context = 0;
-        ULONG line = 0;
-        LONG column = 0;
-        error.GetExceptionInfo(&exception);
-        if (exception.pfnDeferredFillIn != nullptr) {
-            exception.pfnDeferredFillIn(&exception);
-        }
-        const Bstr source = Bstr::Adopt(exception.bstrSource);
-        const Bstr description = Bstr::Adopt(exception.bstrDescription);
-        const Bstr help = Bstr::Adopt(exception.bstrHelpFile);
-        const bool hasLine = SUCCEEDED(error.GetSourcePosition(&context, &line, &column));
-        const long number = automation::NumberOfCode(exception.scode);
-        Text text = hasLine ? L"line " + std::to_wstring(line) + L": " : Text();
-        text += description.view().empty() ? Error::FromCode(exception.scode).description()
-                                           : Text(description.view());
-        text += L" (" + automation::DecimalText(number) +
-                (source.view().empty() ? Text() : L", " + Text(source.view())) + L")";
-        if (hasLine) {
-            text += SourceLine(line);
-        }
-        TellText(text);
+        terminal_.Complain(
+            name_ + L": " +
+            (failure.line ? L"line " + std::to_wstring(*failure.line) + L": " : place) +
+            failure.description + L" (" + std::to_wstring(failure.number) +
+            (failure.source.empty() ? Text() : L", " + failure.source) + L")" +
+            (failure.line ? SourceLine(*failure.line) : Text()));
     }
 
     // The line itself below the message.
-    Text SourceLine(ULONG number) const {
+    Text SourceLine(unsigned long number) const {
         std::size_t at = 0;
-        for (ULONG line = 1; line < number && at != Text::npos; ++line) {
+        for (unsigned long line = 1; line < number && at != Text::npos; ++line) {
             at = source_.find(L'\n', at);
             at += at == Text::npos ? 0 : 1;
         }
@@ -354,13 +268,11 @@ private:
     const Text source_;
     Connection& connection_;
     Terminal& terminal_;
-    ComPtr<IActiveScript> engine_;
-    ComPtr<IDispatch> script_;
-    std::map<Text, ComPtr<IDispatch>> items_;
-    std::vector<std::unique_ptr<ScriptEvents>> events_;
+    std::unique_ptr<ScriptEngine> engine_;
+    Ptr<IDispatch> arguments_;
+    std::vector<binding::Subscription> events_;
     std::set<std::pair<IUnknown*, Text>> tied_;  // the subscriptions keep the sources alive
     ScriptResult result_;
-    int errors_ = 0;
     bool told_ = false;
 };
 
@@ -370,8 +282,7 @@ ScriptResult RunScriptFile(const Text& path,
                            const std::vector<Text>& arguments,
                            Connection& connection,
                            Terminal& terminal) {
-    const auto run = ComPtr<ScriptRun>::Adopt(new ScriptRun(path, connection, terminal));
-    return run->Run(arguments);
+    return ScriptRun(path, connection, terminal).Run(arguments);
 }
 
 }  // namespace kel::kelsh

@@ -1,8 +1,11 @@
+// Lines, commands and sentences.
 #include "apps/kelsh/shell.h"
 
 #include <algorithm>
+#include <climits>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "apps/kelsh/help.h"
@@ -17,24 +20,22 @@ constexpr int kDeepest = 16;  // files of commands within one another
 // What no back-end answers: shows whether a sentence was carried out at all.
 constexpr const wchar_t* kUntouched = L"\x01kelsh";
 
-// Whether a sentence's message numbers tell of a failure: mistakes are numbered below 100, errors
-// of the database from 10000 on or, as HRESULTs, negative. What lies between reports work done.
-bool TellFailure(TextView codes) {
-    for (std::size_t at = 0; at < codes.size();) {
-        const std::size_t end = std::min(codes.find(kAttributeMark, at), codes.size());
-        const Text code(codes.substr(at, end - at));
-        const long number = std::wcstol(code.c_str(), nullptr, 10);
-        if (!code.empty() && (number < 100 || number >= 10000)) {
+// Whether a sentence's message numbers hold that of an error: an HRESULT, or one of those that
+// back-ends and clients agree on. The others report work done.
+bool TellFailure(const Text& codes) {
+    std::wistringstream messages(codes);
+    for (Text message; std::getline(messages, message, *kAttributeMark);) {
+        const long number = std::wcstol(message.c_str(), nullptr, 10);
+        if (number < 0 || number >= AlreadyConnected) {
             return true;
         }
-        at = end + 1;
     }
     return false;
 }
 
 bool IsScript(const Text& path) {
-    const Text extension = automation::Lower(std::filesystem::path(path).extension().wstring());
-    return extension == L".vbs" || extension == L".js";
+    const Text extension = std::filesystem::path(path).extension().wstring();
+    return binding::SameName(extension, L".vbs") || binding::SameName(extension, L".js");
 }
 
 }  // namespace
@@ -202,8 +203,8 @@ void Shell::Do(const Text& text) {
             return;
         }
         failed_ = !(this->*command->run)(line) || failed_;
-    } catch (const automation::Error& error) {
-        Failed(error.description() + L" (" + automation::DecimalText(error.number()) + L", " +
+    } catch (const binding::Error& error) {
+        Failed(error.description() + L" (" + std::to_wstring(error.number()) + L", " +
                error.source() + L")");
     } catch (const std::exception& error) {
         Failed(FromUtf8(error.what()));
@@ -222,8 +223,8 @@ bool Shell::RunSentence(const Text& sentence) {
         Failed(L"the database could not carry out: " + sentence);
         return false;
     }
-    output = output == kUntouched ? Text() : ToShownLetters(output);
-    std::replace(output.begin(), output.end(), kAttributeMark, L'\n');
+    output = output == kUntouched ? Text() : FromRecord(output);
+    std::replace(output.begin(), output.end(), *kAttributeMark, L'\n');
     if (!output.empty()) {
         terminal_.PrintPaged(output);
     }
@@ -305,8 +306,15 @@ bool Shell::Properties(CommandLine& line) {
         PrintBackEnds(terminal_);
         return true;
     }
-    return PrintProperties(
-        terminal_, line.size() == 1 ? *connection_.os() : automation::ToShort(line.word(1)));
+    if (line.size() == 1) {
+        return PrintProperties(terminal_, *connection_.os());
+    }
+    const long number = binding::WholeNumber(line.word(1)).value_or(0);
+    if (number < 1 || number > SHRT_MAX) {
+        Failed(line.word(1) + L" is no number of a back-end");
+        return false;
+    }
+    return PrintProperties(terminal_, static_cast<short>(number));
 }
 
 bool Shell::History(CommandLine&) {

@@ -1,12 +1,14 @@
+// Consoles by the platform's functions, pipes and files as bytes.
 #include "apps/kelsh/terminal.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include "apps/kelsh/text.h"
-
 namespace kel::kelsh {
+
+using binding::FromUtf8;
+using binding::ToUtf8;
 
 namespace {
 

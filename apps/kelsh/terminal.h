@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "automation/text.h"
+#include "apps/binding/text.h"
 
 namespace kel::kelsh {
 
-using automation::Text;
-using automation::TextView;
+using binding::Text;
+using binding::TextView;
 
 class Terminal {
 public:

@@ -4,18 +4,21 @@
 #include <string>
 #include <string_view>
 
-#include "automation/text.h"
+#include "apps/binding/record_text.h"
 #include "hosts/multivalue/text/text.h"
 
 namespace kel::kelsh {
 
-using automation::Text;
-using automation::TextView;
-
-// The marks between the parts of a record.
-inline constexpr wchar_t kAttributeMark = L'\u00FE';
-inline constexpr wchar_t kValueMark = L'\u00FD';
-inline constexpr wchar_t kSubvalueMark = L'\u00FC';
+using binding::FromRecord;
+using binding::FromUtf8;
+using binding::kAttributeMark;
+using binding::kSubvalueMark;
+using binding::kValueMark;
+using binding::Split;
+using binding::Text;
+using binding::TextView;
+using binding::ToRecord;
+using binding::ToUtf8;
 
 // The same 16-bit units under two names.
 inline text::Text Units(TextView text) {
@@ -24,12 +27,5 @@ inline text::Text Units(TextView text) {
 inline Text Wide(text::TextView text) {
     return Text(text.begin(), text.end());
 }
-
-Text FromUtf8(std::string_view bytes);
-std::string ToUtf8(TextView text);
-
-// Letters that have the codes of marks take others inside records.
-Text ToStoredLetters(TextView text);
-Text ToShownLetters(TextView text);
 
 }  // namespace kel::kelsh

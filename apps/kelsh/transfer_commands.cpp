@@ -19,22 +19,6 @@ namespace {
 constexpr const wchar_t* kList = L"kelsh.list";
 constexpr std::size_t kBatch = 100;  // records between two signs of life
 
-// Changes of the transfer's own buffer are nobody's news.
-class QuietSession {
-public:
-    explicit QuietSession(const demo::Session& session) : session_(session) {
-        session_.AutoUpdateOk(false);
-    }
-    QuietSession(const QuietSession&) = delete;
-    QuietSession& operator=(const QuietSession&) = delete;
-    ~QuietSession() {
-        automation::Ignoring([&] { session_.AutoUpdateOk(true); });
-    }
-
-private:
-    const demo::Session& session_;
-};
-
 // A file of the session's database, record by record.
 class SessionFile : public transfer::RecordTarget {
 public:
@@ -66,8 +50,8 @@ public:
 
 private:
     Connection& connection_;
-    const QuietSession quiet_;
-    const demo::DictItem key_;
+    const binding::QuietSession quiet_;
+    const binding::DictItem key_;
     const Text file_;
 };
 
@@ -81,7 +65,7 @@ public:
     SelectedRecords(const SelectedRecords&) = delete;
     SelectedRecords& operator=(const SelectedRecords&) = delete;
     ~SelectedRecords() override {
-        automation::Ignoring([&] { connection_.tools().CloseSelect(kList); });
+        binding::Ignoring([&] { connection_.tools().CloseSelect(kList); });
     }
 
     bool Next(text::Text& id, text::Text& record) override {
@@ -101,9 +85,9 @@ private:
 };
 
 TransferFormat FormatOf(const Text& path, const Text& named) {
-    Text name = automation::Lower(named);
+    Text name = binding::Lower(named);
     if (name.empty()) {
-        name = automation::Lower(std::filesystem::path(path).extension().wstring());
+        name = binding::Lower(std::filesystem::path(path).extension().wstring());
         name.erase(0, 1);
     }
     if (name == L"csv") {
@@ -147,7 +131,7 @@ std::vector<text::Text> AllColumns(SelectedRecords& records) {
     text::Text record;
     while (records.Next(id, record)) {
         const auto marks =
-            std::count(record.begin(), record.end(), static_cast<char16_t>(kAttributeMark));
+            std::count(record.begin(), record.end(), static_cast<char16_t>(*kAttributeMark));
         most = std::max(most, record.empty() ? 0 : marks + 1);
     }
     std::vector<text::Text> columns{u"@ID"};

@@ -1,3 +1,4 @@
+// Columns looked up in the file's dictionary by a dictionary item each.
 #include "apps/kelsh/transfer_fields.h"
 
 #include "apps/kelsh/text.h"
@@ -5,9 +6,10 @@
 
 namespace kel::kelsh {
 
-using automation::Bstr;
-using demo::Ask;
-using demo::AskText;
+using binding::Ask;
+using binding::AskText;
+using binding::Check;
+using binding::Str;
 using transfer::TransferField;
 
 // A definition is read through the session of a key field that the registry knows.
@@ -21,12 +23,12 @@ std::optional<TransferField> SessionFields::Find(text::TextView column) {
     if (auto field = numbered_.Find(column)) {
         return field;
     }
-    const auto item = demo::Create<_kelDictItem>(L"kelSDK.kelDictItem");
-    automation::CallOut([&] { return item->put_KeyId(Bstr(TextView(kTransferKey)).get()); });
-    automation::CallOut([&] { return item->put_Session(Bstr(connection_.name()).get()); });
-    automation::CallOut([&] { return item->put_FileName(Bstr(file_).get()); });
-    automation::CallOut([&] { return item->put_DictName(Bstr(Wide(column)).get()); });
-    automation::CallOut([&] { return item->InitalizeDictItem(); });
+    const auto item = binding::Create<_kelDictItem>(L"kelSDK.kelDictItem");
+    Check(item->put_KeyId(Str(kTransferKey).get()));
+    Check(item->put_Session(Str(connection_.name()).get()));
+    Check(item->put_FileName(Str(file_).get()));
+    Check(item->put_DictName(Str(Wide(column)).get()));
+    Check(item->InitalizeDictItem());
     if (Ask<enumDictRead>([&](enumDictRead* to) { return item->get_DictRead(to); }) !=
         DictReadInitalized) {
         return std::nullopt;
@@ -53,7 +55,7 @@ text::Text SessionFields::ToStored(const TransferField& field, text::TextView sh
     }
     try {
         return Units(connection_.tools().Iconv(Wide(shown), known->conversion));
-    } catch (const automation::Error& error) {
+    } catch (const binding::Error& error) {
         throw text::Error(text::ErrorKind::kBadData, Units(error.description()));
     }
 }

@@ -28,7 +28,7 @@ public:
 
 private:
     struct Named {
-        ComPtr<_kelDictItem> item;
+        binding::Ptr<_kelDictItem> item;
         Text conversion;
     };
 

@@ -3,11 +3,14 @@
 //
 //   bench FOLDER            the tables of measurements; accounts are made in FOLDER
 //   bench --memory ACCOUNT  its own child
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
 #include <cstdio>
 #include <exception>
 #include <fstream>
 #include <string>
-#include <string_view>
 #include <thread>
 
 #include "bench/native/native.h"
@@ -27,15 +30,23 @@ std::string Processor() {
 
 int Run(int count, char** arguments) {
     using namespace kel::bench;  // NOLINT(google-build-using-namespace): in one function
-    if (count == 3 && std::string_view(arguments[1]) == "--memory") {
-        SelectForMemory(arguments[2]);
+    std::filesystem::path folder;
+    std::string account;
+    CLI::App program("Measures the multivalue library and its store.");
+    CLI::Option* const place = program.add_option("FOLDER", folder, "where accounts are made");
+    CLI::Option* const memory = program.add_option("--memory", account)->group("");  // its child
+    try {
+        program.parse(count, arguments);
+        if (memory->count() + place->count() != 1) {
+            throw CLI::RequiredError("FOLDER");
+        }
+    } catch (const CLI::ParseError& error) {
+        return program.exit(error) == 0 ? 0 : 2;
+    }
+    if (memory->count() > 0) {
+        SelectForMemory(account.c_str());
         return 0;
     }
-    if (count != 2) {
-        std::fprintf(stderr, "usage: %s FOLDER\n", arguments[0]);
-        return 2;
-    }
-    const std::filesystem::path folder = arguments[1];
     std::printf("%s, %u cores, native\n", Processor().c_str(), std::thread::hardware_concurrency());
     MeasureRecords(folder);
     MeasureSelections(folder);

@@ -1,3 +1,4 @@
+// Account, its files and Arguments over the session that called the program.
 #include "hosts/embedded/account_objects.h"
 
 #include <array>

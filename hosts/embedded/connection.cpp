@@ -1,3 +1,4 @@
+// An open account: programs for its sentences, lists that end with it, evaluators that are kept.
 #include "hosts/embedded/connection.h"
 
 #include <algorithm>

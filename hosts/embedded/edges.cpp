@@ -1,3 +1,4 @@
+// Numbers of errors, and values on their way across the edge.
 #include "hosts/embedded/edges.h"
 
 namespace kel::embedded {

@@ -1,9 +1,10 @@
+// Finding programs, running them, and telling where they fail.
 #include "hosts/embedded/programs.h"
 
 #include "hosts/embedded/account_objects.h"
 #include "hosts/embedded/connection.h"
 #include "hosts/embedded/edges.h"
-#include "hosts/embedded/script_engine.h"
+#include "hosts/embedded/stored_program.h"
 
 namespace kel::embedded {
 
@@ -76,22 +77,38 @@ Programs::Source Programs::find(TextView name) {
 
 void Programs::run(TextView name, std::span<VARIANT* const> arguments) {
     const Level level(depth_, name);
+    if (depth_ == 1) {
+        told_.clear();
+    }
     Source source = find(name);
     auto node = idle_.extract(source.id);
     if (node.empty() || node.mapped()->source() != source.text) {
         if (!account_) {
             account_ = MakeAccount(connection_);
         }
-        std::map<Text, std::unique_ptr<ScriptEngine>> fresh;
+        std::map<Text, std::unique_ptr<StoredProgram>> fresh;
         fresh.emplace(
             source.id,
-            std::make_unique<ScriptEngine>(source.id, source.text, account_, application_));
+            std::make_unique<StoredProgram>(source.id, source.text, account_, application_));
         node = fresh.extract(fresh.begin());
     }
-    node.mapped()->run(arguments);
+    if (const auto failure = node.mapped()->run(arguments)) {
+        throw told(source.id, *failure);
+    }
     if (node.mapped()->isReusable()) {
         idle_.insert(std::move(node));
     }
+}
+
+Error Programs::told(TextView id, const scripting::ScriptFailure& failure) {
+    if (told_.empty() || failure.description != told_) {
+        told_ = automation::Text(L"Program \"").append(Wide(id)) + L"\"";
+        if (failure.line) {
+            told_ += L", line " + automation::DecimalText(static_cast<long>(*failure.line));
+        }
+        told_ += L": " + failure.description;
+    }
+    return Error(failure.number, kHostSource, told_);
 }
 
 void Programs::end() noexcept {

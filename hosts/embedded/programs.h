@@ -12,13 +12,15 @@
 #include <memory>
 #include <span>
 
+#include "automation/error.h"
 #include "automation/variant.h"
 #include "hosts/multivalue/text/text.h"
+#include "scripting/script_engine.h"
 
 namespace kel::embedded {
 
 class Connection;
-class ScriptEngine;
+class StoredProgram;
 
 inline constexpr text::TextView kProgramFile = u"PROGRAMS";
 
@@ -43,14 +45,19 @@ private:
         text::Text text;
     };
     Source find(text::TextView name);
+    // The failure as callers are told it, with the place of the program that failed.
+    automation::Error told(text::TextView id, const scripting::ScriptFailure& failure);
 
     Connection& connection_;
     automation::ComPtr<IDispatch> application_;
     automation::ComPtr<IDispatch> account_;
     // By id; used again as long as the record says the same. Programs that call themselves find
     // theirs taken and get another.
-    std::map<text::Text, std::unique_ptr<ScriptEngine>> idle_;
+    std::map<text::Text, std::unique_ptr<StoredProgram>> idle_;
     int depth_ = 0;
+    // What was told last of a program that failed. A program that called it fails with the same and
+    // passes it on as it is: it names its place already.
+    automation::Text told_;
 };
 
 }  // namespace kel::embedded

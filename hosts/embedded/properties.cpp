@@ -1,3 +1,4 @@
+// The connection properties: names, defaults, and what makes an entry wrong.
 #include "hosts/embedded/properties.h"
 
 #include <algorithm>

@@ -30,17 +30,19 @@ BELOW = {
     f"{LIBRARY}/expression": [f"{LIBRARY}/conversion"],
     f"{LIBRARY}/query": [f"{LIBRARY}/expression"],
     f"{LIBRARY}/command": [f"{LIBRARY}/query"],
+    "scripting": ["automation"],
     # Back-ends.
     "hosts/embedded/store": [f"{LIBRARY}/command"],
-    "hosts/embedded": ["hosts/embedded/store", "automation"],
+    "hosts/embedded": ["hosts/embedded/store", "scripting"],
     "examples/backend": ["automation", f"{LIBRARY}/text"],
-    # Programs.
+    # Programs: clients, which know the published interfaces and nothing of what is behind them.
     "apps/binding": [],
+    "apps/command_line": ["apps/binding"],
     "apps/atlas": ["apps/binding"],
-    "apps/demo": ["apps/atlas", "automation"],
-    "apps/kelform": ["apps/atlas"],
-    "apps/kelsh/transfer": [f"{LIBRARY}/text"],
-    "apps/kelsh": ["apps/kelsh/transfer", "apps/demo", "automation"],
+    "apps/demo": ["apps/atlas", "apps/command_line"],
+    "apps/kelform": ["apps/atlas", "apps/command_line"],
+    "apps/kelsh/transfer": ["apps/binding", f"{LIBRARY}/text"],
+    "apps/kelsh": ["apps/kelsh/transfer", "apps/command_line", "scripting"],
 }
 
 # These may include anything, and nothing may include them.

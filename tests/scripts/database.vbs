@@ -119,6 +119,17 @@ Sub TestSelections
     Check "list: " & Run("LIST CUST NAME TOTAL"), InStr(Run("LIST CUST NAME TOTAL"), "150.00") > 0
 End Sub
 
+Sub TestLocks
+    Dim output, codes, held
+    Set held = host.mvRead(True, "2", host.OpenFile("CUST"), 0)
+    host.Execute "LIST-READU", output, codes
+    Check "locks: " & codes, InStr(codes, "430" & vm & "CUST" & vm & "2" & vm & "Tester" & vm) = 1 _
+        And Right(codes, 4) = am & "405"
+    host.mvRelease host.OpenFile("CUST"), "2"
+    host.Execute "LIST-READU", output, codes
+    CheckEqual "no locks", codes, "405"
+End Sub
+
 Sub TestPrograms
     Dim value, other, stored
     Store "PROGRAMS", "TWICE", "Sub Main(value, note)^  value = value * 2^  note = Account.User^End Sub"
@@ -148,6 +159,22 @@ Sub TestPrograms
     CheckError "no program", -2147220979, "There is no stored program ""NONE"" in the file PROGRAMS."
     host.CallHost "FAILS", value
     CheckError "failing", 4711, "Program ""FAILS"", line 4: no luck"
+    ' The innermost place is told, once; a text that looks like a place is a text like others.
+    Store "PROGRAMS", "INNER", "Sub Main(value)^  Err.Raise 4712, ""me"", value^End Sub"
+    Store "PROGRAMS", "OUTER", "Sub Main(value)^^  Account.Call ""INNER"", value^End Sub"
+    For Each value In Array("no luck", "Program ""X"" is missing")
+        host.CallHost "INNER", value
+        CheckError "failing with " & value, 4712, "Program ""INNER"", line 2: " & value
+        host.CallHost "OUTER", value
+        CheckError "failing in a call with " & value, 4712, "Program ""INNER"", line 2: " & value
+    Next
+    Store "PROGRAMS", "RETELLS", "Sub Main(value)^  On Error Resume Next^" & _
+        "  Account.Call ""INNER"", value^  value = Err.Description^  On Error GoTo 0^" & _
+        "  Err.Raise 4713, ""me"", ""told: "" & value^End Sub"
+    value = "x"
+    host.CallHost "RETELLS", value
+    CheckError "failing of itself after a call", 4713, _
+        "Program ""RETELLS"", line 6: told: Program ""INNER"", line 2: x"
     host.CallHost "BROKEN", value
     Check "unreadable: " & Err.Description, InStr(Err.Description, "Program ""BROKEN"", line 2: ") = 1
     Err.Clear
@@ -188,6 +215,7 @@ Sub TestAll
     TestConversions
     TestDictionary
     TestSelections
+    TestLocks
     TestPrograms
     host.Disconnect
     files.DeleteFile folder & "*"

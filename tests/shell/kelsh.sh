@@ -27,6 +27,15 @@ check() {
 }
 
 check "an unknown option" 2 "kelsh: there is no option --bad*" run "$kelsh" --bad
+check "an option without its value" 2 "kelsh: --os: * number of a back-end *" run "$kelsh" --os
+check "a flag with a value" 2 "kelsh: stop *" run "$kelsh" --stop=no
+check "a number that is none" 2 "kelsh: --os takes the number of a back-end *, not 1x*" run "$kelsh" --os 1x
+check "no assignment" 2 "kelsh: --set takes Name=Value, not Database*" run "$kelsh" --set Database
+check "help on a topic, and none on another" 0 "The editor *" run "$kelsh" --help editor
+printf 'echo Grüße\n' >grüße.txt
+check "letters of any language" 0 $'Grüße\n-x=ÿ |' run "$kelsh" --no-connect -c 'run grüße.txt' -c 'echo -x=ÿ |'
+check "options behind the file are the file's" 1 "kelsh: a file of commands takes no arguments" \
+    run "$kelsh" --no-connect grüße.txt --stop
 check "a back-end that is not there" 1 "kelsh: not connected: *" \
     run "$kelsh" --os 77 -c 'LISTF'
 check "properties" 0 $'Database: *LockWait \\[0\\]: *' run "$kelsh" --os 1 --properties

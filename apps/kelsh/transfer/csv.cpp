@@ -1,3 +1,4 @@
+// CSV read row by row, cells parted into values, and cells written.
 #include "apps/kelsh/transfer/csv.h"
 
 #include <algorithm>

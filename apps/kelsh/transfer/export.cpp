@@ -1,8 +1,10 @@
+// Records written as rows of columns.
 #include <algorithm>
 #include <ostream>
 #include <string>
 #include <utility>
 
+#include "apps/binding/letters.h"
 #include "apps/kelsh/transfer/csv.h"
 #include "apps/kelsh/transfer/json.h"
 #include "apps/kelsh/transfer/transfer.h"
@@ -86,8 +88,8 @@ private:
         for (std::size_t at = 0; at <= stored.size(); ++at) {
             const std::size_t end =
                 std::min(stored.find_first_of(Text{kValueMark, kSubvalueMark}, at), stored.size());
-            cell.back().push_back(
-                LettersToShown(fields_.ToShown(field, TextView(stored).substr(at, end - at))));
+            cell.back().push_back(binding::LettersToShown(
+                TextView(fields_.ToShown(field, TextView(stored).substr(at, end - at)))));
             if (end < stored.size() && stored[end] == kValueMark) {
                 cell.emplace_back();
             }

@@ -1,3 +1,4 @@
+// Fields by number, and values as they are.
 #include "apps/kelsh/transfer/fields.h"
 
 #include <algorithm>
@@ -5,32 +6,6 @@
 #include "hosts/multivalue/text/dynamic_array.h"
 
 namespace kel::transfer {
-
-namespace {
-
-constexpr char16_t kFirstStored = u'\xF8FB';
-constexpr char16_t kLastStored = u'\xF8FF';
-constexpr int kDistance = kFirstStored - kTextMark;
-
-Text Moved(TextView text, char16_t first, char16_t last, int distance) {
-    Text moved(text);
-    for (char16_t& unit : moved) {
-        if (unit >= first && unit <= last) {
-            unit = static_cast<char16_t>(unit + distance);
-        }
-    }
-    return moved;
-}
-
-}  // namespace
-
-Text LettersToStored(TextView shown) {
-    return Moved(shown, kTextMark, kItemMark, kDistance);
-}
-
-Text LettersToShown(TextView stored) {
-    return Moved(stored, kFirstStored, kLastStored, -kDistance);
-}
 
 Text TransferFields::ToStored(const TransferField& /*field*/, TextView shown) {
     return Text(shown);

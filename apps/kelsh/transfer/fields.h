@@ -48,9 +48,4 @@ public:
     std::optional<TransferField> Find(TextView column) override;
 };
 
-// The letters from U+00FB to U+00FF have the codes of marks. Inside records they stand as U+F8FB to
-// U+F8FF, so that they come back and do not tear a value apart.
-Text LettersToStored(TextView shown);
-Text LettersToShown(TextView stored);
-
 }  // namespace kel::transfer

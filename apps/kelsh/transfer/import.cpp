@@ -1,8 +1,10 @@
+// Rows made into records, in batches.
 #include <map>
 #include <memory>
 #include <string>
 #include <utility>
 
+#include "apps/binding/letters.h"
 #include "apps/kelsh/transfer/csv.h"
 #include "apps/kelsh/transfer/json.h"
 #include "apps/kelsh/transfer/transfer.h"
@@ -218,7 +220,7 @@ private:
                 if (&part != &subvalues.front()) {
                     joined.push_back(kSubvalueMark);
                 }
-                const Text letters = LettersToStored(part);
+                const Text letters = binding::LettersToStored(TextView(part));
                 joined += convert ? fields_.ToStored(field, letters) : letters;
             }
         }

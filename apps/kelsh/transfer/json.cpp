@@ -1,3 +1,4 @@
+// Objects read one by one without holding the rest, and texts written.
 #include "apps/kelsh/transfer/json.h"
 
 namespace kel::transfer {

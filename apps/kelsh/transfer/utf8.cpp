@@ -1,3 +1,4 @@
+// UTF-8 decoded by hand: a fault is told with its line, and lone surrogates of JSON come through.
 #include "apps/kelsh/transfer/utf8.h"
 
 #include "apps/kelsh/transfer/rows.h"

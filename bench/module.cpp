@@ -4,7 +4,7 @@
 namespace kel::automation {
 
 const ModuleDescription& ThisModule() noexcept {
-    static constexpr ModuleDescription kModule{L"demo", {}, 0, false};
+    static constexpr ModuleDescription kModule{L"bench", {}, 0, false};
     return kModule;
 }
 

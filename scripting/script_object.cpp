@@ -1,11 +1,14 @@
-#include "apps/kelsh/script_objects.h"
+// IDispatch over a table of functions.
+#include "scripting/script_object.h"
 
 #include <algorithm>
 
-#include "automation/com_method.h"
+#include "automation/error.h"
 #include "automation/plain_object.h"
+#include "automation/variant.h"
+#include "scripting/script_engine.h"
 
-namespace kel::kelsh {
+namespace kel::scripting {
 
 using automation::Bstr;
 using automation::Error;
@@ -13,9 +16,19 @@ using automation::Variant;
 
 namespace {
 
+Error CurrentError() {
+    try {
+        throw;
+    } catch (const ScriptFailure& failure) {
+        return Error(failure.number, failure.source, failure.description);
+    } catch (...) {
+        return automation::CurrentError();
+    }
+}
+
 class ScriptObject final : public automation::PlainObject<IDispatch> {
 public:
-    explicit ScriptObject(std::vector<NamedMember> members) : members_(std::move(members)) {}
+    explicit ScriptObject(std::vector<Member> members) : members_(std::move(members)) {}
 
     STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override {
         *count = 0;
@@ -24,10 +37,9 @@ public:
     STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
 
     STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids) noexcept override {
-        const auto found =
-            std::find_if(members_.begin(), members_.end(), [&](const NamedMember& member) {
-                return _wcsicmp(member.name.c_str(), names[0]) == 0;
-            });
+        const auto found = std::find_if(members_.begin(), members_.end(), [&](const Member& one) {
+            return _wcsicmp(one.name.c_str(), names[0]) == 0;
+        });
         ids[0] = found == members_.end() ? DISPID_UNKNOWN
                                          : static_cast<DISPID>(found - members_.begin());
         return found == members_.end() ? DISP_E_UNKNOWNNAME : S_OK;
@@ -44,12 +56,17 @@ public:
         if (id < 0 || static_cast<std::size_t>(id) >= members_.size()) {
             return DISP_E_MEMBERNOTFOUND;
         }
+        // A member may be the end of whoever holds this object.
+        const automation::ComPtr<IDispatch> keep(this);
         try {
-            std::vector<Variant> arguments;
+            std::vector<Variant> owned;
+            std::vector<VARIANT> arguments;
             for (UINT i = parameters->cArgs; i > 0; --i) {
-                arguments.push_back(Variant::Through(parameters->rgvarg[i - 1]));
+                owned.push_back(Variant::Through(parameters->rgvarg[i - 1]));
+                arguments.push_back(owned.back().get());
             }
-            Variant answer = members_[static_cast<std::size_t>(id)].run(arguments);
+            Variant answer;
+            members_[static_cast<std::size_t>(id)].run(arguments, *answer.put());
             if (result != nullptr) {
                 *result = answer.detach();
             }
@@ -65,7 +82,7 @@ private:
     static HRESULT Fill(EXCEPINFO* exception) noexcept {
         HRESULT code = E_FAIL;
         automation::Ignoring([&] {
-            const Error error = automation::CurrentError();
+            const Error error = CurrentError();
             code = automation::CodeOfNumber(error.number());
             if (exception != nullptr) {
                 *exception = {};
@@ -78,28 +95,30 @@ private:
         return code;
     }
 
-    const std::vector<NamedMember> members_;
+    const std::vector<Member> members_;
 };
 
 }  // namespace
 
-ComPtr<IDispatch> MakeScriptObject(std::vector<NamedMember> members) {
-    return ComPtr<ScriptObject>::Adopt(new ScriptObject(std::move(members)));
+IDispatch* MakeScriptObject(std::vector<Member> members) {
+    return new ScriptObject(std::move(members));
 }
 
-ComPtr<IDispatch> MakeTextList(std::vector<Text> texts) {
-    const ScriptMember count = [size = static_cast<long>(texts.size())](std::vector<Variant>&) {
-        return Variant(size);
+IDispatch* MakeTextList(std::vector<std::wstring> texts) {
+    const MemberFunction count = [size = static_cast<long>(texts.size())](std::span<const VARIANT>,
+                                                                          VARIANT& result) {
+        result = Variant(size).detach();
     };
-    const ScriptMember item = [texts = std::move(texts)](std::vector<Variant>& arguments) {
-        const Text index = arguments.empty() ? Text() : Text(arguments[0].text().view());
+    const MemberFunction item = [texts = std::move(texts)](std::span<const VARIANT> arguments,
+                                                           VARIANT& result) {
+        const std::wstring index(arguments.empty() ? L"" : Variant(arguments[0]).text().view());
         const short number = automation::ToShort(index);
         if (number < 0 || static_cast<std::size_t>(number) >= texts.size()) {
             throw Error(automation::kSubscriptOutOfRange);
         }
-        return Variant(automation::TextView(texts[static_cast<std::size_t>(number)]));
+        result = Variant(automation::TextView(texts[static_cast<std::size_t>(number)])).detach();
     };
     return MakeScriptObject({{L"Item", item}, {L"Count", count}, {L"length", count}});
 }
 
-}  // namespace kel::kelsh
+}  // namespace kel::scripting

@@ -1,19 +1,11 @@
 // Records as text: marks, and the letters that have the same codes.
 #pragma once
 
-#include <string>
-#include <string_view>
 #include <vector>
 
-#include "apps/binding/com.h"
+#include "apps/binding/text.h"
 
-namespace kel::atlas {
-
-using binding::FromUtf8;
-using binding::ToUtf8;
-
-using Text = std::wstring;
-using TextView = std::wstring_view;
+namespace kel::binding {
 
 // A record is attributes parted by attribute marks; an attribute is values parted by value marks; a
 // value is subvalues parted by subvalue marks.
@@ -21,10 +13,7 @@ inline constexpr const wchar_t* kAttributeMark = L"\u00FE";
 inline constexpr const wchar_t* kValueMark = L"\u00FD";
 inline constexpr const wchar_t* kSubvalueMark = L"\u00FC";
 
-// The marks took codes 251 to 255 long before records held anything but English. In Latin letters
-// these codes are û ü ý þ ÿ: "Zürich" put into a record as it stands would be two subvalues. So a
-// program that keeps such letters gives them other codes inside records, here five of those that
-// are reserved for private use, and turns them back for display.
+// Letters that have the codes of marks take others inside records (letters.h says why).
 Text ToRecord(TextView text);
 Text FromRecord(TextView text);
 
@@ -37,4 +26,4 @@ Text Join(const std::vector<Text>& parts, TextView mark);
 // The parts between marks, at least one.
 std::vector<Text> Split(TextView text, wchar_t mark);
 
-}  // namespace kel::atlas
+}  // namespace kel::binding

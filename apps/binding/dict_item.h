@@ -1,9 +1,9 @@
 // Handle on a kelDictItem, which binds one control to one field of a key field's record.
 #pragma once
 
-#include "apps/demo/client.h"
+#include "apps/binding/client.h"
 
-namespace kel::demo {
+namespace kel::binding {
 
 // What a control sets once, when its form opens.
 struct Binding {
@@ -37,12 +37,8 @@ public:
     short WriteRecord() const {
         return Ask<short>([&](short* to) { return item_->WriteRecord(to); });
     }
-    void DeleteRecord() const {
-        automation::CallOut([&] { return item_->DeleteRecord(); });
-    }
-    void ClearRecord() const {
-        automation::CallOut([&] { return item_->ClearRecord(); });
-    }
+    void DeleteRecord() const { Check(item_->DeleteRecord()); }
+    void ClearRecord() const { Check(item_->ClearRecord()); }
     short Count() const {
         return Ask<short>([&](short* to) { return item_->Count(to); });
     }
@@ -52,20 +48,19 @@ public:
         return AskText([&](BSTR* to) { return item_->get_ExternalValue(row, to); });
     }
     void ExternalValue(short row, TextView value) const {
-        automation::CallOut([&] { return item_->put_ExternalValue(row, Bstr(value).get()); });
+        Check(item_->put_ExternalValue(row, Str(value).get()));
     }
     void CommonValue(TextView name, TextView value) const {
-        Variant copy(value);
-        automation::CallOut([&] { return item_->put_CommonValue(Bstr(name).get(), copy.inOut()); });
+        Var copy(value);
+        Check(item_->put_CommonValue(Str(name).get(), copy.inOut()));
     }
 
     // Calls a stored program on the record in the key field's buffer; it may change both record and
     // value.
     void CallProg(TextView program, TextView type, Text& value) const {
-        Bstr held(value);
-        automation::CallOut(
-            [&] { return item_->CallProg(Bstr(program).get(), Bstr(type).get(), held.inOut()); });
-        value = held.view();
+        Str held(value);
+        Check(item_->CallProg(Str(program).get(), Str(type).get(), held.inOut()));
+        value = held.text();
     }
 
     // State of the record in the key field's buffer.
@@ -82,16 +77,16 @@ public:
 private:
     template <typename Value>
     void put(HRESULT (STDMETHODCALLTYPE _kelDictItem::*setter)(Value), Value value) const {
-        automation::CallOut([&] { return (item_.get()->*setter)(value); });
+        Check((item_.get()->*setter)(value));
     }
     void put(HRESULT (STDMETHODCALLTYPE _kelDictItem::*setter)(BSTR), TextView value) const {
-        automation::CallOut([&] { return (item_.get()->*setter)(Bstr(value).get()); });
+        Check((item_.get()->*setter)(Str(value).get()));
     }
-    ComPtr<_kelInfo> info() const {
+    Ptr<_kelInfo> info() const {
         return AskObject<_kelInfo>([&](_kelInfo** to) { return item_->mvInfo(to); });
     }
 
-    ComPtr<_kelDictItem> item_;
+    Ptr<_kelDictItem> item_;
 };
 
-}  // namespace kel::demo
+}  // namespace kel::binding

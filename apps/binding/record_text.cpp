@@ -1,35 +1,17 @@
-#include "apps/atlas/record_text.h"
+// Marks, letters that have their codes, and parts between them.
+#include "apps/binding/record_text.h"
 
 #include <algorithm>
 
-namespace kel::atlas {
-namespace {
+#include "apps/binding/letters.h"
 
-constexpr wchar_t kFirstLetter = L'\u00FB';
-constexpr wchar_t kLastLetter = L'\u00FF';
-constexpr wchar_t kFirstPrivate = L'\uF8FB';
-constexpr wchar_t kLastPrivate = L'\uF8FF';
-constexpr int kDistance = kFirstPrivate - kFirstLetter;
-
-// Moves the units from `first` to `last` by `distance`.
-Text Moved(TextView text, wchar_t first, wchar_t last, int distance) {
-    Text result(text);
-    for (wchar_t& unit : result) {
-        if (unit >= first && unit <= last) {
-            unit = static_cast<wchar_t>(unit + distance);
-        }
-    }
-    return result;
-}
-
-}  // namespace
-
+namespace kel::binding {
 Text ToRecord(TextView text) {
-    return Moved(text, kFirstLetter, kLastLetter, kDistance);
+    return LettersToStored(text);
 }
 
 Text FromRecord(TextView text) {
-    return Moved(text, kFirstPrivate, kLastPrivate, -kDistance);
+    return LettersToShown(text);
 }
 
 Text Readable(TextView text) {
@@ -64,4 +46,4 @@ std::vector<Text> Split(TextView text, wchar_t mark) {
     return parts;
 }
 
-}  // namespace kel::atlas
+}  // namespace kel::binding
