@@ -110,7 +110,11 @@ FileFacts FactsOfMissing(const Text& path) {
     const std::filesystem::path file(path);
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
     const FileHandle handle = OpenToAsk(folder.u16string());
-    if (!handle || !file.has_filename()) {
+    if (!handle) {
+        facts.path = path;
+        return facts;
+    }
+    if (!file.has_filename()) {
         FailToOpen(path);
     }
     const Text final = FinalPath(handle.get(), path);
@@ -210,7 +214,11 @@ FileFacts FactsOfMissing(const Text& path) {
     facts.isLinkToNothing = std::filesystem::is_symlink(file, error);
     const std::filesystem::path folder =
         std::filesystem::canonical(file.has_parent_path() ? file.parent_path() : ".", error);
-    if (error || !file.has_filename()) {
+    if (error) {
+        facts.path = path;
+        return facts;
+    }
+    if (!file.has_filename()) {
         FailToOpen(path);
     }
     facts.path = (folder / file.filename()).u16string();

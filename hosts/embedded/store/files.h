@@ -12,15 +12,16 @@ struct FileFacts {
     enum class Kind { kMissing, kFile, kFolder, kOther };
 
     Kind kind = Kind::kMissing;
-    text::Text path;           // absolute, without links; of a missing file: where it would be
+    // Absolute, without links; of a missing file: where it would be, and as given when its folder
+    // is missing too.
+    text::Text path;
     std::uintmax_t bytes = 0;  // of a file
     std::uintmax_t names = 1;  // of a file: the folder entries it has, its hard links
     bool isLinkToNothing = false;
     bool isRemote = false;  // on another machine
 };
 
-// Throws text::Error (kCannotOpen) when the system does not tell, also for a missing file in
-// a missing folder.
+// Throws text::Error (kCannotOpen) when the system does not tell.
 FileFacts FactsOf(const text::Text& path);
 
 // Makes an empty file; false when anything of the name is there already. Throws kCannotOpen.
