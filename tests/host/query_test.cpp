@@ -233,6 +233,10 @@ TEST_F(QueryTest, CommandsAnswer) {
          "HEADING \"Sold 'D' 'T'\" COUNT.SUP",
          "Sold 07 JAN 2020 01:00:00  07 JAN 2020|              0||BROWN         7||"
          "SMITH        21||adams        20||TOTAL        48"},
+        {"SORT ORDERS BY CUSTOMER BREAK-ON CUSTOMER \"'vp'\" TOTAL QTY ID.SUP DET.SUP COL.SUP "
+         "HEADING \"'F' 'P'\" FOOTING \"end 'P'\" COUNT.SUP",
+         "ORDERS 1|              0||end 1|ORDERS 2|BROWN         7||end 2|ORDERS 3|"
+         "SMITH        21||end 3|ORDERS 4|adams        20||TOTAL        48|end 4"},
         {"LIST ORDERS '1' '7' WHEN PART = 'BOLT' LINES CUSTOMER FMT '3L' COL.HDG 'C' CONV 'MCL' "
          "HDR.SUP DBL.SPC",
          "ORDERS.... Part.. .Qty C..||1          BOLT     10 smi|                       th|"

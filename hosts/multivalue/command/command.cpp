@@ -1,14 +1,18 @@
+// Reading the words of a sentence, and putting its answer together.
 #include "hosts/multivalue/command/command.h"
 
 #include <algorithm>
 
+#include "hosts/multivalue/command/verbs.h"
 #include "hosts/multivalue/number/arithmetic.h"
 #include "hosts/multivalue/store/files.h"
 
 namespace kel::command {
 
 void Command::ReadWords() {
-    words_ = SplitWords(sentence_, Signs::kWithin);
+    if (!verb_->query) {
+        words_ = SplitWords(sentence_, Signs::kWithin);
+    }
 }
 
 const Word& Command::Take() {
@@ -90,35 +94,6 @@ void Command::Fail(const Error& error, int code) {
     Line(error.text());
     Code(code);
     answer_.failure = error.kind();
-}
-
-const std::vector<CommandVerb>& AllCommands() {
-    static const std::vector<CommandVerb> all = [] {
-        std::vector<CommandVerb> verbs;
-        for (const std::span<const CommandVerb> group : {ListCommands(),
-                                                         ReportCommands(),
-                                                         FileCommands(),
-                                                         RecordCommands(),
-                                                         IndexCommands(),
-                                                         SessionCommands(),
-                                                         AccountCommands()}) {
-            verbs.insert(verbs.end(), group.begin(), group.end());
-        }
-        std::sort(
-            verbs.begin(), verbs.end(), [](const CommandVerb& left, const CommandVerb& right) {
-                return left.name < right.name;
-            });
-        return verbs;
-    }();
-    return all;
-}
-
-const CommandVerb* FindCommand(TextView keyword) {
-    const std::vector<CommandVerb>& all = AllCommands();
-    const auto found = std::find_if(all.begin(), all.end(), [keyword](const CommandVerb& verb) {
-        return verb.name == keyword;
-    });
-    return found == all.end() ? nullptr : &*found;
 }
 
 }  // namespace kel::command

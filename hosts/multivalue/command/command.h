@@ -1,7 +1,6 @@
-// The verbs of the command level. For session.cpp and the files of commands only.
+// A sentence of the command level while it runs. For session.cpp and the files of verbs only.
 #pragma once
 
-#include <span>
 #include <vector>
 
 #include "hosts/multivalue/command/session.h"
@@ -12,16 +11,22 @@
 
 namespace kel::command {
 
+struct Verb;
+
 // A sentence being run: its words, and the answer as far as it goes.
 class Command : public ReportSink {
 public:
-    Command(Session& session, TextView sentence) : session_(session), sentence_(sentence) {}
+    // `verb` is the sentence's; null when there is no such verb.
+    Command(Session& session, TextView sentence, const Verb* verb)
+        : session_(session), sentence_(sentence), verb_(verb) {}
 
-    Session& Own() { return session_; }
-    Store& OwnStore() { return session_.OwnStore(); }
+    Session& Own() const { return session_; }
+    Store& OwnStore() const { return session_.OwnStore(); }
     TextView Sentence() const { return sentence_; }
+    const Verb& OwnVerb() const { return *verb_; }
 
-    // The words behind the verb, one after the other; comparison signs are units like others.
+    // The words behind the verb, one after the other; comparison signs are units like others. Of
+    // a query nothing: it reads its sentence by itself.
     void ReadWords();
     bool AtEnd() const { return Peek().kind == Word::Kind::kEnd; }
     const Word& Peek() const { return words_[at_]; }
@@ -45,31 +50,15 @@ public:
 private:
     Session& session_;
     TextView sentence_;
+    const Verb* verb_;
     std::vector<Word> words_;
     std::size_t at_ = 1;
     Answer answer_;
     bool hasLines_ = false;
 };
 
-struct CommandVerb {
-    TextView name;  // in the form of KeywordOf
-    void (*run)(Command& command);
-    bool readsWords;  // false: a query, which reads its sentence itself
-    TextView help;
-};
-
-// Each file's own verbs.
-std::span<const CommandVerb> ListCommands();
-std::span<const CommandVerb> ReportCommands();
-std::span<const CommandVerb> FileCommands();
-std::span<const CommandVerb> RecordCommands();
-std::span<const CommandVerb> IndexCommands();
-std::span<const CommandVerb> SessionCommands();
-std::span<const CommandVerb> AccountCommands();
-
-// All of them, by name.
-const std::vector<CommandVerb>& AllCommands();
-const CommandVerb* FindCommand(TextView keyword);
+// The query that the sentence of a verb of the query language says.
+Query ParseOwnQuery(const Command& command);
 
 // The list a sentence works on: of the number, or the active one. Null when there is none; raises
 // kBadArgument when the sentence asks for one.
@@ -83,9 +72,8 @@ struct MadeList {
     int number = 0;
 };
 
-// The lists of SELECT and SSELECT, GET-LIST, QSELECT. `command` stands behind the verb. Raise
-// kBadArgument and what the store raises.
-MadeList SelectByQuery(Session& session, TextView sentence);
+// The lists of SELECT and SSELECT, GET-LIST, QSELECT. Raise kBadArgument and what the store raises.
+MadeList SelectByQuery(Command& command);
 MadeList ReadSavedList(Command& command);
 MadeList ReadAttributeList(Command& command);
 

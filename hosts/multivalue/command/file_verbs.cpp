@@ -1,7 +1,5 @@
 // Verbs about files as a whole.
-#include <array>
-
-#include "hosts/multivalue/command/command.h"
+#include "hosts/multivalue/command/verbs.h"
 
 #include "hosts/multivalue/store/files.h"
 
@@ -9,7 +7,6 @@ namespace kel::command {
 
 namespace {
 
-constexpr TextView kDictionaryPrefix = u"DICT ";
 constexpr std::size_t kNameColumn = 32;
 
 // Which of a file's two parts a sentence is about.
@@ -35,27 +32,9 @@ Text Told(const FileOperand& operand, TextView what) {
 
 // The item that says how ids are shown. New dictionaries have nothing else.
 Text IdItem(TextView file) {
-    Text item = u"D\u00FE0\u00FE\u00FE";
-    return item.append(file).append(u"\u00FE10L\u00FES");
-}
-
-void CreateFile(Command& command) {
-    const FileOperand operand = TakeOperand(command);
-    command.RequireEnd();
-    Store& store = command.OwnStore();
-    Batch batch(store);
-    if (operand.part != Part::kDictionary) {
-        store.CreateFile(operand.name);
-    }
-    const Text dictionary = DictionaryFileName(operand.name);
-    if (operand.part == Part::kDictionary ||
-        (operand.part == Part::kBoth && !store.FindFile(dictionary))) {
-        const FileNumber number = store.CreateFile(dictionary);
-        store.Write(number, u"@ID", IdItem(operand.name), AfterWrite::kRelease);
-    }
-    batch.Commit();
-    command.Line(Told(operand, u"created."));
-    command.Code(kFileCreated);
+    Text item = {u'D', kAttributeMark, u'0', kAttributeMark, kAttributeMark};
+    item.append(file).push_back(kAttributeMark);
+    return item.append(u"10L").append({kAttributeMark, u'S'});
 }
 
 // The files that an operand means. The dictionary of a file goes with it where there is one.
@@ -75,7 +54,28 @@ std::vector<FileNumber> Parts(FileOperand& operand, Store& store) {
     return numbers;
 }
 
-void DeleteFile(Command& command) {
+}  // namespace
+
+void RunCreateFile(Command& command) {
+    const FileOperand operand = TakeOperand(command);
+    command.RequireEnd();
+    Store& store = command.OwnStore();
+    Batch batch(store);
+    if (operand.part != Part::kDictionary) {
+        store.CreateFile(operand.name);
+    }
+    const Text dictionary = DictionaryFileName(operand.name);
+    if (operand.part == Part::kDictionary ||
+        (operand.part == Part::kBoth && !store.FindFile(dictionary))) {
+        const FileNumber number = store.CreateFile(dictionary);
+        store.Write(number, u"@ID", IdItem(operand.name), AfterWrite::kRelease);
+    }
+    batch.Commit();
+    command.Line(Told(operand, u"created."));
+    command.Code(kFileCreated);
+}
+
+void RunDeleteFile(Command& command) {
     FileOperand operand = TakeOperand(command);
     command.RequireEnd();
     Batch batch(command.OwnStore());
@@ -87,7 +87,7 @@ void DeleteFile(Command& command) {
     command.Code(kFileDeleted);
 }
 
-void ClearFile(Command& command) {
+void RunClearFile(Command& command) {
     FileOperand operand = TakeOperand(command);
     command.RequireEnd();
     // Records come and go; descriptions of fields are only cleared when asked for.
@@ -97,7 +97,7 @@ void ClearFile(Command& command) {
     command.Code(kFileCleared);
 }
 
-void ListFiles(Command& command) {
+void RunListFiles(Command& command) {
     command.RequireEnd();
     Store& store = command.OwnStore();
     const std::vector<Text> names = store.FileNames();
@@ -118,19 +118,6 @@ void ListFiles(Command& command) {
     }
     command.CountLine(count, u" file(s) listed");
     command.Code(kRecordsListed);
-}
-
-constexpr std::array kFileVerbs{
-    CommandVerb{u"CREATE-FILE", CreateFile, true, u"CREATE-FILE {DICT or DATA} name: makes a file"},
-    CommandVerb{u"DELETE-FILE", DeleteFile, true, u"DELETE-FILE {DICT or DATA} name: drops a file"},
-    CommandVerb{u"CLEAR-FILE", ClearFile, true, u"CLEAR-FILE {DICT} name: deletes all records"},
-    CommandVerb{u"LISTF", ListFiles, true, u"LISTF: lists the files of the account"},
-};
-
-}  // namespace
-
-std::span<const CommandVerb> FileCommands() {
-    return kFileVerbs;
 }
 
 }  // namespace kel::command

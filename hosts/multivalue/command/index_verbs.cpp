@@ -1,7 +1,5 @@
 // Verbs about indexes.
-#include <array>
-
-#include "hosts/multivalue/command/command.h"
+#include "hosts/multivalue/command/verbs.h"
 #include "hosts/multivalue/expression/field_evaluator.h"
 #include "hosts/multivalue/store/files.h"
 
@@ -26,7 +24,9 @@ const IndexInfo* FindIndex(const std::vector<IndexInfo>& indexes, TextView name)
     return found == indexes.end() ? nullptr : &*found;
 }
 
-void CreateIndex(Command& command) {
+}  // namespace
+
+void RunCreateIndex(Command& command) {
     const NamedFile file = command.RequireFileName();
     FieldEvaluator fields(
         command.Own().OwnEnvironment(),
@@ -56,7 +56,7 @@ void CreateIndex(Command& command) {
     }
 }
 
-void DeleteIndex(Command& command) {
+void RunDeleteIndex(Command& command) {
     const NamedFile file = command.RequireFileName();
     const std::vector<IndexInfo> indexes = command.OwnStore().Indexes(file.number);
     std::vector<Text> names;
@@ -76,7 +76,7 @@ void DeleteIndex(Command& command) {
     }
 }
 
-void ListIndexes(Command& command) {
+void RunListIndexes(Command& command) {
     const NamedFile file = command.RequireFileName();
     command.RequireEnd();
     const std::vector<IndexInfo> indexes = command.OwnStore().Indexes(file.number);
@@ -86,19 +86,6 @@ void ListIndexes(Command& command) {
     }
     command.CountLine(indexes.size(), u" index(es) listed");
     command.Code(kRecordsListed);
-}
-
-constexpr std::array kIndexVerbs{
-    CommandVerb{u"CREATE-INDEX", CreateIndex, true, u"CREATE-INDEX file field ...: makes indexes"},
-    CommandVerb{
-        u"DELETE-INDEX", DeleteIndex, true, u"DELETE-INDEX file field ... or ALL: drops indexes"},
-    CommandVerb{u"LIST-INDEX", ListIndexes, true, u"LIST-INDEX file: lists the indexes of a file"},
-};
-
-}  // namespace
-
-std::span<const CommandVerb> IndexCommands() {
-    return kIndexVerbs;
 }
 
 }  // namespace kel::command

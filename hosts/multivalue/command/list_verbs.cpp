@@ -1,9 +1,6 @@
 // Verbs that make, keep and drop lists of ids.
-#include <array>
-
-#include "hosts/multivalue/command/command.h"
+#include "hosts/multivalue/command/verbs.h"
 #include "hosts/multivalue/expression/element_functions.h"
-#include "hosts/multivalue/query/parser.h"
 #include "hosts/multivalue/query/selection.h"
 #include "hosts/multivalue/store/files.h"
 #include "hosts/multivalue/store/id_rules.h"
@@ -28,9 +25,7 @@ void Activate(Command& command, const MadeList& made) {
     TellSelected(command, count, made.number);
 }
 
-void Select(Command& command) {
-    Activate(command, SelectByQuery(command.Own(), command.Sentence()));
-}
+constexpr TextView kSavedListFile = u"&SAVEDLISTS&";
 
 // A saved list is a record: an attribute for each entry, of its id and, for an exploded one, the
 // numbers of value and subvalue behind value marks.
@@ -67,7 +62,13 @@ NamedFile SavedLists(Store& store) {
     return {file ? *file : store.CreateFile(kSavedListFile), Text(kSavedListFile)};
 }
 
-void SaveList(Command& command) {
+}  // namespace
+
+void RunSelect(Command& command) {
+    Activate(command, SelectByQuery(command));
+}
+
+void RunSaveList(Command& command) {
     const Text name = command.RequireName(u"a name for the list");
     const int number = command.TakeIf(u"FROM") ? command.TakeListNumber() : 0;
     command.RequireEnd();
@@ -82,11 +83,11 @@ void SaveList(Command& command) {
     command.Code(kListSaved);
 }
 
-void GetList(Command& command) {
+void RunGetList(Command& command) {
     Activate(command, ReadSavedList(command));
 }
 
-void DeleteList(Command& command) {
+void RunDeleteList(Command& command) {
     const Text name = command.RequireName(u"the name of a saved list");
     command.RequireEnd();
     const std::optional<FileNumber> file = command.OwnStore().FindFile(kSavedListFile);
@@ -97,11 +98,11 @@ void DeleteList(Command& command) {
     command.Code(kListDeleted);
 }
 
-void SelectAttributes(Command& command) {
+void RunSelectAttributes(Command& command) {
     Activate(command, ReadAttributeList(command));
 }
 
-void ClearSelect(Command& command) {
+void RunClearSelect(Command& command) {
     const bool all = command.TakeIf(u"ALL");
     const int number = all || command.AtEnd() ? 0 : command.TakeListNumber();
     command.RequireEnd();
@@ -109,21 +110,6 @@ void ClearSelect(Command& command) {
         command.Own().PutList(list, nullptr);
     }
 }
-
-constexpr std::array kListVerbs{
-    CommandVerb{u"SELECT", Select, false, u"SELECT file ...: makes a list of ids"},
-    CommandVerb{u"SSELECT", Select, false, u"SSELECT file ...: makes a sorted list of ids"},
-    CommandVerb{u"QSELECT",
-                SelectAttributes,
-                true,
-                u"QSELECT file id ... {FIELD n}: makes a list of the attributes of records"},
-    CommandVerb{u"SAVE-LIST", SaveList, true, u"SAVE-LIST name {FROM n}: keeps an active list"},
-    CommandVerb{u"GET-LIST", GetList, true, u"GET-LIST name {TO n}: makes a saved list active"},
-    CommandVerb{u"DELETE-LIST", DeleteList, true, u"DELETE-LIST name: drops a saved list"},
-    CommandVerb{u"CLEARSELECT", ClearSelect, true, u"CLEARSELECT {n or ALL}: drops active lists"},
-};
-
-}  // namespace
 
 std::unique_ptr<SelectList> TakeSourceList(Session& session,
                                            std::optional<int> number,
@@ -137,9 +123,9 @@ std::unique_ptr<SelectList> TakeSourceList(Session& session,
     return list;
 }
 
-MadeList SelectByQuery(Session& session, TextView sentence) {
-    Query query =
-        ParseQuery(sentence, session.Options(), session.OwnStore(), session.OwnEnvironment());
+MadeList SelectByQuery(Command& command) {
+    Session& session = command.Own();
+    Query query = ParseOwnQuery(command);
     const int number = query.toList.value_or(0);
     std::unique_ptr<SelectList> list;
     if (query.ids.empty()) {
@@ -200,10 +186,6 @@ MadeList ReadAttributeList(Command& command) {
         });
     }
     return {ListOfIds(std::move(parts)), 0};
-}
-
-std::span<const CommandVerb> ListCommands() {
-    return kListVerbs;
 }
 
 }  // namespace kel::command

@@ -1,7 +1,5 @@
 // Verbs about single records.
-#include <array>
-
-#include "hosts/multivalue/command/command.h"
+#include "hosts/multivalue/command/verbs.h"
 #include "hosts/multivalue/store/files.h"
 #include "hosts/multivalue/store/id_rules.h"
 #include "hosts/multivalue/text/record_fields.h"
@@ -72,7 +70,31 @@ CopyOrder TakeCopyOrder(Command& command) {
     return order;
 }
 
-void Copy(Command& command) {
+// Marks as units that can be seen.
+Text Visible(TextView attribute) {
+    Text text(attribute);
+    for (char16_t& unit : text) {
+        unit = unit == kValueMark ? u']' : unit == kSubvalueMark ? u'\\' : unit;
+    }
+    return text;
+}
+
+void ShowRecord(Command& command, TextView id, TextView record) {
+    command.Line(id);
+    std::int64_t number = 1;
+    for (std::size_t at = 0; at <= record.size(); ++number) {
+        const std::size_t end = std::min(record.find(kAttributeMark, at), record.size());
+        Text line;
+        Number(number).AppendTo(line);
+        line.insert(0, kNumberWidth - std::min(kNumberWidth, line.size()), u'0');
+        command.Line(line + u" " + Visible(record.substr(at, end - at)));
+        at = end + 1;
+    }
+}
+
+}  // namespace
+
+void RunCopy(Command& command) {
     CopyOrder order = TakeCopyOrder(command);
     Store& store = command.OwnStore();
     const std::unique_ptr<SelectList> list = TakeIds(command, order.from, std::move(order.ids));
@@ -109,7 +131,7 @@ void Copy(Command& command) {
     command.Code(kRecordsCopied);
 }
 
-void Delete(Command& command) {
+void RunDelete(Command& command) {
     const NamedFile file = command.RequireFileName();
     const std::unique_ptr<SelectList> list = TakeIds(command, file, command.TakeRest());
     std::uint64_t count = 0;
@@ -126,29 +148,7 @@ void Delete(Command& command) {
     command.Code(kRecordsDeleted);
 }
 
-// Marks as units that can be seen.
-Text Visible(TextView attribute) {
-    Text text(attribute);
-    for (char16_t& unit : text) {
-        unit = unit == kValueMark ? u']' : unit == kSubvalueMark ? u'\\' : unit;
-    }
-    return text;
-}
-
-void ShowRecord(Command& command, TextView id, TextView record) {
-    command.Line(id);
-    std::int64_t number = 1;
-    for (std::size_t at = 0; at <= record.size(); ++number) {
-        const std::size_t end = std::min(record.find(kAttributeMark, at), record.size());
-        Text line;
-        Number(number).AppendTo(line);
-        line.insert(0, kNumberWidth - std::min(kNumberWidth, line.size()), u'0');
-        command.Line(line + u" " + Visible(record.substr(at, end - at)));
-        at = end + 1;
-    }
-}
-
-void ShowRecords(Command& command) {
+void RunShowRecords(Command& command) {
     const NamedFile file = command.RequireFileName();
     const std::unique_ptr<SelectList> list = TakeIds(command, file, command.TakeRest());
     Text record;
@@ -159,22 +159,6 @@ void ShowRecords(Command& command) {
             TellMissing(command, entry.id, file);
         }
     }
-}
-
-constexpr std::array kRecordVerbs{
-    CommandVerb{u"COPY",
-                Copy,
-                true,
-                u"COPY FROM {DICT} file {TO {DICT} file} id ... {OVERWRITING} {DELETING}: copies "
-                u"records; id,new gives them other ids"},
-    CommandVerb{u"DELETE", Delete, true, u"DELETE {DICT} file id ... or ALL: deletes records"},
-    CommandVerb{u"CT", ShowRecords, true, u"CT {DICT} file id ... or ALL: shows records as stored"},
-};
-
-}  // namespace
-
-std::span<const CommandVerb> RecordCommands() {
-    return kRecordVerbs;
 }
 
 }  // namespace kel::command

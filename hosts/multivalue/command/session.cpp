@@ -1,9 +1,10 @@
+// Finds the verb of a sentence and runs it; keeps lists and options.
 #include "hosts/multivalue/command/session.h"
 
 #include <algorithm>
 
 #include "hosts/multivalue/command/command.h"
-#include "hosts/multivalue/query/parser.h"
+#include "hosts/multivalue/command/verbs.h"
 
 namespace kel::command {
 
@@ -28,24 +29,22 @@ Session::~Session() {
 }
 
 Answer Session::Execute(TextView sentence) {
-    Command command(*this, sentence);
-    const TextView verb = FirstWord(sentence);
-    if (verb.empty()) {
+    const TextView word = FirstWord(sentence);
+    const Verb* const verb = FindVerb(KeywordOf(word));
+    Command command(*this, sentence, verb);
+    if (word.empty()) {
         return command.Finish();
     }
-    const CommandVerb* found = FindCommand(KeywordOf(verb));
-    if (found == nullptr) {
+    if (verb == nullptr) {
         command.Fail(Error(ErrorKind::kBadArgument,
-                           Text(u"\"").append(verb).append(
+                           Text(u"\"").append(word).append(
                                u"\" is not a verb; HELP lists those there are.")),
                      kUnknownVerb);
         return command.Finish();
     }
     try {
-        if (found->readsWords) {
-            command.ReadWords();
-        }
-        found->run(command);
+        command.ReadWords();
+        verb->run(command);
     } catch (const Error& error) {
         command.Fail(error);
     }
@@ -53,18 +52,14 @@ Answer Session::Execute(TextView sentence) {
 }
 
 std::unique_ptr<SelectList> Session::Select(TextView sentence) {
-    const TextView verb = FirstWord(sentence);
-    const Text keyword = KeywordOf(verb);
-    if (keyword == u"GET-LIST" || keyword == u"QSELECT") {
-        Command command(*this, sentence);
-        command.ReadWords();
-        return (keyword == u"QSELECT" ? ReadAttributeList(command) : ReadSavedList(command)).list;
+    const TextView word = FirstWord(sentence);
+    const Verb* const verb = FindVerb(KeywordOf(word));
+    if (verb == nullptr || verb->makeList == nullptr) {
+        Refuse(word, u"is not a verb that selects records.");
     }
-    const std::optional<QueryVerb> queryVerb = QueryVerbOf(keyword);
-    if (queryVerb != QueryVerb::kSelect && queryVerb != QueryVerb::kSortedSelect) {
-        Refuse(verb, u"is not a verb that selects records.");
-    }
-    return SelectByQuery(*this, sentence).list;
+    Command command(*this, sentence, verb);
+    command.ReadWords();
+    return verb->makeList(command).list;
 }
 
 std::unique_ptr<SelectList> Session::TakeList(int number) {
@@ -73,10 +68,6 @@ std::unique_ptr<SelectList> Session::TakeList(int number) {
 
 void Session::PutList(int number, std::unique_ptr<SelectList> list) {
     lists_.at(static_cast<std::size_t>(number)) = std::move(list);
-}
-
-bool Session::HasList(int number) const {
-    return lists_.at(static_cast<std::size_t>(number)) != nullptr;
 }
 
 bool Session::SetOption(TextView name, bool on) {

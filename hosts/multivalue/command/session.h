@@ -58,8 +58,6 @@ struct Answer {
     std::optional<ErrorKind> failure = {};
 };
 
-inline constexpr TextView kSavedListFile = u"&SAVEDLISTS&";
-
 class Session {
 public:
     // Both are borrowed. The session makes itself the store's teller of index keys.
@@ -81,7 +79,6 @@ public:
     // Active lists, from 0 to kActiveLists - 1. Taking leaves none; null when there is none.
     std::unique_ptr<SelectList> TakeList(int number);
     void PutList(int number, std::unique_ptr<SelectList> list);
-    bool HasList(int number) const;
 
     // False when there is no such option.
     bool SetOption(TextView name, bool on);

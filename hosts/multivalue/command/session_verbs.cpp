@@ -2,37 +2,31 @@
 #include <array>
 #include <map>
 
-#include "hosts/multivalue/command/command.h"
-#include "hosts/multivalue/conversion/conversion.h"
+#include "hosts/multivalue/command/verbs.h"
+#include "hosts/multivalue/query/report_heading.h"
 
 namespace kel::command {
 
-namespace {
+namespace {}  // namespace
 
-Text ClockText(Environment& environment, bool isDate) {
-    Text text;
-    Number(isDate ? environment.Today() : environment.SecondOfDay()).AppendTo(text);
-    return Oconv(text, isDate ? u"D" : u"MTS", environment).value;
-}
-
-void Date(Command& command) {
+void RunDate(Command& command) {
     command.RequireEnd();
     Environment& environment = command.Own().OwnEnvironment();
-    command.Line(ClockText(environment, true) + u"  " + ClockText(environment, false));
+    command.Line(DateText(environment) + u"  " + TimeText(environment));
 }
 
-void Time(Command& command) {
+void RunTime(Command& command) {
     command.RequireEnd();
     Environment& environment = command.Own().OwnEnvironment();
-    command.Line(ClockText(environment, false) + u"  " + ClockText(environment, true));
+    command.Line(TimeAndDate(environment));
 }
 
-void Who(Command& command) {
+void RunWho(Command& command) {
     command.RequireEnd();
     command.Line(command.Own().User());
 }
 
-void ListLocks(Command& command) {
+void RunListLocks(Command& command) {
     command.RequireEnd();
     Store& store = command.OwnStore();
     std::map<FileNumber, Text> names;
@@ -53,7 +47,7 @@ void ListLocks(Command& command) {
     command.Code(kRecordsListed);
 }
 
-void SwitchOption(Command& command) {
+void RunSwitchOption(Command& command) {
     const Text name = command.RequireName(u"the name of an option");
     const bool isOff = command.TakeIf(u"OFF");
     if (!isOff) {
@@ -65,34 +59,19 @@ void SwitchOption(Command& command) {
     }
 }
 
-void Help(Command& command) {
+void RunHelp(Command& command) {
     if (command.AtEnd()) {
-        for (const CommandVerb& verb : AllCommands()) {
+        for (const Verb& verb : AllVerbs()) {
             command.Line(verb.help);
         }
         return;
     }
     const Text name = command.RequireName(u"a verb");
-    const CommandVerb* verb = FindCommand(KeywordOf(name));
+    const Verb* verb = FindVerb(KeywordOf(name));
     if (verb == nullptr) {
         Refuse(name, u"is not a verb.");
     }
     command.Line(verb->help);
-}
-
-constexpr std::array kSessionVerbs{
-    CommandVerb{u"DATE", Date, true, u"DATE: shows date and time"},
-    CommandVerb{u"TIME", Time, true, u"TIME: shows time and date"},
-    CommandVerb{u"WHO", Who, true, u"WHO: shows the user"},
-    CommandVerb{u"LIST-READU", ListLocks, true, u"LIST-READU: lists the locks on records"},
-    CommandVerb{u"OPTION", SwitchOption, true, u"OPTION name {ON or OFF}: switches an option"},
-    CommandVerb{u"HELP", Help, true, u"HELP {verb}: tells about verbs"},
-};
-
-}  // namespace
-
-std::span<const CommandVerb> SessionCommands() {
-    return kSessionVerbs;
 }
 
 }  // namespace kel::command

@@ -1,3 +1,4 @@
+// Takes values apart into elements and codes, and finds the family of each code.
 #include "hosts/multivalue/conversion/conversion.h"
 
 #include <iterator>

@@ -1,3 +1,4 @@
+// Lays text into masks.
 #include "hosts/multivalue/conversion/mask.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Writes numbers with currency, thousands and signs.
 #include "hosts/multivalue/conversion/number_style.h"
 
 namespace kel::conversion {

@@ -91,6 +91,7 @@ Outcome CharactersIn(TextView value, Radix radix, Text& out) {
     return ConversionStatus::kGood;
 }
 
+// RFC 4648, section 4.
 constexpr TextView kBase64 = u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 Outcome Base64Out(TextView value, Text& out) {

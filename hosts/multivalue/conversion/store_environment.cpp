@@ -1,3 +1,4 @@
+// The environment of an account: files of its store, the system's clock.
 #include "hosts/multivalue/conversion/store_environment.h"
 
 #include <ctime>

@@ -17,7 +17,6 @@ public:
         : store_(store), family_(family), dateOrder_(order) {}
 
     void SetFamily(Family family) { family_ = family; }
-    void SetDateOrder(DateOrder order) { dateOrder_ = order; }
 
     Family OwnFamily() const override { return family_; }
     DateOrder OwnDateOrder() const override { return dateOrder_; }

@@ -3,13 +3,12 @@
 #include <utility>
 
 #include "hosts/multivalue/conversion/codes.h"
+#include "hosts/multivalue/store/files.h"
 #include "hosts/multivalue/text/dynamic_array.h"
 
 namespace kel::conversion {
 
 namespace {
-
-constexpr TextView kDictionaryPrefix = u"DICT ";
 
 struct TranslationCode {
     TextView file;
@@ -19,6 +18,7 @@ struct TranslationCode {
     std::optional<int> field;
 };
 
+// In any case, as all letters of codes.
 bool StartsWithDict(TextView file) {
     return file.size() > kDictionaryPrefix.size() &&
            std::equal(kDictionaryPrefix.begin(),

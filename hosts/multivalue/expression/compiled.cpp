@@ -1,3 +1,4 @@
+// Puts compiled expressions together, writes them out, reads and checks them.
 #include "hosts/multivalue/expression/compiled.h"
 
 #include <algorithm>

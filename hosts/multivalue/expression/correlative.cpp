@@ -1,3 +1,4 @@
+// Compiles correlatives but for what stands in infix and stack terms, and fields by name.
 #include "hosts/multivalue/expression/correlative.h"
 
 #include <algorithm>
@@ -6,6 +7,7 @@
 #include "hosts/multivalue/expression/compiler.h"
 #include "hosts/multivalue/expression/dictionary.h"
 #include "hosts/multivalue/number/arithmetic.h"
+#include "hosts/multivalue/store/files.h"
 #include "hosts/multivalue/text/ascii.h"
 #include "hosts/multivalue/text/error.h"
 #include "hosts/multivalue/text/functions.h"
@@ -218,9 +220,8 @@ std::uint32_t Compiler::FieldNamed(TextView name, TextView code, std::size_t off
 
 std::uint32_t Compiler::Translation(
     TextView file, std::uint32_t key, Manner manner, const Token& field, TextView code) {
-    constexpr TextView kDictionary = u"DICT ";
     // A dictionary's own items are addressed by attribute number.
-    Compiler other(state_, file.starts_with(kDictionary) ? TextView() : file);
+    Compiler other(state_, ReferenceOf(file).isDictionary ? TextView() : file);
     std::uint32_t top = 0;
     if (field.kind == Token::Kind::kNumber) {
         top = other.builder_.Add({Operation::kAttribute, Number::OrZero(field.text).ToPosition()});

@@ -1,3 +1,4 @@
+// Walks over compiled expressions and carries their operations out.
 #include "hosts/multivalue/expression/correlative_evaluator.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include "hosts/multivalue/expression/line_up.h"
 #include "hosts/multivalue/expression/record_environment.h"
 #include "hosts/multivalue/number/arithmetic.h"
+#include "hosts/multivalue/store/files.h"
 #include "hosts/multivalue/text/ascii.h"
 #include "hosts/multivalue/text/error.h"
 #include "hosts/multivalue/text/functions.h"
@@ -420,11 +422,8 @@ private:
         Other& other = *owner_.others_[static_cast<std::size_t>(node.number)];
         std::optional<Text> record;
         if (!key.empty()) {
-            const TextView file = TextOf(node);
-            constexpr TextView kDictionary = u"DICT ";
-            const bool dictionary = file.starts_with(kDictionary);
-            record = owner_.environment_.ReadRecord(
-                dictionary ? file.substr(kDictionary.size()) : file, dictionary, key);
+            const FileReference from = ReferenceOf(TextOf(node));
+            record = owner_.environment_.ReadRecord(from.file, from.isDictionary, key);
         }
         if (!record) {
             if (node.manner == Manner::kRequired && !key.empty()) {

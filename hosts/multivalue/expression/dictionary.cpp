@@ -1,3 +1,4 @@
+// Reads dictionary items of both families, writes them back, finds them by name.
 #include "hosts/multivalue/expression/dictionary.h"
 
 #include <algorithm>

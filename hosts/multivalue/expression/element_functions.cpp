@@ -1,3 +1,4 @@
+// Sums, extremes and numbering over the elements of a text.
 #include "hosts/multivalue/expression/element_functions.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Resolves names to fields and works fields out, once per record.
 #include "hosts/multivalue/expression/field_evaluator.h"
 
 #include <utility>

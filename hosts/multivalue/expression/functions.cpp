@@ -1,3 +1,4 @@
+// The tables of functions and system names.
 #include "hosts/multivalue/expression/functions.h"
 
 #include <algorithm>
@@ -37,18 +38,18 @@ constexpr ExpressionFunction kFunctions[] = {
 };
 
 constexpr SystemName kSystemNames[] = {
-    {u"@AM", Operation::kConstant, u"\u00FE"},
+    {u"@AM", Operation::kConstant, TextView(&kAttributeMark, 1)},
     {u"@DATE", Operation::kToday},
-    {u"@FM", Operation::kConstant, u"\u00FE"},
+    {u"@FM", Operation::kConstant, TextView(&kAttributeMark, 1)},
     {u"@NB", Operation::kBreakLevel},
     {u"@NI", Operation::kItemCounter},
     {u"@NS", Operation::kSubvalueCounter},
     {u"@NV", Operation::kValueCounter},
-    {u"@SM", Operation::kConstant, u"\u00FC"},
-    {u"@SVM", Operation::kConstant, u"\u00FC"},
+    {u"@SM", Operation::kConstant, TextView(&kSubvalueMark, 1)},
+    {u"@SVM", Operation::kConstant, TextView(&kSubvalueMark, 1)},
     {u"@TIME", Operation::kNow},
-    {u"@TM", Operation::kConstant, u"\u00FB"},
-    {u"@VM", Operation::kConstant, u"\u00FD"},
+    {u"@TM", Operation::kConstant, TextView(&kTextMark, 1)},
+    {u"@VM", Operation::kConstant, TextView(&kValueMark, 1)},
 };
 
 template <typename Entry, std::size_t kCount>

@@ -1,3 +1,4 @@
+// Cuts correlatives into tokens.
 #include "hosts/multivalue/expression/scanner.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// Calculates with whole numbers as far as they go, with exact decimals beyond.
 #include "hosts/multivalue/number/arithmetic.h"
 
 #include <algorithm>

@@ -1,15 +1,14 @@
+// Arithmetic on strings of decimal digits.
 #include "hosts/multivalue/number/decimal.h"
 
 #include <algorithm>
 #include <vector>
 
+#include "hosts/multivalue/text/ascii.h"
+
 namespace kel::number {
 
 namespace {
-
-bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
-}
 
 // Digits as they would stand with `scale` digits behind the point, scale being at least the own.
 std::string Aligned(std::string_view digits, std::size_t own, std::size_t scale) {

@@ -1,3 +1,4 @@
+// Parses WITH and WHEN into trees of tests.
 #include "hosts/multivalue/query/condition_parser.h"
 
 #include "hosts/multivalue/conversion/conversion.h"

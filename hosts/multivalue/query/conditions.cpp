@@ -1,8 +1,10 @@
+// Tests records, and values of theirs, against conditions.
 #include "hosts/multivalue/query/conditions.h"
 
 #include <algorithm>
 
 #include "hosts/multivalue/query/index_fields.h"
+#include "hosts/multivalue/text/ascii.h"
 #include "hosts/multivalue/text/functions.h"
 #include "hosts/multivalue/text/mark_scan.h"
 #include "hosts/multivalue/text/pattern.h"
@@ -63,16 +65,17 @@ bool IsOfWildcards(TextView value, const Constant& constant) {
     }
 }
 
-// The first letter, then a digit for each group of consonants that sound alike.
+// Soundex as the US National Archives describe it for their census indexes: the first letter, then
+// a digit for each group of consonants that sound alike. It differs in two things: H and W part
+// equal digits as vowels do, and a short code is not filled up with zeros.
 Text SoundOf(TextView text) {
     constexpr TextView kGroups = u"01230120022455012623010202";  // of A to Z; 0 is not heard
     constexpr std::size_t kLength = 4;
     Text sound;
     char16_t last = u'0';
     for (const char16_t unit : text) {
-        const char16_t upper =
-            unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
-        if (upper < u'A' || upper > u'Z' || sound.size() == kLength) {
+        const char16_t upper = UpperAscii(unit);
+        if (!IsLetter(upper) || sound.size() == kLength) {
             continue;
         }
         const char16_t group = kGroups[static_cast<std::size_t>(upper - u'A')];

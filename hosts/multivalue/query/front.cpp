@@ -1,6 +1,6 @@
+// Reads what stands behind the verb of a query: file and dictionary.
 #include "hosts/multivalue/query/front.h"
 
-#include "hosts/multivalue/query/parser.h"
 #include "hosts/multivalue/query/reader.h"
 #include "hosts/multivalue/store/files.h"
 
@@ -32,33 +32,9 @@ Text TakeFileName(std::vector<Word>& words, std::size_t& at, TextView afterWord,
 
 }  // namespace
 
-std::optional<QueryVerb> QueryVerbOf(TextView keyword) {
-    if (keyword == u"SELECT") {
-        return QueryVerb::kSelect;
-    }
-    if (keyword == u"SSELECT") {
-        return QueryVerb::kSortedSelect;
-    }
-    if (keyword == u"LIST") {
-        return QueryVerb::kList;
-    }
-    if (keyword == u"SORT") {
-        return QueryVerb::kSortedList;
-    }
-    if (keyword == u"COUNT") {
-        return QueryVerb::kCount;
-    }
-    return keyword == u"SUM" ? std::optional(QueryVerb::kSum) : std::nullopt;
-}
-
 QueryFront ReadQueryFront(TextView sentence, Store& store) {
     std::vector<Word> words = SplitWords(sentence, Signs::kApart);
     QueryFront front;
-    const std::optional<QueryVerb> verb = QueryVerbOf(words.front().keyword);
-    if (!verb) {
-        Refuse(words.front().text, u"is not a query verb.");
-    }
-    front.verb = *verb;
     std::size_t at = 1;
     const bool isDictionary = IsKeyword(words[1], Keyword::kDict);
     front.file = TakeFileName(words, at, words.front().text, store);

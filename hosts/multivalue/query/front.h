@@ -9,10 +9,9 @@
 
 namespace kel::query {
 
-// What stands in front: verb, file, and the dictionary to use. Takes USING and its file out of the
-// words wherever they stand, since every other word is read by that dictionary.
+// What stands behind the verb: the file and the dictionary to use. Takes USING and its file out of
+// the words wherever they stand, since every other word is read by that dictionary.
 struct QueryFront {
-    QueryVerb verb{};
     Text file;
     Text dictionary;  // the file whose dictionary is used; "" for a dictionary without items
     std::vector<Word> rest;

@@ -1,3 +1,4 @@
+// What indexes over fields are described by, and the keys of records in them.
 #include "hosts/multivalue/query/index_fields.h"
 
 #include <algorithm>

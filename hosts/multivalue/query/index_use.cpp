@@ -1,3 +1,4 @@
+// Finds the indexes that help a query, and reads ids out of them.
 #include "hosts/multivalue/query/index_use.h"
 
 #include <algorithm>

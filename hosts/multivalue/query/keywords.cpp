@@ -1,3 +1,4 @@
+// The tables of keywords and comparisons.
 #include "hosts/multivalue/query/keywords.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Parses everything of a query but its front and its conditions.
 #include "hosts/multivalue/query/parser.h"
 
 #include <algorithm>
@@ -34,7 +35,8 @@ Total TotalOf(Keyword keyword) {
 
 class QueryParser {
 public:
-    QueryParser(QueryFront front,
+    QueryParser(QueryVerb verb,
+                QueryFront front,
                 const QueryOptions& options,
                 Store& store,
                 Environment& environment)
@@ -45,7 +47,7 @@ public:
           reader_(std::move(front.rest), *fields_, dictionary_, environment),
           idField_(RequireIdField()),
           conditions_(reader_, idField_, options, environment) {
-        query_.verb = front.verb;
+        query_.verb = verb;
         query_.file = std::move(front.file);
         query_.dictionary = dictionary_;
         query_.idField = &idField_;
@@ -359,11 +361,12 @@ private:
 
 }  // namespace
 
-Query ParseQuery(TextView sentence,
+Query ParseQuery(QueryVerb verb,
+                 TextView sentence,
                  const QueryOptions& options,
                  Store& store,
                  Environment& environment) {
-    return QueryParser(ReadQueryFront(sentence, store), options, store, environment).Parse();
+    return QueryParser(verb, ReadQueryFront(sentence, store), options, store, environment).Parse();
 }
 
 }  // namespace kel::query

@@ -17,12 +17,11 @@
 
 namespace kel::query {
 
-// The verb a word names, if it is one of the six.
-std::optional<QueryVerb> QueryVerbOf(TextView keyword);
-
-// Raises kBadArgument with a sentence that names the word at fault, kNoSuchFile, and what reading
-// the dictionary raises. `environment` and `store` must outlive the query.
-Query ParseQuery(TextView sentence,
+// Parses the sentence of a query verb, which its first word is. Raises kBadArgument with a sentence
+// that names the word at fault, kNoSuchFile, and what reading the dictionary raises. `environment`
+// and `store` must outlive the query.
+Query ParseQuery(QueryVerb verb,
+                 TextView sentence,
                  const QueryOptions& options,
                  Store& store,
                  Environment& environment);

@@ -1,3 +1,4 @@
+// Takes words of a query one by one: keywords, fields, phrases, texts, counts.
 #include "hosts/multivalue/query/reader.h"
 
 #include <iterator>

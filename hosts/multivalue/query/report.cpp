@@ -1,3 +1,4 @@
+// Writes LIST and SORT, with breaks and totals, and SUM.
 #include "hosts/multivalue/query/report.h"
 
 #include <algorithm>
@@ -5,6 +6,7 @@
 #include "hosts/multivalue/query/report_heading.h"
 #include "hosts/multivalue/query/report_layout.h"
 #include "hosts/multivalue/query/report_totals.h"
+#include "hosts/multivalue/text/ascii.h"
 
 namespace kel::query {
 
@@ -80,7 +82,7 @@ private:
         if (!options_.heading) {
             sink_.Line(Text(sentence_) + u"  " + TimeAndDate(environment_));
         } else if (!options_.heading->empty()) {
-            WriteLines(HeadingLines(*options_.heading, query_, environment_));
+            WriteLines(HeadingLines(*options_.heading, query_, page_, environment_));
         }
         if (isVertical_ || options_.hidesColumnHeadings) {
             return;
@@ -99,6 +101,12 @@ private:
         WriteLines(SideBySide(cells, widths_));
     }
 
+    void PageFooting() {
+        if (options_.footing) {
+            WriteLines(HeadingLines(*options_.footing, query_, page_, environment_));
+        }
+    }
+
     void Footing(std::uint64_t count) {
         for (const Text& id : selection_.Missing()) {
             sink_.Line(u"\"" + id + u"\" is not in file \"" + query_.file + u"\".");
@@ -107,9 +115,7 @@ private:
         if (untold > 0) {
             sink_.CountLine(untold, u" more id(s) are not in the file.");
         }
-        if (options_.footing) {
-            WriteLines(HeadingLines(*options_.footing, query_, environment_));
-        }
+        PageFooting();
         if (!options_.hidesCount) {
             sink_.CountLine(count, u" record(s) listed");
         }
@@ -205,9 +211,16 @@ private:
         if (!isFirst) {
             const auto changed =
                 std::mismatch(now.begin(), now.end(), breakValues_.begin()).first - now.begin();
+            bool endsPage = false;
             for (std::size_t level = now.size(); level > static_cast<std::size_t>(changed);
                  --level) {
                 Subtotal(level);
+                endsPage = endsPage || HasBreakLetter(breakColumns_[level - 1], u'P');
+            }
+            if (endsPage) {
+                PageFooting();
+                ++page_;
+                Heading();
             }
         }
         breakValues_ = std::move(now);
@@ -229,22 +242,40 @@ private:
         totals_[level].assign(shown_.size(), RunningTotal());
     }
 
-    // "'V' in all" shows the value that ended; the letters otherwise quoted mean nothing here.
+    // Calls use(unit, isQuoted) for the text of a break, but for its quotes: quoted are letters.
+    template <typename Use>
+    static void ReadBreakText(const ReportColumn& column, Use use) {
+        bool isQuoted = false;
+        for (const char16_t unit : column.Asked().breakText) {
+            if (unit == u'\'') {
+                isQuoted = !isQuoted;
+            } else {
+                use(isQuoted ? UpperAscii(unit) : unit, isQuoted);
+            }
+        }
+    }
+
+    static bool HasBreakLetter(const ReportColumn& column, char16_t letter) {
+        bool has = false;
+        ReadBreakText(column, [&](char16_t unit, bool isQuoted) {
+            has = has || (isQuoted && unit == letter);
+        });
+        return has;
+    }
+
+    // "'V' in all" shows the value that ended, 'P' starts a page; other letters mean nothing here.
     Text BreakText(const ReportColumn& column, TextView value) const {
         if (column.Asked().breakText.empty()) {
             return options_.hidesDetail ? Text(value) : Text(u"***");
         }
         Text text;
-        bool isQuoted = false;
-        for (const char16_t unit : column.Asked().breakText) {
-            if (unit == u'\'') {
-                isQuoted = !isQuoted;
-            } else if (!isQuoted) {
+        ReadBreakText(column, [&](char16_t unit, bool isQuoted) {
+            if (!isQuoted) {
                 text.push_back(unit);
-            } else if (unit == u'V' || unit == u'v') {
+            } else if (unit == u'V') {
                 text += value;
             }
-        }
+        });
         return text;
     }
 
@@ -291,6 +322,7 @@ private:
     std::vector<ReportColumn> shown_;
     std::vector<std::size_t> widths_;
     bool isVertical_ = false;
+    int page_ = 1;
     std::vector<ReportColumn> breakColumns_;
     std::vector<Text> breakValues_;
     std::vector<std::vector<RunningTotal>> totals_;  // by level, then column

@@ -1,3 +1,4 @@
+// Fills in the letters of headings and footings.
 #include "hosts/multivalue/query/report_heading.h"
 
 #include "hosts/multivalue/conversion/conversion.h"
@@ -14,12 +15,19 @@ Text Clock(std::int32_t number, TextView conversion, Environment& environment) {
 
 }  // namespace
 
-Text TimeAndDate(Environment& environment) {
-    return Clock(environment.SecondOfDay(), u"MTS", environment) + u"  " +
-           Clock(environment.Today(), u"D", environment);
+Text DateText(Environment& environment) {
+    return Clock(environment.Today(), u"D", environment);
 }
 
-Lines HeadingLines(TextView text, const Query& query, Environment& environment) {
+Text TimeText(Environment& environment) {
+    return Clock(environment.SecondOfDay(), u"MTS", environment);
+}
+
+Text TimeAndDate(Environment& environment) {
+    return TimeText(environment) + u"  " + DateText(environment);
+}
+
+Lines HeadingLines(TextView text, const Query& query, int page, Environment& environment) {
     Lines lines(1);
     bool isQuoted = false;
     for (const char16_t unit : text) {
@@ -30,13 +38,13 @@ Lines HeadingLines(TextView text, const Query& query, Environment& environment) 
         } else if (unit == u'L' || unit == u'l') {
             lines.emplace_back();
         } else if (unit == u'D' || unit == u'd') {
-            lines.back() += Clock(environment.Today(), u"D", environment);
+            lines.back() += DateText(environment);
         } else if (unit == u'T' || unit == u't') {
             lines.back() += TimeAndDate(environment);
         } else if (unit == u'F' || unit == u'f') {
             lines.back() += query.file;
         } else if (unit == u'P' || unit == u'p') {
-            lines.back() += u"1";
+            Number(page).AppendTo(lines.back());
         }
     }
     return lines;

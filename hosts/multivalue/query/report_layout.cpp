@@ -1,3 +1,4 @@
+// Widths and headings of columns; lines of cells side by side.
 #include "hosts/multivalue/query/report_layout.h"
 
 #include <algorithm>

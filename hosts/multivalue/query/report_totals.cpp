@@ -1,3 +1,4 @@
+// Keeps sums, counts and extremes of a column.
 #include "hosts/multivalue/query/report_totals.h"
 
 #include "hosts/multivalue/query/index_fields.h"

@@ -1,3 +1,4 @@
+// Lists whose entries are all there.
 #include "hosts/multivalue/query/select_list.h"
 
 #include <utility>

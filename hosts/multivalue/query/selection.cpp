@@ -1,3 +1,4 @@
+// Goes from the records that may be selected to the entries that are.
 #include "hosts/multivalue/query/selection.h"
 
 #include <algorithm>

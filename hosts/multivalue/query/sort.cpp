@@ -1,3 +1,4 @@
+// Sorts entries by their keys, also where the rules name no single order.
 #include "hosts/multivalue/query/sort.h"
 
 #include <algorithm>

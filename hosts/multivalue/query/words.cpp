@@ -1,3 +1,4 @@
+// Cuts sentences into words.
 #include "hosts/multivalue/query/words.h"
 
 #include <algorithm>

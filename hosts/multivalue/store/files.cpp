@@ -9,7 +9,7 @@
 namespace kel::store {
 
 Text DictionaryFileName(TextView file) {
-    return Text(u"DICT ").append(file);
+    return Text(kDictionaryPrefix).append(file);
 }
 
 NamedFile RequireFile(Store& store, TextView name) {

@@ -1,3 +1,4 @@
+// Checks names and ids; orders ids by code point.
 #include "hosts/multivalue/store/id_rules.h"
 
 #include <algorithm>

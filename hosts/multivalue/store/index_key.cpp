@@ -1,6 +1,9 @@
+// Makes keys that sort as values do.
 #include "hosts/multivalue/store/index_key.h"
 
 #include <algorithm>
+
+#include "hosts/multivalue/text/ascii.h"
 
 namespace kel::store {
 
@@ -23,10 +26,6 @@ constexpr int kExponentZero = 0x200;
 constexpr unsigned kLengthBits = 14;  // both halves stay below the surrogates
 
 constexpr std::size_t kMaxDigits = 300;
-
-bool IsDigit(char16_t unit) {
-    return unit >= u'0' && unit <= u'9';
-}
 
 struct Number {
     bool negative = false;

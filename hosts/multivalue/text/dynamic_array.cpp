@@ -1,3 +1,4 @@
+// Finds and edits elements by position.
 #include "hosts/multivalue/text/dynamic_array.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// The functions on whole texts.
 #include "hosts/multivalue/text/functions.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// Compares elements and searches them in order.
 #include "hosts/multivalue/text/locate.h"
 
 #include <algorithm>

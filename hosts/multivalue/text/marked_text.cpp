@@ -1,3 +1,4 @@
+// Keeps the chunks and groups of a text, and counts of their marks.
 #include "hosts/multivalue/text/marked_text.h"
 
 #include <algorithm>

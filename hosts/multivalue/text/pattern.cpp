@@ -1,3 +1,4 @@
+// Matches text against patterns, all ways to split it at once.
 #include "hosts/multivalue/text/pattern.h"
 
 #include <limits>

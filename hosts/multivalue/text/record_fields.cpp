@@ -1,3 +1,4 @@
+// Finds attributes of a record from left to right.
 #include "hosts/multivalue/text/record_fields.h"
 
 #include <algorithm>
