@@ -6,6 +6,7 @@
 #include <iostream>
 #include <vector>
 
+#include "hosts/multivalue/text/code_points.h"
 #include "tests/host/cases.h"
 #include "tests/support/text_support.h"
 
@@ -13,20 +14,8 @@ namespace kel::cases {
 
 Text FromUtf8(const std::string& utf8) {
     Text text;
-    for (std::size_t i = 0; i < utf8.size();) {
-        const auto lead = static_cast<unsigned char>(utf8[i]);
-        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        char32_t point = length == 1 ? lead : lead & (0xFFU >> (length + 1));
-        for (std::size_t n = 1; n < length; ++n) {
-            point = (point << 6) | (static_cast<unsigned char>(utf8[i + n]) & 0x3FU);
-        }
-        i += length;
-        if (point >= 0x10000) {
-            text.push_back(static_cast<char16_t>(0xD7C0 + (point >> 10)));
-            text.push_back(static_cast<char16_t>(0xDC00 + (point & 0x3FF)));
-        } else {
-            text.push_back(static_cast<char16_t>(point));
-        }
+    for (std::size_t at = 0; at < utf8.size();) {
+        AppendPoint(text, TakeEncodedPoint(utf8, at));
     }
     return text;
 }

@@ -1,3 +1,4 @@
+// An account in memory: its sessions, records, locks and batches.
 #include "tests/support/memory_store.h"
 
 #include <algorithm>

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "hosts/multivalue/text/code_points.h"
+
 namespace kel::transfer {
 
 CsvReader::CsvReader(std::istream& data, const CsvForm& form, const std::vector<Text>& columns)
@@ -20,7 +22,7 @@ bool CsvReader::AtCellEnd() {
 void CsvReader::ReadCell(Text& cell) {
     if (reader_.Peek() != '"') {
         while (!AtCellEnd()) {
-            AppendPoint(cell, reader_.Take());
+            AppendPoint(cell, static_cast<char32_t>(reader_.Take()));
         }
         return;
     }
@@ -36,7 +38,7 @@ void CsvReader::ReadCell(Text& cell) {
             }
             reader_.Take();
         }
-        AppendPoint(cell, point);
+        AppendPoint(cell, static_cast<char32_t>(point));
     }
     if (!AtCellEnd()) {
         while (reader_.Peek() != '\r' && reader_.Peek() != '\n' &&

@@ -1,6 +1,8 @@
 // Objects read one by one without holding the rest, and texts written.
 #include "apps/kelsh/transfer/json.h"
 
+#include "hosts/multivalue/text/code_points.h"
+
 namespace kel::transfer {
 
 namespace {
@@ -154,7 +156,7 @@ bool JsonReader::ReadScalar(Text& text) {
     for (std::int32_t next = first; IsDigit(next) || next == '-' || next == '+' || next == '.' ||
                                     (next >= 'a' && next <= 'z') || next == 'E';
          next = reader_.Peek()) {
-        AppendPoint(text, reader_.Take());
+        AppendPoint(text, static_cast<char32_t>(reader_.Take()));
     }
     if (text == u"null") {
         text.clear();
@@ -191,7 +193,7 @@ void JsonReader::ReadString(Text& text) {
             return;
         }
         if (point != '\\') {
-            AppendPoint(text, point);
+            AppendPoint(text, static_cast<char32_t>(point));
             continue;
         }
         const std::int32_t escaped = reader_.Take();
@@ -199,7 +201,7 @@ void JsonReader::ReadString(Text& text) {
             case '"':
             case '\\':
             case '/':
-                AppendPoint(text, escaped);
+                AppendPoint(text, static_cast<char32_t>(escaped));
                 break;
             case 'b':
                 text.push_back(u'\b');
@@ -217,7 +219,7 @@ void JsonReader::ReadString(Text& text) {
                 text.push_back(u'\t');
                 break;
             case 'u':
-                AppendPoint(text, ReadHex());
+                AppendPoint(text, static_cast<char32_t>(ReadHex()));
                 break;
             default:
                 Fail(u"The data is not JSON: there is no such escape.");

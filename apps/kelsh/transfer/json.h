@@ -1,4 +1,8 @@
-// JSON: objects of scalars and arrays, read one by one, and texts written.
+// JSON (RFC 8259): objects of scalars and arrays, read one by one, and texts written.
+//
+// By hand, for what parsers at hand do not give: a lone surrogate comes in as its escape, so that
+// whatever was exported comes back (they refuse the file); numbers stay as they are written, -0
+// too; a record with a fault is passed over and the next one read; faults name the line.
 #pragma once
 
 #include <istream>

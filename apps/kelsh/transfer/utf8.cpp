@@ -2,6 +2,7 @@
 #include "apps/kelsh/transfer/utf8.h"
 
 #include "apps/kelsh/transfer/rows.h"
+#include "hosts/multivalue/text/code_points.h"
 
 namespace kel::transfer {
 
@@ -9,14 +10,6 @@ namespace {
 
 constexpr std::size_t kBytesAtOnce = 1 << 16;
 constexpr std::int32_t kByteOrderMark = 0xFEFF;
-
-bool IsHighSurrogate(std::uint32_t point) {
-    return point >= 0xD800 && point < 0xDC00;
-}
-
-bool IsLowSurrogate(std::uint32_t point) {
-    return point >= 0xDC00 && point < 0xE000;
-}
 
 }  // namespace
 
@@ -89,47 +82,22 @@ std::int32_t Utf8Reader::Take() {
     return point;
 }
 
-void AppendPoint(Text& text, std::int32_t point) {
-    if (point >= 0x10000) {
-        text.push_back(static_cast<char16_t>(0xD7C0 + (point >> 10)));
-        text.push_back(static_cast<char16_t>(0xDC00 + (point & 0x3FF)));
-    } else {
-        text.push_back(static_cast<char16_t>(point));
-    }
-}
-
 bool AppendUtf8(std::string& bytes, TextView text, LoneSurrogate lone) {
-    const auto put = [&](std::uint32_t byte) { bytes.push_back(static_cast<char>(byte)); };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t point = text[i];
-        if (point < 0x80) {
-            put(point);
+    for (std::size_t at = 0; at < text.size();) {
+        const char32_t point = TakePoint(text, at);
+        if (!IsHighSurrogate(point) && !IsLowSurrogate(point)) {
+            EncodePoint(point,
+                        [&](std::uint8_t byte) { bytes.push_back(static_cast<char>(byte)); });
             continue;
         }
-        if (point < 0x800) {
-            put(0xC0 | (point >> 6));
-            put(0x80 | (point & 0x3F));
-            continue;
+        if (lone == LoneSurrogate::kRefuse) {
+            return false;
         }
-        if (IsHighSurrogate(point) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
-            point = 0x10000 + ((point & 0x3FF) << 10) + (text[++i] & 0x3FFU);
-            put(0xF0 | (point >> 18));
-            put(0x80 | ((point >> 12) & 0x3F));
-        } else if (IsHighSurrogate(point) || IsLowSurrogate(point)) {
-            if (lone == LoneSurrogate::kRefuse) {
-                return false;
-            }
-            constexpr char kDigits[] = "0123456789abcdef";
-            bytes += "\\u";
-            for (int shift = 12; shift >= 0; shift -= 4) {
-                bytes.push_back(kDigits[(point >> shift) & 0xF]);
-            }
-            continue;
-        } else {
-            put(0xE0 | (point >> 12));
+        constexpr char kDigits[] = "0123456789abcdef";
+        bytes += "\\u";
+        for (int shift = 12; shift >= 0; shift -= 4) {
+            bytes.push_back(kDigits[(point >> shift) & 0xF]);
         }
-        put(0x80 | ((point >> 6) & 0x3F));
-        put(0x80 | (point & 0x3F));
     }
     return true;
 }

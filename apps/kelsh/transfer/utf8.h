@@ -39,8 +39,6 @@ private:
     std::uint64_t line_ = 1;
 };
 
-void AppendPoint(Text& text, std::int32_t point);
-
 // What to do with a surrogate that has no partner.
 enum class LoneSurrogate { kEscape /* as \udXXX */, kRefuse };
 

@@ -4,6 +4,8 @@
 #include <bit>
 #include <cstring>
 
+#include "hosts/multivalue/text/code_points.h"
+
 namespace kel::embedded {
 
 using text::Text;
@@ -44,38 +46,12 @@ void Convert(const From* from, To* to, std::size_t count) {
     }
 }
 
-bool IsHighSurrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-bool IsLowSurrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
-}
-
 }  // namespace
 
 std::size_t EncodeKey(TextView text, std::uint8_t* target) {
     std::uint8_t* out = target;
-    auto put = [&](std::uint32_t byte) { *out++ = static_cast<std::uint8_t>(byte); };
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        std::uint32_t point = text[i];
-        if (point < 0x80) {
-            put(point);
-            continue;
-        }
-        if (point < 0x800) {
-            put(0xC0 | (point >> 6));
-            put(0x80 | (point & 0x3F));
-            continue;
-        }
-        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
-            point = 0x10000 + ((point & 0x3FF) << 10) + (text[++i] & 0x3FFU);
-            put(0xF0 | (point >> 18));
-            put(0x80 | ((point >> 12) & 0x3F));
-        } else {
-            put(0xE0 | (point >> 12));
-        }
-        put(0x80 | ((point >> 6) & 0x3F));
-        put(0x80 | (point & 0x3F));
+    for (std::size_t at = 0; at < text.size();) {
+        text::EncodePoint(text::TakePoint(text, at), [&out](std::uint8_t byte) { *out++ = byte; });
     }
     return static_cast<std::size_t>(out - target);
 }
@@ -89,20 +65,8 @@ std::string EncodeKey(TextView text) {
 // Written by EncodeKey, so not checked; bytes of any other origin give some text, never a fault.
 void DecodeKey(Bytes bytes, Text& text) {
     text.clear();
-    for (std::size_t i = 0; i < bytes.size();) {
-        const std::uint32_t lead = bytes[i];
-        const std::size_t length = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-        std::uint32_t point = length == 1 ? lead : lead & (0xFFU >> (length + 1));
-        for (std::size_t n = 1; n < length && i + n < bytes.size(); ++n) {
-            point = (point << 6) | (bytes[i + n] & 0x3FU);
-        }
-        i += length;
-        if (point >= 0x10000) {
-            text.push_back(static_cast<char16_t>(0xD7C0 + (point >> 10)));
-            text.push_back(static_cast<char16_t>(0xDC00 + (point & 0x3FF)));
-        } else {
-            text.push_back(static_cast<char16_t>(point));
-        }
+    for (std::size_t at = 0; at < bytes.size();) {
+        text::AppendPoint(text, text::TakeEncodedPoint(bytes, at));
     }
 }
 

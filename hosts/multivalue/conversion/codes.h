@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "hosts/multivalue/conversion/conversion.h"
+#include "hosts/multivalue/number/arithmetic.h"
 #include "hosts/multivalue/text/ascii.h"
 #include "hosts/multivalue/text/code_reader.h"
 
@@ -35,9 +36,6 @@ struct Element {
     Direction direction;
     Environment& environment;
 };
-
-// A number's whole part, towards zero; empty when the text is no number or beyond 18 digits.
-std::optional<std::int64_t> WholeNumber(TextView text);
 
 // `count` groups of a text parted by `delimiter`, from behind the first `skip`, with the delimiters
 // between them.

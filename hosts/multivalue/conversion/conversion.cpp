@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "hosts/multivalue/conversion/codes.h"
-#include "hosts/multivalue/number/decimal.h"
 #include "hosts/multivalue/text/mark_scan.h"
 
 namespace kel::conversion {
@@ -147,23 +146,6 @@ Converted ConvertWhole(const Element& whole, TextView codes) {
 }
 
 }  // namespace
-
-std::optional<std::int64_t> WholeNumber(TextView text) {
-    if (!text.empty() && text.size() <= 9) {
-        std::int64_t number = 0;
-        std::size_t i = text[0] == u'-' ? 1 : 0;
-        bool plain = i < text.size();
-        for (; i < text.size() && plain; ++i) {
-            plain = IsDigit(text[i]);
-            number = number * 10 + (text[i] - u'0');
-        }
-        if (plain) {
-            return text[0] == u'-' ? -number : number;
-        }
-    }
-    const std::optional<Decimal> number = Decimal::Parse(text);
-    return number ? number->ToInteger() : std::nullopt;
-}
 
 Converted Oconv(TextView value, TextView code, Environment& environment) {
     return ConvertElements({value, Direction::kOut, environment}, code);

@@ -14,7 +14,6 @@ constexpr std::array<TextView, 7> kWeekdays = {
     u"MONDAY", u"TUESDAY", u"WEDNESDAY", u"THURSDAY", u"FRIDAY", u"SATURDAY", u"SUNDAY"};
 
 constexpr std::size_t kShortName = 3;
-constexpr std::int64_t kLastYear = 9999;
 
 enum class PartKind : char { kDay, kMonth, kYear, kDayOfYear, kQuarter, kWeekday };
 
@@ -236,40 +235,43 @@ void AppendYear(Text& out, std::int64_t year, int digits) {
 void AppendPart(Text& out,
                 const DatePart& part,
                 const DateCode& code,
-                const CivilDate& date,
-                std::int64_t day) {
+                const std::chrono::year_month_day& date) {
+    const auto day = static_cast<unsigned>(date.day());
+    const auto month = static_cast<unsigned>(date.month());
     const int width = !part.hasZeros ? 1 : part.width >= 0 ? part.width : 2;
     switch (part.kind) {
         case PartKind::kDay:
             if (part.isOrdinal) {
-                AppendOrdinal(out, date.day);
+                AppendOrdinal(out, static_cast<int>(day));
             } else {
-                AppendNumber(out, date.day, width);
+                AppendNumber(out, day, width);
             }
             break;
         case PartKind::kMonth:
             if (part.isName) {
-                const auto month = static_cast<std::size_t>(date.month) - 1;
-                AppendName(out, kMonthNames[month], part, code.isMixedCase);
+                AppendName(out, kMonthNames[month - 1], part, code.isMixedCase);
             } else {
-                AppendNumber(out, date.month, width);
+                AppendNumber(out, month, width);
             }
             break;
         case PartKind::kYear:
-            AppendYear(out, date.year, std::min(part.width >= 0 ? part.width : code.yearDigits, 9));
+            AppendYear(out,
+                       static_cast<int>(date.year()),
+                       std::min(part.width >= 0 ? part.width : code.yearDigits, 9));
             break;
         case PartKind::kDayOfYear:
-            AppendNumber(out, day - DayNumber({date.year, 1, 1}) + 1, width);
+            AppendNumber(out, DayNumber(date) - DayNumber(date.year() / 1 / 1) + 1, width);
             break;
         case PartKind::kQuarter:
-            AppendNumber(out, (date.month + 2) / 3, std::max(part.width, 1));
+            AppendNumber(out, (month + 2) / 3, std::max(part.width, 1));
             break;
         case PartKind::kWeekday: {
-            const auto fromMonday = static_cast<std::size_t>(((day - 1) % 7 + 7) % 7);
+            const unsigned fromMonday =
+                std::chrono::weekday(std::chrono::sys_days(date)).iso_encoding() - 1;
             if (part.isName) {
                 AppendName(out, kWeekdays[fromMonday], part, code.isMixedCase);
             } else {
-                AppendNumber(out, static_cast<int>(fromMonday) + 1, std::max(part.width, 1));
+                AppendNumber(out, fromMonday + 1, std::max(part.width, 1));
             }
             break;
         }
@@ -289,15 +291,15 @@ Outcome ToDate(const Element& element, TextView text, Text& out) {
     if (!code) {
         return ConversionStatus::kBadCode;
     }
-    const CivilDate date = DateOfDay(*day);
-    if (date.year < 1 || date.year > kLastYear) {
+    const std::optional<std::chrono::year_month_day> date = DateOfDay(*day);
+    if (!date) {
         return ConversionStatus::kBadValue;
     }
     for (std::size_t i = 0; i < code->partCount; ++i) {
         if (i > 0) {
             out.push_back(code->separator);
         }
-        AppendPart(out, code->parts[i], *code, date, *day);
+        AppendPart(out, code->parts[i], *code, *date);
     }
     return ConversionStatus::kGood;
 }

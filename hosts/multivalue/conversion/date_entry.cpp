@@ -59,7 +59,7 @@ struct Entry {
     CodeReader reader;
     int day = 0;
     int month = 0;
-    std::int64_t year = 0;
+    int year = 0;
     bool hasDay = false;
     bool hasYear = false;
 };
@@ -172,6 +172,11 @@ bool Take(Entry& entry, EntryOrder order) {
     return entry.reader.AtEnd();
 }
 
+int ThisYear(Environment& environment) {
+    const std::chrono::sys_days today = kDayZero + std::chrono::days(environment.Today());
+    return static_cast<int>(std::chrono::year_month_day(today).year());
+}
+
 }  // namespace
 
 Outcome FromDate(const Element& element, TextView code, Text& out) {
@@ -181,15 +186,18 @@ Outcome FromDate(const Element& element, TextView code, Text& out) {
         return ConversionStatus::kBadValue;
     }
     if (!entry.hasYear) {
-        entry.year = DateOfDay(element.environment.Today()).year;
+        entry.year = ThisYear(element.environment);
     }
+    const std::chrono::year_month month =
+        std::chrono::year(entry.year) / std::chrono::month(static_cast<unsigned>(entry.month));
     // A day past the month's end runs on into the next month, no further.
-    const int past = (entry.hasDay ? entry.day : 1) - DaysInMonth(entry.year, entry.month);
+    const int day = entry.hasDay ? entry.day : 1;
+    const int past =
+        day - static_cast<int>(static_cast<unsigned>((month / std::chrono::last).day()));
     if (past > 31) {
         return ConversionStatus::kBadValue;
     }
-    const std::int64_t first = DayNumber({entry.year, entry.month, 1});
-    AppendInteger(out, first + (entry.hasDay ? entry.day : 1) - 1);
+    AppendInteger(out, DayNumber(month / 1) + day - 1);
     return past > 0 ? ConversionStatus::kDoubtful : ConversionStatus::kGood;
 }
 

@@ -29,7 +29,8 @@ std::tm LocalTime() {
 std::int32_t StoreEnvironment::Today() const {
     const std::tm local = LocalTime();
     return static_cast<std::int32_t>(
-        DayNumber({std::int64_t{local.tm_year} + 1900, local.tm_mon + 1, local.tm_mday}));
+        DayNumber(std::chrono::year(local.tm_year + 1900) /
+                  std::chrono::month(static_cast<unsigned>(local.tm_mon + 1)) / local.tm_mday));
 }
 
 std::int32_t StoreEnvironment::SecondOfDay() const {

@@ -190,6 +190,14 @@ int Number::Compare(const Number& left, const Number& right) {
     return order < 0 ? -1 : static_cast<int>(order > 0);
 }
 
+std::optional<std::int64_t> WholeNumber(TextView text) {
+    if (const std::optional<std::int64_t> small = ParseSmall(text)) {
+        return small;
+    }
+    const std::optional<Decimal> number = Decimal::Parse(text);
+    return number ? number->ToInteger() : std::nullopt;
+}
+
 void AppendCalculated(Arithmetic operation, TextView left, TextView right, bool whole, Text& out) {
     const std::optional<std::int64_t> leftSmall = ParseSmall(left);
     const std::optional<std::int64_t> rightSmall = leftSmall ? ParseSmall(right) : std::nullopt;

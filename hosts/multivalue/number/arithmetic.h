@@ -61,6 +61,9 @@ private:
     std::optional<Decimal> big_;
 };
 
+// A number's whole part, towards zero; empty when the text is no number or beyond 18 digits.
+std::optional<std::int64_t> WholeNumber(TextView text);
+
 // Calculates with two texts as Number::Calculate does; if `whole`, with their whole parts and to a
 // whole number.
 void AppendCalculated(Arithmetic operation, TextView left, TextView right, bool whole, Text& out);

@@ -6,6 +6,7 @@
 #include "hosts/multivalue/expression/correlative.h"
 #include "hosts/multivalue/expression/correlative_evaluator.h"
 #include "hosts/multivalue/store/index_key.h"
+#include "hosts/multivalue/text/ascii.h"
 #include "hosts/multivalue/text/error.h"
 #include "hosts/multivalue/text/mark_scan.h"
 
@@ -38,7 +39,7 @@ bool DependsOnMore(const CompiledExpression& program) {
            (converts &&
             std::any_of(program.texts.begin(), program.texts.end(), [](const Text& text) {
                 const bool isT = !text.empty() && (text[0] == u'T' || text[0] == u't');
-                return isT && !(text.size() > 1 && text[1] >= u'0' && text[1] <= u'9');
+                return isT && !(text.size() > 1 && IsDigit(text[1]));
             }));
 }
 

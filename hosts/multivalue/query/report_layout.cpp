@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "hosts/multivalue/conversion/conversion.h"
+#include "hosts/multivalue/text/ascii.h"
 #include "hosts/multivalue/text/mark_scan.h"
 
 namespace kel::query {
@@ -17,7 +18,7 @@ constexpr std::size_t kMaxWidth = 1000;
 void ReadFormat(TextView format, std::size_t& width, char16_t& justification) {
     std::size_t at = 0;
     std::size_t number = 0;
-    while (at < format.size() && format[at] >= u'0' && format[at] <= u'9') {
+    while (at < format.size() && IsDigit(format[at])) {
         number = std::min(number * 10 + static_cast<std::size_t>(format[at++] - u'0'), kMaxWidth);
     }
     if (at > 0) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "hosts/multivalue/store/store.h"
+#include "hosts/multivalue/text/code_points.h"
 #include "hosts/multivalue/text/error.h"
 
 namespace kel::store {
@@ -15,14 +16,6 @@ bool HasMark(TextView text) {
     return std::any_of(text.begin(), text.end(), [](char16_t unit) {
         return unit >= kTextMark && unit <= kItemMark;
     });
-}
-
-bool IsHighSurrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xD800;
-}
-
-bool IsLowSurrogate(char16_t unit) {
-    return (unit & 0xFC00) == 0xDC00;
 }
 
 // Whether the unit belongs to a pair, and so to a character above all single units.
