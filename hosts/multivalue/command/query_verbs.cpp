@@ -8,7 +8,7 @@ namespace kel::command {
 
 namespace {
 
-Selection Select(Command& command) {
+Selection SelectionOf(Command& command) {
     Session& session = command.Own();
     Query query = ParseOwnQuery(command);
     std::unique_ptr<SelectList> list;
@@ -31,14 +31,14 @@ Query ParseOwnQuery(const Command& command) {
 }
 
 void RunList(Command& command) {
-    Selection selection = Select(command);
+    Selection selection = SelectionOf(command);
     const std::uint64_t count =
         WriteReport(selection, command.Sentence(), command.Own().OwnEnvironment(), command);
     command.Code(count > 0 ? kRecordsListed : kNothingSelected);
 }
 
 void RunCount(Command& command) {
-    Selection selection = Select(command);
+    Selection selection = SelectionOf(command);
     std::uint64_t count = 0;
     for (SelectedId entry; selection.Next(entry);) {
         ++count;
@@ -48,7 +48,7 @@ void RunCount(Command& command) {
 }
 
 void RunSum(Command& command) {
-    Selection selection = Select(command);
+    Selection selection = SelectionOf(command);
     if (selection.Sentence().columns.empty()) {
         Refuse(u"SUM", u"needs a field to sum up.");
     }
