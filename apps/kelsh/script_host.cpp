@@ -91,6 +91,10 @@ public:
         }
     }
 
+    ScriptRun(const ScriptRun&) = delete;
+    ScriptRun& operator=(const ScriptRun&) = delete;
+    ~ScriptRun() { *self_ = nullptr; }
+
     ScriptResult Run(const std::vector<Text>& arguments) {
         AddItems(arguments);
         ListenByName();
@@ -110,13 +114,17 @@ public:
 private:
     using Values = std::span<const VARIANT>;
 
-    // What a member throws reaches the script as an error.
+    // What a member throws reaches the script as an error. A script may leave the object where the
+    // next one finds it, as a common value of the session for example.
     scripting::Member Member(const wchar_t* name,
                              void (ScriptRun::*run)(Values values, VARIANT& result)) {
         return {
-            name, [this, run](Values values, VARIANT& result) {
+            name, [self = self_, run](Values values, VARIANT& result) {
+                if (*self == nullptr) {
+                    throw ScriptFailure{E_ABORT, L"kelsh", L"The object's script has ended.", {}};
+                }
                 try {
-                    (this->*run)(values, result);
+                    (*self->*run)(values, result);
                 } catch (const Error& error) {
                     throw ScriptFailure{error.number(), error.source(), error.description(), {}};
                 }
@@ -264,6 +272,7 @@ private:
         return text == Text::npos ? Text() : L"\n    " + line.substr(text);
     }
 
+    const std::shared_ptr<ScriptRun*> self_ = std::make_shared<ScriptRun*>(this);
     const Text name_;
     const Text source_;
     Connection& connection_;

@@ -130,6 +130,10 @@ END
 check "events of a script, and its errors" 1 \
     $'connected True\nread AT True 0\nrefresh 2,2\nrefresh 3,0\nevents.vbs: *from an event*x\nevents.vbs: line 21: *' \
     run "$kelsh" --os 1 --no-connect events.vbs a.account
+echo 'session.CommonValue("left") = WScript' >leaves.vbs
+echo 'session.CommonValue("left").Echo "x"' >takes.vbs
+check "an object that outlives its script" 1 "takes.vbs: line 1: The object's script has ended.*" \
+    run "$kelsh" --no-connect -c 'script leaves.vbs' -c 'script takes.vbs'
 echo 'WScript.Quit(7);' >quit.js
 check "a script's own exit code" 7 "" account quit.js
 echo 'If Then' >wrong.vbs
