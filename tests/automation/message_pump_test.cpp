@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/environment.h"
+
 namespace kel::tests {
 namespace {
 
@@ -65,7 +67,6 @@ protected:
         while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
         }
     }
-    static void due() { Sleep(5 * USER_TIMER_MINIMUM); }
 };
 
 TEST_F(MessagePump, HandlesWhatWaitedAndLeavesWhatIsMadeMeanwhile) {
@@ -94,13 +95,13 @@ TEST_F(MessagePump, GivesEachTimerATurnWhateverElseGoesOn) {
     std::string order;
     slow.onMessage = [&](UINT, WPARAM number) {
         order += std::to_string(number);
-        Sleep(3 * USER_TIMER_MINIMUM);
+        WaitForDueTimer();  // the next one's turn, and its own again
     };
     for (const UINT_PTR number : {1, 2, 3}) {
         slow.startTimer(number);
     }
     busy.post();
-    due();
+    WaitForDueTimer();
     EXPECT_TRUE(PumpMessages());
     for (const char* number : {"1", "2", "3"}) {
         EXPECT_NE(order.find(number), std::string::npos) << number << " not in " << order;
@@ -114,10 +115,10 @@ TEST_F(MessagePump, EndsThoughEachTimerStartsAnother) {
     slow.onMessage = [&](UINT, WPARAM number) {
         KillTimer(slow.get(), number);
         slow.startTimer(number + 1);
-        Sleep(2 * USER_TIMER_MINIMUM);
+        WaitForDueTimer();
     };
     slow.startTimer(1);
-    due();
+    WaitForDueTimer();
     EXPECT_TRUE(PumpMessages());
     EXPECT_GE(slow.handled, 1);
     EXPECT_LT(slow.handled, kEndless / 2);

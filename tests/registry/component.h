@@ -24,6 +24,9 @@ private:
     Bstr text_;
 };
 
+// Has the next message pump of this thread run `action`. One at a time.
+void AtNextPump(std::function<void()> action);
+
 // A callback, its listener and the connection between them.
 struct Listening {
     ComPtr<EventRecorder> sink;

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "tests/registry/component.h"
+#include "tests/support/environment.h"
 
 namespace kel::tests {
 namespace {
@@ -197,33 +198,19 @@ TEST_F(Rename, SurvivesHandlersThatChangeTheTable) {
     }
 }
 
-// Runs an action as soon as the thread processes messages.
-std::function<void()> posted;
-
-void CALLBACK RunPosted(HWND, UINT, UINT_PTR timer, DWORD) {
-    KillTimer(nullptr, timer);
-    posted();
-}
-
-void Post(std::function<void()> action) {
-    posted = std::move(action);
-    SetTimer(nullptr, 0, USER_TIMER_MINIMUM, RunPosted);
-    Sleep(4 * USER_TIMER_MINIMUM);  // due
-}
-
 TEST_F(Rename, ProcessesMessagesAfterEachRow) {
     addField(L"Old");
     tie(L"Other", L"S");
     tie(L"Old", L"S");
     // What a message changes after the first row is what the second row finds.
-    Post([this] { removeField(L"Old"); });
+    AtNextPump([this] { removeField(L"Old"); });
     EXPECT_EQ(base->RenameFieldCallback(Str(L"Old"), Str(L"New")), S_OK);
     EXPECT_EQ(rows(), Lines{L"Other/S"});
     EXPECT_EQ(events, Lines{});
 
     addField(L"A");
     tie(L"A", L"S");
-    Post([this] { tie(L"A", L"changed"); });
+    AtNextPump([this] { tie(L"A", L"changed"); });
     EXPECT_EQ(base->RenameSessionCallback(Str(L"S"), Str(L"T")), S_OK);
     EXPECT_EQ(rows(), (Lines{L"Other/T", L"A/changed"}));
     EXPECT_EQ(events, Lines{});
@@ -260,7 +247,7 @@ struct BusyForm {
         constexpr int kEndless = 2000;
         if (message == WM_TIMER) {
             ++ticks;
-            Sleep(2 * USER_TIMER_MINIMUM);
+            WaitForDueTimer();
         } else if (message == WM_APP && ++posts < kEndless) {
             PostMessageW(window, WM_APP, 0, 0);
         }
@@ -275,6 +262,7 @@ TEST_F(Rename, LetsABusyFormDoOnlyWhatWaitsAtEachRow) {
     SetWindowLongPtrW(form, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(BusyForm::Receive));
     PostMessageW(form, WM_APP, 0, 0);
     SetTimer(form, 1, USER_TIMER_MINIMUM, nullptr);
+    WaitForDueTimer();
     addField(L"Old");
     tie(L"Old", L"S");
     EXPECT_EQ(base->RenameFieldCallback(Str(L"Old"), Str(L"New")), S_OK);

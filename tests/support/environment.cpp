@@ -123,6 +123,12 @@ CurrentDirectory::CurrentDirectory(const Text& path) {
     SetCurrentDirectoryW(path.c_str());
 }
 
+void WaitForDueTimer() {
+    while ((HIWORD(GetQueueStatus(QS_TIMER)) & QS_TIMER) == 0) {
+        Sleep(1);
+    }
+}
+
 bool FileExists(const Text& path) {
     return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }

@@ -68,6 +68,10 @@ private:
     Text former_;
 };
 
+// Waits until a timer of this thread is due, however late the machine is with it. What goes by a
+// sleep's length instead fails where the machine has more to do.
+void WaitForDueTimer();
+
 bool FileExists(const Text& path);
 // The bytes of a file; empty when there is none.
 std::string FileBytes(const Text& path);
