@@ -167,9 +167,11 @@ TextView AnswerOf(TextView parameters) {
 }
 
 void ShowFailure(TextView progName, const Error& error) {
-    const Text text = Text(L"Calling Host Program: ").append(progName) + L"\r\nSource: " +
-                      error.source() + L"\r\nError Number: " + DecimalText(error.number()) +
-                      L"\r\nDescription: " + error.description();
+    Text text = Text(L"Calling Host Program: ").append(progName) + L"\r\nSource: " +
+                error.source() + L"\r\nError Number: " + DecimalText(error.number()) +
+                L"\r\nDescription: " + error.description();
+    // A message box ends at the first U+0000, and a name with one in it is worth seeing whole.
+    std::replace(text.begin(), text.end(), L'\0', L'\uFFFD');
     MessageBoxW(GetActiveWindow(), text.c_str(), L"Calling Host Program", MB_OK | MB_TASKMODAL);
 }
 

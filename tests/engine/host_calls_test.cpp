@@ -25,7 +25,7 @@ protected:
         }
         return {};
     }
-    Outcome callHost(const wchar_t* name, bool four, Bstr& value, Variant& extra) const {
+    Outcome callHost(TextView name, bool four, Bstr& value, Variant& extra) const {
         return call(L"CallHost", {Item(L"Cust").get(), name, ByRef(extra), ByRef(value), four});
     }
     Outcome callCommon(client::DictItem& item,
@@ -127,6 +127,9 @@ TEST_F(HostCalls, ShowTheirFailuresToTheUser) {
     Bstr value(L"in");
     EXPECT_EQ(callHost(L"NONE", true, value, extra).error, ErrorFields{});
     EXPECT_EQ(boxes.take(), box(L"NONE", {53, L"kelos99", L"No program NONE"}));
+    EXPECT_EQ(callHost(TextView(L"N\0NE", 4), true, value, extra).error, ErrorFields{});
+    EXPECT_EQ(boxes.take(), box(L"N\xFFFDNE", {53, L"kelos99", L"No program N NE"}))
+        << "whole, whatever is in it";
     EXPECT_EQ(callHost(L"", true, value, extra).error, ErrorFields{});
     EXPECT_EQ(boxes.take(), Lines{}) << "no program, no call";
     EXPECT_EQ(call(L"CallHost", {Item(L"").get(), L"", ByRef(extra), ByRef(value), true}).error,
