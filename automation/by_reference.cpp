@@ -1,3 +1,4 @@
+// What a variant refers to, however deep, and storing a result there in the variable's own type.
 #include "automation/by_reference.h"
 
 #include <cstring>

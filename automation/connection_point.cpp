@@ -1,3 +1,4 @@
+// Who listens to an object, and calling them: from a copy of the list, each by itself.
 #include "automation/connection_point.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// IDispatch from the tables that are made at compile time: names, numbers, the platform's texts.
 #include "automation/dispatch.h"
 
 #include <algorithm>

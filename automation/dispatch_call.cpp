@@ -1,3 +1,4 @@
+// One late call: its arguments converted for the member, its results written back.
 #include "automation/dispatch_call.h"
 
 #include <algorithm>

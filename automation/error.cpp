@@ -1,3 +1,4 @@
+// Errors to and from what crosses an interface: HRESULT, error object, the standard texts.
 #include "automation/error.h"
 
 #include <algorithm>
@@ -19,7 +20,7 @@ struct NumberText {
     const wchar_t* text;
 };
 
-// The texts that automation languages have always shown for these numbers.
+// The texts that automation languages show for these numbers.
 constexpr auto kStandardTexts = std::to_array<NumberText>({
     {kInvalidCall, L"Invalid procedure call or argument"},
     {kOverflow, L"Overflow"},

@@ -1,3 +1,4 @@
+// Handling the window messages that wait for a thread, and only those.
 #include "automation/message_pump.h"
 
 #include <algorithm>

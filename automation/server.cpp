@@ -1,3 +1,4 @@
+// The class factories behind the exports of a DLL.
 #include "automation/server.h"
 
 #include <algorithm>

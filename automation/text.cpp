@@ -1,3 +1,4 @@
+// Lower case, comparison and numbers in text.
 #include "automation/text.h"
 
 #include <algorithm>

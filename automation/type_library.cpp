@@ -1,3 +1,4 @@
+// The type descriptions of the module, loaded once from its own resource.
 #include "automation/type_library.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// The owner of a VARIANT: copies, texts, objects.
 #include "automation/variant.h"
 
 #include <utility>

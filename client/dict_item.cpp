@@ -1,3 +1,4 @@
+// The dictionary item's definition, its state and its way to the session.
 #include "client/dict_item.h"
 
 #include "automation/property.h"

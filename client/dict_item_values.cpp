@@ -12,7 +12,8 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 
 namespace {
 
-// Joined to the description of errors; members have always used this one text.
+// Joined to the description of errors, also of those that setting a value raises: clients look for
+// this one text.
 constexpr const wchar_t* kErrorPrefix = L"kelDictItem:Get ExternalValue:";
 
 template <typename Body>

@@ -1,3 +1,4 @@
+// The tools object: each member finds the engine and passes its call on.
 #include "client/tools.h"
 
 #include "automation/property.h"

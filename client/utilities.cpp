@@ -1,3 +1,4 @@
+// Searching in texts, waiting, the internal date and time.
 #include "client/utilities.h"
 
 #include <cmath>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr float kSecondsOfDay = 86400.0F;
 
-// Positions are kept in 16 bits, as they always were.
+// The members' positions are 16 bits wide: what lies behind 32767 has none.
 short Narrow(std::size_t position) {
     if (position > static_cast<std::size_t>(std::numeric_limits<short>::max())) {
         throw Error(automation::kOverflow);

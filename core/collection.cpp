@@ -1,3 +1,4 @@
+// The automation collection: items in order, some with a key.
 #include "core/collection.h"
 
 #include <algorithm>

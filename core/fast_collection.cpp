@@ -1,3 +1,4 @@
+// The keyed collection: an index, a hash table and their private heap.
 #include "core/fast_collection.h"
 
 #include <algorithm>

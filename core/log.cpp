@@ -1,3 +1,4 @@
+// Writing lines of the diagnostic log, in turn with other processes.
 #include "core/log.h"
 
 #include <algorithm>
@@ -121,6 +122,7 @@ void Write(TextView message, short level) {
     }
     const Text line = NowInGeneralFormat() + L" " + std::to_wstring(GetCurrentThreadId()) + L" - " +
                       OneLine(message) + L"\r\n";
+    // Required: the level's own text names the file (log.h).
     AppendLine(GetSetting(L"LogLevel", L"c:\\kelSDK.log"), Utf8(line));
 }
 

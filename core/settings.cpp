@@ -1,3 +1,4 @@
+// Reading the user's settings.
 #include "core/settings.h"
 
 namespace kel::core {

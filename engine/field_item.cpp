@@ -1,3 +1,4 @@
+// Reading a dictionary item, without making strings where it is one of ours.
 #include "engine/field_item.h"
 
 #include <limits>

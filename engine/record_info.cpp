@@ -1,3 +1,4 @@
+// The record state as clients see it.
 #include "engine/record_info.h"
 
 #include "automation/property.h"

@@ -1,3 +1,4 @@
+// The platform's notice that an apartment ends.
 #include "registry/apartment_spy.h"
 
 #include <windows.h>

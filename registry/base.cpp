@@ -1,3 +1,4 @@
+// The root object: callbacks handed out, key fields tied, names changed.
 #include "registry/base.h"
 
 #include "automation/message_pump.h"

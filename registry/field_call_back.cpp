@@ -1,3 +1,4 @@
+// The callback of a key field: events to its controls.
 #include "registry/field_call_back.h"
 
 #include "automation/stored_property.h"

@@ -1,3 +1,4 @@
+// The table of key fields, their sessions and files.
 #include "registry/key_field_xref.h"
 
 #include <algorithm>

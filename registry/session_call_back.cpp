@@ -1,3 +1,4 @@
+// The callback of a session: events to its listeners, and the way to its engine.
 #include "registry/session_call_back.h"
 
 #include "automation/stored_property.h"

@@ -1,3 +1,4 @@
+// The state of a thread in its slot, from first use to the end of its apartment.
 #include "registry/thread_registry.h"
 
 #include <limits>
