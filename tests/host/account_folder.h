@@ -10,7 +10,8 @@
 
 #include "hosts/embedded/store/process_liveness.h"
 #include "hosts/embedded/store/sqlite_store.h"
-#include "hosts/multivalue/text/error.h"
+#include "hosts/multivalue/text/text.h"
+#include "tests/support/throws.h"
 
 namespace kel::test {
 
@@ -49,24 +50,6 @@ inline embedded::StoreOptions Quick() {
     options.durability = embedded::Durability::kNormal;
     options.busyWaitMs = 5000;
     return options;
-}
-
-// The kind of the text::Error that `work` throws, and that its text names what it should.
-template <typename Work>
-testing::AssertionResult Throws(text::ErrorKind kind, text::TextView naming, Work work) {
-    try {
-        work();
-    } catch (const text::Error& error) {
-        if (error.kind() != kind) {
-            return testing::AssertionFailure()
-                   << "kind " << static_cast<int>(error.kind()) << ": " << error.what();
-        }
-        if (error.text().find(naming) == text::Text::npos) {
-            return testing::AssertionFailure() << "does not name its object: " << error.what();
-        }
-        return testing::AssertionSuccess();
-    }
-    return testing::AssertionFailure() << "nothing thrown";
 }
 
 }  // namespace kel::test

@@ -1,5 +1,6 @@
-// kel_cases FOLDER: runs input/output pairs (one JSON object a line, a file per operation) against
-// the library and prints, per file, how many agree and the first that do not.
+// kel_cases FOLDER [OPERATION...]: runs input/output pairs (one JSON object a line, a file per
+// operation; all if none is named) against the library and prints, per file, how many agree and the
+// first that do not.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -68,7 +69,7 @@ Tally RunFile(const std::filesystem::path& path, const Check& check) {
     return tally;
 }
 
-int RunFolder(const std::filesystem::path& folder) {
+int RunFolder(const std::filesystem::path& folder, const std::vector<std::string>& operations) {
     Checks checks;
     AddArrayChecks(checks);
     AddConversionChecks(checks);
@@ -76,7 +77,11 @@ int RunFolder(const std::filesystem::path& folder) {
     AddQueryChecks(checks, folder);
     std::vector<std::filesystem::path> files;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().extension() == ".jsonl") {
+        const std::string operation = entry.path().stem().string();
+        const bool isWanted =
+            operations.empty() ||
+            std::find(operations.begin(), operations.end(), operation) != operations.end();
+        if (entry.path().extension() == ".jsonl" && isWanted) {
             files.push_back(entry.path());
         }
     }
@@ -92,9 +97,8 @@ int RunFolder(const std::filesystem::path& folder) {
         total.cases += tally.cases;
         total.differing += tally.differing;
     }
-    std::cout << "total: " << total.cases << " cases, " << total.cases - total.differing
-              << " agree, " << total.differing << " differ\n";
-    return total.differing == 0 ? 0 : 1;
+    std::cout << total.cases - total.differing << " passed, " << total.differing << " failed\n";
+    return total.differing == 0 && total.cases > 0 ? 0 : 1;
 }
 
 }  // namespace
@@ -102,12 +106,12 @@ int RunFolder(const std::filesystem::path& folder) {
 }  // namespace kel::cases
 
 int main(int argc, char** argv) {
-    if (argc != 2 || !std::filesystem::is_directory(argv[1])) {
-        std::cerr << "usage: kel_cases FOLDER\n";
+    if (argc < 2 || !std::filesystem::is_directory(argv[1])) {
+        std::cerr << "usage: kel_cases FOLDER [OPERATION...]\n";
         return 2;
     }
     try {
-        return kel::cases::RunFolder(argv[1]);
+        return kel::cases::RunFolder(argv[1], {argv + 2, argv + argc});
     } catch (const std::exception& error) {
         std::cerr << "kel_cases: " << error.what() << '\n';
         return 2;

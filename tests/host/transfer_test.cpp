@@ -113,6 +113,7 @@ TEST(Import, ReadsCsvAndNamesItsFaults) {
         {"ID,NAME,TAGS\n1,a|b~c,a|b~c||\n", "1=a|b~c^a]b\\c]];"},
         {"ID,TAGS\n1,a\\|b|\\\\|c:\\d|\\\\s\n", "1=^a|b]\\]c:\\d]\\\\s;"},
         {"ID,NAME\n1,Z\xC3\xBCrich\n2,\xF0\x9F\x98\x80\n", "1=Z<63740>rich;2=<55357><56832>;"},
+        {"ID,NAME\n1,\xC3\xBF\n", "1=<63743>;"},
         {"ID,NAME\n1,5\" disc\n", "1=5\" disc;"},
         {"ID,COLOUR\n1,x\n", "Line 1, column \"COLOUR\": There is no such field."},
         {"ID,AREA\n1,x\n", "Line 1, column \"AREA\": The field is computed"},
@@ -248,6 +249,26 @@ TEST(Export, WritesWhatIsAskedFor) {
         EXPECT_EQ(Export(source, stream, fields, options), 2U);
         EXPECT_EQ(stream.str(), c.data);
     }
+}
+
+TEST(Export, KeepsWhatReadersWouldTakeForNothing) {
+    const std::map<Text, Text> records = {{u"1", u""}, {u"2", u" a"}, {u"3", u"a "}};
+    SomeFields fields;
+    ExportOptions options;
+    options.columns = {u"NAME"};
+    options.byteOrderMark = true;
+    options.format = TransferFormat::kCsv;
+    std::ostringstream whole;
+    AllRecords source(records);
+    EXPECT_EQ(Export(source, whole, fields, options), 3U);
+    EXPECT_EQ(whole.str(), "\xEF\xBB\xBFNAME\r\n\"\"\r\n\" a\"\r\n\"a \"\r\n");
+    options.batch = 2;
+    options.progress = [](std::uint64_t) { return false; };
+    std::ostringstream part;
+    AllRecords again(records);
+    EXPECT_EQ(Export(again, part, fields, options), 2U) << "it ends where it is told to";
+    EXPECT_FALSE(NumberedFields().Find(u"01") || NumberedFields().Find(u"0"));
+    EXPECT_TRUE(NumberedFields().Find(u"1"));
 }
 
 TEST(Export, ComesBackAsItWas) {

@@ -71,6 +71,7 @@ private:
     for (const Text& input : inputs) {
         std::printf("    \"%s\"\n", Drawn(input).c_str());
     }
+    std::printf("0 passed, 1 failed\n");
     std::exit(1);
 }
 
@@ -81,7 +82,11 @@ int RunFor(int count, char** arguments, const Text& alphabet, TryOne tryOne) {
         std::fprintf(stderr, "usage: %s SECONDS SEED\n", arguments[0]);
         return 2;
     }
-    Mutator mutator(static_cast<unsigned>(std::strtoul(arguments[2], nullptr, 10)), alphabet);
+    // Told before anything is tried: what ends the program early is found again with it.
+    const auto seed = static_cast<unsigned>(std::strtoul(arguments[2], nullptr, 10));
+    std::printf("seed %u\n", seed);
+    std::fflush(stdout);
+    Mutator mutator(seed, alphabet);
     const auto end =
         std::chrono::steady_clock::now() + std::chrono::seconds(std::atoi(arguments[1]));
     unsigned long tried = 0;
@@ -90,7 +95,7 @@ int RunFor(int count, char** arguments, const Text& alphabet, TryOne tryOne) {
             tryOne(mutator);
         }
     }
-    std::printf("%lu inputs tried, none broke a rule\n", tried);
+    std::printf("%lu inputs tried, none broke a rule\n1 passed, 0 failed\n", tried);
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 #include "hosts/multivalue/expression/correlative_evaluator.h"
 #include "hosts/multivalue/expression/field_evaluator.h"
@@ -25,6 +26,7 @@ struct Orders : PlainEnvironment {
         item("QTY", "D Pieces^2^^^5R^M^LINES");
         item("PRICE", "D^3^MD2^^9R^M^LINES");
         item("RATE", "D^4^^^5R^S");
+        item("ONE", "D^2^^^5R^S");
         item("EXT", "I^QTY*PRICE^MD2^^12R^M");
         item("TWICE", "I^EXT*2^^^12R^M");
         item("LOOP", "I^LOOP2+1");
@@ -150,6 +152,183 @@ TEST(Correlative, WorksOutOfARecord) {
     EXPECT_EQ(Evaluated(environment, "I;SUM(QTY)", 2), "12");
     environment.family = Family::kR83;
     EXPECT_EQ(Evaluated(environment, "I;COUNT('aaa','aa'):A.FIRST"), "2Anne");
+}
+
+TEST(Correlative, BindsOperatorsAsAlgebraDoes) {
+    Orders environment;
+    for (const Case& c : std::initializer_list<Case>{
+             {"I;10-2-3", "5"},
+             {"I;2+3*4", "14"},
+             {"I;(2+3)*4", "20"},
+             {"I;2*3+4", "10"},
+             {"I;24/4/2", "3"},
+             {"I;-2+3", "1"},
+             {"I;-(2+3)*2", "-10"},
+             {"I;- -2", "2"},
+             {"I;+3-+1", "2"},
+             {"I;1:2+3", "15"},
+             {"I;2*3:4", "64"},
+             {"I;1+1=2", "1"},
+             {"I;'a':'b'='ab'", "1"},
+             {"I;1=2=0", "1"},
+             {"I;1=1:0", "0"},
+             {"I;1 OR 0 AND 0", "1"},
+             {"I;0 AND 0 OR 1", "1"},
+             {"I;(1 OR 0) AND 0", "0"},
+             {"I;0 ! 1 & 1", "1"},
+             {"I;1=1 AND 2=3", "0"},
+             {"A;\"10\"-\"2\"-\"3\"", "5"},
+             {"A;\"2\"*(\"3\"+\"4\")", "14"},
+             {"A;\"1\":\"2\"+\"3\"", "15"},
+         }) {
+        EXPECT_EQ(Evaluated(environment, c.correlative), c.result) << c.correlative;
+    }
+    // Every comparison in all its spellings, of 1 and 2, 2 and 2, 2 and 1.
+    const struct {
+        const char* signs;
+        const char* holds;
+    } comparisons[] = {
+        {"= EQ", "010"},
+        {"# <> >< NE", "101"},
+        {"< LT", "100"},
+        {"> GT", "001"},
+        {"<= =< LE", "110"},
+        {">= => GE", "011"},
+        {"LIKE MATCHES MATCH", "010"},
+    };
+    for (const auto& [signs, holds] : comparisons) {
+        std::istringstream each(signs);
+        for (std::string sign; each >> sign;) {
+            std::string code = "I;('1' ";
+            code += sign + " '2'):('2' " + sign + " '2'):('2' " + sign + " '1')";
+            EXPECT_EQ(Evaluated(environment, code.c_str()), holds) << code;
+        }
+    }
+    const struct {
+        const char* signs;
+        const char* holds;
+    } stacked[] = {{"=", "010"},
+                   {"# <>", "101"},
+                   {"<", "100"},
+                   {">", "001"},
+                   {"] <=", "110"},
+                   {"[ >=", "011"}};
+    for (const auto& [signs, holds] : stacked) {
+        std::istringstream each(signs);
+        for (std::string sign; each >> sign;) {
+            const std::string code =
+                "F;C1;C2;" + sign + ";C2;C2;" + sign + ";:;C2;C1;" + sign + ";:";
+            EXPECT_EQ(Evaluated(environment, code.c_str()), holds) << code;
+        }
+    }
+}
+
+TEST(Correlative, HasTheUsualFunctions) {
+    Orders environment;
+    for (const Case& c : std::initializer_list<Case>{
+             {"I;ABS(-2.5):' ':ABS(3):' ':INT(2.9):' ':INT(-2.9):' ':INT(7/2)", "2.5 3 2 -2 3"},
+             {"I;MOD(7,4):' ':REM(-7,4):' ':MOD(7,-4):' ':MOD(7,0)", "3 -3 3 0"},
+             {"I;NOT(0):NOT(''):NOT(5):NOT('x')", "1100"},
+             {"I;1/3:' ':2/3*3:' ':10/4", "0.3333 2 2.5"},
+             {"I;ABS(-2/3):' ':(2/3)", "0.6667 0.6667"},
+             {"I;-(2/3)", "-0.6667"},
+             {"I;LEN(''):LEN('abc'):LEN(1/3)", "036"},
+             {"I;UPCASE('aBc'):DOWNCASE('aBc')", "ABCabc"},
+             {"I;INDEX('abab','b'):INDEX('abab','b',2):INDEX('abab','x')", "240"},
+             {"I;FIELD('a*b*c','*',2):FIELD('a*b*c','*',2,2):FIELD('a','*',2)", "bb*c"},
+             {"I;COUNT('aaaa','aa'):COUNT('','a'):COUNT('abc','')", "203"},
+             {"I;DCOUNT('a*b','*'):DCOUNT('','*'):DCOUNT('abc','')", "203"},
+             {"I;CHANGE('aXbX','X','-'):CHANGE('aXbX','X','-',1):CHANGE('aXbX','X','-',1,2)",
+              "a-b-a-bXaXb-"},
+             {"I;TRIM('  a  b  '):'.'", "a b."},
+             {"I;TRIM('--a--','-'):TRIM('--a--','-','L'):TRIM('--a--','-','B')", "aa--a"},
+             {"I;EXTRACT(@RECORD,2):'/':EXTRACT(@RECORD,2,3):'/':EXTRACT(@RECORD,6,1,2)",
+              "3]4]5/5/2"},
+             {"I;LEFT('abc',2):RIGHT('abc',2):LEFT('abc',9):RIGHT('abc',0)", "abbcabc"},
+             {"I;'abcdef'[2,3]:'abcdef'[2]:'a b c'[' ',2,1]:'abc'[9,1]", "bcdefb"},
+             {"I;@AM:@FM:@VM:@SM:@SVM:@TM", "^^]\\\\<251>"},
+             {"I;@DATE:' ':@TIME:' ':DATE():' ':TIME()", "19000 3600 19000 3600"},
+             {"I;@NI:@NB", "70"},
+             {"I;@NV:ONE", "13]4]5"},  // one value by definition is not counted
+             {"I;QTY:@NV", "3]4]51]2]3"},
+             {"I;@ID:@RECORD<5>:@RECORD<2,2>:@RECORD<6,1,2>:@RECORD<99>", "17Y]Q42"},
+             {"I;SUM(1:@VM:2:@SM:3)", "1]5"},
+             {"I;SUM(@RECORD<6>):'/':SUM(SUM(@RECORD<6>)):'/':SUM(7)", "3]3/6/7"},
+             {"I;MAXIMUM(QTY):MINIMUM(QTY):MAXIMUM('x'):MAXIMUM(-1:@VM:-2):MINIMUM(-1:@VM:-2)",
+              "53-1-2"},
+             {"I;OCONV('255','MX'):ICONV('FF','MX'):FMT('5','3R')", "FF255  5"},
+             {"I;OCONV(1:@VM:2,'L'):FMT('a':@VM:'b','2R')", "3 a] b"},
+             {"I;REUSE(5)+QTY", "8]9]10"},
+             {"I;IF QTY > 4 THEN 'many' ELSE 'few'", "few"},  // texts are compared as a whole
+             {"I;IF '' THEN 'a'", ""},
+             {"I;1;2;@1:@2:@", "122"},
+             {"I;SUBR('P',NAME,1)", "P(,Anne Lee)"},
+             {"I;TRANS('CITIES','Y',1,'X'):TRANS('CITIES','Q',1,'X'):TRANS('CITIES','',1,'C')",
+              "YORK"},
+             {"I;TRANS('CITIES','Y',-1,'X')", "YORK^NORTH]EAST"},
+             {"I;TRANS('CITIES','Q',1,'V')", "There is no record \"Q\" in file CITIES."},
+             {"A;R(\"7\",\"4\"):S(2):NB:NI", "31207"},
+             {"A;IF 2 = \"4\" THEN 3 ELSE \"-\"", "-]20]-"},
+             {"A;1[\"6\",\"3\"]:1[\"2\"]", "Leeee"},
+             {"A;NV:NS:6:2", "1113\\22]2134]315"},
+             {"A;2(MD1)", "0.3]0.4]0.5"},
+             {"I;TRANS('CITIES','',1,'V')", ""},
+             {"A;6+\"1\"", "2\\3]4"},
+             {"A;6*2", "3\\0]12]0"},
+             {"F;C7;C2;R", "1"},
+             {"F;C7;C2;+;C3;*", "27"},
+             {"F;C7;C2;:", "72"},
+             {"F;2;S;C1;-", "11"},
+             {"F;C1234;C1;*3", "1"},
+             {"F;C5;P;+", "10"},
+             {"F;C1;C2;_;:", "21"},
+             {"F;\"x;y\";'z';:", "x;yz"},
+             {"F;2R;3;+", "13]24]5"},
+             {"C;1;4", "Anne Lee2"},
+             {"C;*;\"-\";4", "12345-2"},
+         }) {
+        EXPECT_EQ(Evaluated(environment, c.correlative), c.result) << c.correlative;
+    }
+    environment.family = Family::kR83;
+    EXPECT_EQ(Evaluated(environment, "I;COUNT('aaaa','aa'):DCOUNT('aaaa','aa')"), "34");
+}
+
+TEST(Dictionary, ReadsItemsOfBothFamilies) {
+    const auto drawn = [](const DictionaryItem& item) {
+        if (item.kind != DictionaryItem::Kind::kField) {
+            return item.kind == DictionaryItem::Kind::kPhrase ? "phrase " + Drawn(item.phrase)
+                                                              : std::string("other");
+        }
+        std::string text = std::to_string(item.attribute);
+        for (const Text& part :
+             {item.conversion, item.heading, item.correlative, item.format, item.association}) {
+            text += "|" + Drawn(part);
+        }
+        return text + "|" + static_cast<char>(item.justification) + std::to_string(item.width) +
+               (item.multivalued ? " many" : " one");
+    };
+    const char* cases[][2] = {
+        {"D Qty^2^MD2^Quan]tity^12R2,^M^LINES^x", "2|MD2|Quan]tity||12R2,|LINES|R12 many"},
+        {"d^2^^^5t^s", "2||||5t||T5 one"},
+        {"d^2^^^5^m", "2||||5||L5 many"},
+        {"D^0^^^10'0'R^S", "0||||10'0'R||L10 one"},
+        {"D^x^^^^", "0||||||L10 one"},
+        {"D^-3^^^U", "0||||U||U10 one"},
+        {"D^1^^^12*R^M", "1||||12*R||R12 many"},
+        {"I Ext^QTY*PRICE^MD2^Ext^9R^M^LINES", "0|MD2|Ext|I;QTY*PRICE|9R|LINES|R9 many"},
+        {"A^3^Pr]ice^D;2^^^MD2^A;1*2^R^9", "3|MD2|Pr]ice|A;1*2||D;2|R9 many"},
+        {"S^3^Price^C;4;5^^^^^T^12", "3||Price|||C;4;5|T12 many"},
+        {"a^3^^^^^^^l]x^", "3||||||L10 many"},
+        {"A^3^^^^^^^Q^0", "3||||||L0 many"},
+        {"PH^QTY PRICE^more", "phrase QTY PRICE"},
+        {"PH a phrase^A B", "phrase A B"},
+        {"X^1", "other"},
+        {"DX^1", "other"},
+        {"", "other"},
+    };
+    for (const auto& [record, item] : cases) {
+        EXPECT_EQ(drawn(ReadDictionaryItem(Marked(record))), item) << record;
+    }
 }
 
 TEST(Correlative, NamesWhatIsWrongAndWhere) {
@@ -282,6 +461,10 @@ TEST(FieldEvaluator, GivesFieldsByNameInBothForms) {
     EXPECT_EQ(fields.Resolve(u"LINES"), nullptr);
     EXPECT_EQ(fields.Resolve(u"6"), nullptr) << "attributes by bare number are the other family's";
     EXPECT_THROW(fields.Resolve(u"BAD"), Error);
+    environment.family = Family::kR83;
+    FieldEvaluator others(environment, u"ORDERS");
+    EXPECT_EQ(others.Resolve(u"F6"), nullptr);
+    EXPECT_NE(others.Resolve(u"6"), nullptr);
 }
 
 }  // namespace
