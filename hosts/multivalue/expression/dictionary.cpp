@@ -181,7 +181,7 @@ Text WriteDictionaryItem(const DictionaryForm& form, Family family, TextView exi
         set(4, form.heading);
         set(5, FormatOf(form, old));
         if (!sameLayout) {
-            set(6, oldIsField && !old.multivalued ? u"S" : u"M");
+            set(6, u"M");
         }
     } else {
         if (!sameLayout) {
