@@ -137,7 +137,8 @@ void Edit(Mutator& mutator, DynamicArray& array, Text& text, Position at) {
 void TryOne(Mutator& mutator) {
     Text text = Large(mutator);
     DynamicArray array(text);
-    for (std::size_t edits = mutator.Below(12); edits > 0; --edits) {
+    // Many in small texts, where a step of the slow model is cheap.
+    for (std::size_t edits = mutator.Below(text.size() < 3000 ? 100 : 12); edits > 0; --edits) {
         const Text before = text;
         const auto attributes =
             static_cast<std::size_t>(std::count(text.begin(), text.end(), kAttributeMark));

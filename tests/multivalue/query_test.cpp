@@ -98,6 +98,7 @@ TEST_F(QueryTest, ComparesAsTheFieldSays) {
         {"REF > 9", "2 3"},  // numbers by size, other text of its field the shorter first
         {"REF = '09.0'", "1"},
         {"REF < 9", "4 5"},  // an empty value comes before every number
+        {"REF > 'AA'", "5"},
         {"REF < 0", "4"},
         {"REF = 0", ""},
         {"REF # 0", "1 2 3 4 5"},
