@@ -14,6 +14,7 @@ using registry::ThreadRegistry;
 
 namespace {
 
+// Published text, spelled like this: programs compare it.
 constexpr const wchar_t* kSessionLost =
     L"Reference to Session information can not be found.  Database Session has been closed and "
     L"distroyed.";

@@ -39,8 +39,7 @@ struct FieldDefinition {
 };
 
 // Holds names only and finds its session at every call: the key field's registered session, else
-// the one in its Session property. The engine takes it as the description of a field; internally a
-// bare one is made for a single call.
+// the one in its Session property. The engine takes it as the description of a field.
 class DictItem final : public automation::Object<kelDictItem, _kelDictItem, IDictItemState> {
 public:
     DictItem() = default;

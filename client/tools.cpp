@@ -2,7 +2,6 @@
 #include "client/tools.h"
 
 #include "automation/property.h"
-#include "client/dict_item.h"
 #include "client/utilities.h"
 #include "registry/thread_registry.h"
 
@@ -11,18 +10,7 @@ namespace kel::client {
 using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
 using registry::ThreadRegistry;
 
-namespace {
-
-// The description of a record for one call.
-ComPtr<DictItem> RecordOf(BSTR keyId) {
-    auto item = Make<DictItem>();
-    item->definition.keyId = View(keyId);
-    return item;
-}
-
-}  // namespace
-
-Tools::Tools(TextView session) : sessionName_(session), sessionKey_(Lower(session)) {}
+Tools::Tools(TextView session) : sessionKey_(Lower(session)) {}
 
 template <typename Call>
 void Tools::callEngine(Call&& call) const {
@@ -31,9 +19,9 @@ void Tools::callEngine(Call&& call) const {
 }
 
 template <typename Call>
-void Tools::callElements(Call&& call) const {
-    const auto elements = ThreadRegistry::Current().engine(sessionKey_).as<IElements>();
-    CallOut([&] { return call(*elements); });
+void Tools::callByKeyField(Call&& call) const {
+    const auto engine = ThreadRegistry::Current().engine(sessionKey_).as<IByKeyField>();
+    CallOut([&] { return call(*engine); });
 }
 
 template <typename Call>
@@ -102,8 +90,8 @@ STDMETHODIMP Tools::Extract(BSTR keyId, long amc, long vmc, long smc, BSTR* resu
     return translated(L"Extract", [&] {
         Out out{result};
         Bstr value;
-        callElements([&](IElements& elements) {
-            return elements.ExtractAt(keyId, amc, vmc, smc, value.put());
+        callByKeyField([&](IByKeyField& engine) {
+            return engine.ExtractAt(keyId, amc, vmc, smc, value.put());
         });
         out = std::move(value);
     });
@@ -111,21 +99,21 @@ STDMETHODIMP Tools::Extract(BSTR keyId, long amc, long vmc, long smc, BSTR* resu
 
 STDMETHODIMP Tools::Replace(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept {
     return translated(L"Replace", [&] {
-        callElements(
-            [&](IElements& elements) { return elements.ReplaceAt(keyId, value, amc, vmc, smc); });
+        callByKeyField(
+            [&](IByKeyField& engine) { return engine.ReplaceAt(keyId, value, amc, vmc, smc); });
     });
 }
 
 STDMETHODIMP Tools::Insert(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept {
     return translated(L"Insert", [&] {
-        callElements(
-            [&](IElements& elements) { return elements.InsertAt(keyId, value, amc, vmc, smc); });
+        callByKeyField(
+            [&](IByKeyField& engine) { return engine.InsertAt(keyId, value, amc, vmc, smc); });
     });
 }
 
 STDMETHODIMP Tools::Delete(BSTR keyId, long amc, long vmc, long smc) noexcept {
     return translated(L"Delete", [&] {
-        callElements([&](IElements& elements) { return elements.DeleteAt(keyId, amc, vmc, smc); });
+        callByKeyField([&](IByKeyField& engine) { return engine.DeleteAt(keyId, amc, vmc, smc); });
     });
 }
 
@@ -139,8 +127,8 @@ STDMETHODIMP Tools::Locate(BSTR keyId,
     return translated(L"Locate", [&] {
         Out out{result};
         VARIANT_BOOL found = VARIANT_FALSE;
-        callElements([&](IElements& elements) {
-            return elements.LocateAt(keyId, search, pos, sortBy, amc, vmc, &found);
+        callByKeyField([&](IByKeyField& engine) {
+            return engine.LocateAt(keyId, search, pos, sortBy, amc, vmc, &found);
         });
         out = found;
     });
@@ -149,12 +137,9 @@ STDMETHODIMP Tools::Locate(BSTR keyId,
 HRESULT Tools::readRecord(
     const wchar_t* member, BSTR keyId, BSTR recordNumber, BSTR fileName, bool readU) noexcept {
     return translated(member, [&] {
-        const auto field = RecordOf(keyId);
-        field->definition.fileName = View(fileName);
-        field->definition.readU = readU;
-        short ignored = 0;
-        callEngine(
-            [&](_kelDBMS& engine) { return engine.mvRead(recordNumber, field.get(), &ignored); });
+        callByKeyField([&](IByKeyField& engine) {
+            return engine.ReadRecordOf(keyId, recordNumber, fileName, Flag(readU));
+        });
     });
 }
 
@@ -169,11 +154,8 @@ STDMETHODIMP Tools::mvReadU(BSTR keyId, BSTR recordNumber, BSTR fileName) noexce
 HRESULT Tools::writeRecord(
     const wchar_t* member, BSTR keyId, BSTR recordNumber, BSTR fileName, bool writeU) noexcept {
     return translated(member, [&] {
-        const auto field = RecordOf(keyId);
-        field->definition.fileName = View(fileName);
-        short ignored = 0;
-        callEngine([&](_kelDBMS& engine) {
-            return engine.mvWrite(Flag(writeU), recordNumber, field.get(), &ignored);
+        callByKeyField([&](IByKeyField& engine) {
+            return engine.WriteRecordOf(keyId, recordNumber, fileName, Flag(writeU));
         });
     });
 }
@@ -189,8 +171,7 @@ STDMETHODIMP Tools::mvWriteU(BSTR keyId, BSTR recordNumber, BSTR fileName) noexc
 STDMETHODIMP Tools::mvRelease(BSTR keyId) noexcept {
     return ComMethod([&] {
         Ignoring([&] {
-            const auto field = RecordOf(keyId);
-            callEngine([&](_kelDBMS& engine) { return engine.mvRelease(field.get()); });
+            callByKeyField([&](IByKeyField& engine) { return engine.ReleaseRecordOf(keyId); });
         });
     });
 }
@@ -200,8 +181,8 @@ Tools::Dcount(BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* resu
     return translated(L"Dcount", [&] {
         Out out{result};
         long count = 0;
-        callElements([&](IElements& elements) {
-            return elements.DcountAt(keyId, delimit, amc, vmc, smc, &count);
+        callByKeyField([&](IByKeyField& engine) {
+            return engine.DcountAt(keyId, delimit, amc, vmc, smc, &count);
         });
         out = count;
     });
@@ -222,18 +203,17 @@ Tools::Count(BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* resul
 
 STDMETHODIMP Tools::ExecuteSelect(BSTR selectListName, BSTR sentence) noexcept {
     return translated(L"ExecuteSelect", [&] {
-        const auto field = RecordOf(selectListName);
-        callEngine(
-            [&](_kelDBMS& engine) { return engine.ExecuteSelectList(sentence, field.get()); });
+        callByKeyField(
+            [&](IByKeyField& engine) { return engine.SelectFor(selectListName, sentence); });
     });
 }
 
 STDMETHODIMP Tools::ReadNext(BSTR selectListName, BSTR* id, VARIANT_BOOL* result) noexcept {
     return translated(L"ReadNext", [&] {
         Out out{result};
-        const auto field = RecordOf(selectListName);
         VARIANT_BOOL more = VARIANT_FALSE;
-        callEngine([&](_kelDBMS& engine) { return engine.ReadNext(id, field.get(), &more); });
+        callByKeyField(
+            [&](IByKeyField& engine) { return engine.ReadNextOf(selectListName, id, &more); });
         out = more;
     });
 }
@@ -241,8 +221,8 @@ STDMETHODIMP Tools::ReadNext(BSTR selectListName, BSTR* id, VARIANT_BOOL* result
 STDMETHODIMP Tools::CloseSelect(BSTR selectListName) noexcept {
     return ComMethod([&] {
         Ignoring([&] {
-            const auto field = RecordOf(selectListName);
-            callEngine([&](_kelDBMS& engine) { return engine.DestorySelectList(field.get()); });
+            callByKeyField(
+                [&](IByKeyField& engine) { return engine.CloseSelectOf(selectListName); });
         });
     });
 }
@@ -347,12 +327,9 @@ STDMETHODIMP Tools::ProcessCorrelative(
     BSTR keyId, BSTR correlative, BSTR value, BSTR key, short cnt, BSTR* result) noexcept {
     return translated(L"ProcessCorrelative", [&] {
         Out out{result};
-        const auto field = RecordOf(keyId);
-        field->definition.session = sessionName_;
-        field->definition.correlative = View(correlative);
         Bstr derived;
-        callEngine([&](_kelDBMS& engine) {
-            return engine.ProcessCorrelative(value, key, cnt, field.get(), derived.put());
+        callByKeyField([&](IByKeyField& engine) {
+            return engine.DeriveAt(keyId, correlative, value, key, cnt, derived.put());
         });
         out = std::move(derived);
     });

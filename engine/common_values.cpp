@@ -1,74 +1,57 @@
-// Values and objects that all controls of a session share. Nothing here raises an error.
-#include "engine/dbms.h"
+// Setting and finding shared values, and telling of them.
+#include "engine/common_values.h"
+
+#include "automation/com_method.h"
 
 namespace kel::engine {
 
 using namespace automation;  // NOLINT(google-build-using-namespace): the folder below
 
-STDMETHODIMP Dbms::get_CommonValue(BSTR commonName, VARIANT* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        Ignoring([&] { out = Variant(CommonList().ItemByKey(View(commonName))); });
-    });
+core::FastCollection& CommonValues::CommonList() {
+    if (!list_) {
+        list_ = std::make_unique<core::FastCollection>();
+    }
+    return *list_;
 }
 
-STDMETHODIMP Dbms::put_CommonValue(BSTR commonName, VARIANT* value) noexcept {
-    return ComMethod([&] {
-        Ignoring([&] {
-            const TextView name = View(commonName);
-            const Variant shared = Variant::Through(Require(value));
-            // Removed and added: a value set again moves to the end of the order.
-            if (CommonList().KeyExists(name)) {
-                CommonList().RemoveByKey(name);
-            }
-            CommonList().Add(shared.get(), name);
-        });
-        tellCommonValueChanged(commonName);
-    });
+Variant CommonValues::value(TextView name) noexcept {
+    Variant found;
+    Ignoring([&] { found = Variant(CommonList().ItemByKey(name)); });
+    return found;
 }
 
-STDMETHODIMP Dbms::get_CommonObject(BSTR commonName, IDispatch** result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        Ignoring([&] { out = ObjectIn<IDispatch>(CommonList().ItemByKey(View(commonName))); });
-    });
+ComPtr<IDispatch> CommonValues::object(TextView name) noexcept {
+    ComPtr<IDispatch> found;
+    Ignoring([&] { found = ObjectIn<IDispatch>(CommonList().ItemByKey(name)); });
+    return found;
 }
 
-STDMETHODIMP Dbms::putref_CommonObject(BSTR commonName, IDispatch** value) noexcept {
-    return ComMethod([&] {
-        Ignoring([&] {
-            const TextView name = View(commonName);
-            IDispatch* const object = value != nullptr ? *value : nullptr;
-            // Replaced in place: an object set again keeps its position.
-            if (CommonList().KeyExists(name)) {
-                CommonList().SetItem(Variant(name).get(), object);
-            } else {
-                CommonList().Add(Variant(object).get(), name);
-            }
-        });
-        tellCommonValueChanged(commonName);
-    });
-}
-
-void Dbms::tellCommonValueChanged(BSTR commonName) noexcept {
-    const ComPtr<_kelDBMS> keep(self());
-    forEachKeyField([&](const Text& key) {
-        tellField(key, [&](_kelFieldCallBack& callback) {
-            return callback.FldCommonValueChanged(commonName);
-        });
-    });
-}
-
-STDMETHODIMP Dbms::get_mvInfo(BSTR keyId, IDispatch** result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        const TextView name = View(keyId);
-        if (name.empty()) {
-            return;  // no key field, no state
+void CommonValues::setValue(BSTR name, const VARIANT* value) noexcept {
+    Ignoring([&] {
+        const Variant shared = Variant::Through(Require(value));
+        if (CommonList().KeyExists(View(name))) {
+            CommonList().RemoveByKey(View(name));
         }
-        Ignoring([&] { EnsureKeyFieldInfo(name); });
-        // The state is there even when its buffer could not be made.
-        Ignoring([&] { out = ComPtr<_kelInfo>(info(Lower(name))); });
+        CommonList().Add(shared.get(), View(name));
+    });
+    tellChanged(name);
+}
+
+void CommonValues::setObject(BSTR name, IDispatch* object) noexcept {
+    Ignoring([&] {
+        if (CommonList().KeyExists(View(name))) {
+            CommonList().SetItem(Variant(View(name)).get(), object);
+        } else {
+            CommonList().Add(Variant(object).get(), View(name));
+        }
+    });
+    tellChanged(name);
+}
+
+void CommonValues::tellChanged(BSTR name) const noexcept {
+    fields_.forEach([&](const Text& key) {
+        TellField(
+            key, [&](_kelFieldCallBack& callback) { return callback.FldCommonValueChanged(name); });
     });
 }
 

@@ -1,10 +1,12 @@
-// Connection lifecycle of the engine: what its states are, Connect, Disconnect, the back-end's
-// number.
+// What the states of a connection are, Connect, Disconnect, the back-end's number.
+#include "engine/connection.h"
+
 #include "automation/message_pump.h"
-#include "automation/stored_property.h"
+#include "automation/module.h"
+#include "automation/property.h"
 #include "backend/discovery.h"
 #include "core/log.h"
-#include "engine/dbms.h"
+#include "engine/select_lists.h"
 
 namespace kel::engine {
 
@@ -13,16 +15,14 @@ using registry::ThreadRegistry;
 
 namespace {
 
-constexpr short kBeginLevel = 1;
 constexpr long kNoOsType = kObjectError + 1;
-constexpr long kUnknownOsType = kObjectError + 3;
 constexpr const wchar_t* kObjectType = L"object";
 
 }  // namespace
 
 // One run of Connect: its outcome so far.
-struct Dbms::ConnectAttempt {
-    explicit ConnectAttempt(ConnectionState& state) noexcept : run(state) {}
+struct Connection::Attempt {
+    explicit Attempt(ConnectionState& state) noexcept : run(state) {}
 
     ConnectionState::Connecting run;
     short osType = 0;
@@ -44,85 +44,33 @@ struct Dbms::ConnectAttempt {
     }
 };
 
-Dbms::Dbms(TextView sessionName) : sessionName_(sessionName), sessionKey_(Lower(sessionName)) {
-    core::WriteLog(L"DBMS Initalized", core::kTraceLevel);
+Connection::Connection(TextView sessionName,
+                       HostLink& host,
+                       RecordStates& states,
+                       FileVariables& files,
+                       KeyFields& fields)
+    : host_(host), states_(states), files_(files), fields_(fields), sessionName_(sessionName) {}
+
+void Connection::rename(TextView sessionName) {
+    fields_.rename(sessionName);
+    sessionName_ = sessionName;
 }
 
-void Dbms::terminate() noexcept {
-    Ignoring([&] { core::WriteLog(L"DBMS Terminated Begin " + sessionName_, kBeginLevel); });
-    disconnect();
-    fileNameCache_.reset();
-    dictNameCache_.reset();
-    commonList_.reset();
-    infoList_.reset();
-    fileVarList_.reset();
-    Ignoring([&] { core::WriteLog(L"DBMS Terminated " + sessionName_, core::kTraceLevel); });
-}
-
-ComPtr<_mviHostDLL> Dbms::host() const {
-    if (!host_) {
-        throw Error(kObjectNotSet);
-    }
-    return host_;
-}
-
-STDMETHODIMP Dbms::get_SessionName(BSTR* result) noexcept {
-    return GiveText(sessionName_, result);
-}
-
-STDMETHODIMP Dbms::put_SessionName(BSTR value) noexcept {
-    return ComMethod([&] {
-        Text key = Lower(View(value));
-        sessionName_ = View(value);
-        sessionKey_ = std::move(key);
-    });
-}
-
-STDMETHODIMP Dbms::get_AutoUpdateOk(VARIANT_BOOL* result) noexcept {
-    return GiveFlag(autoUpdateOk_, result);
-}
-
-STDMETHODIMP Dbms::put_AutoUpdateOk(VARIANT_BOOL value) noexcept {
-    return TakeFlag(value, autoUpdateOk_);
-}
-
-bool Dbms::isConnected() noexcept {
-    bool connected = false;
-    Ignoring([&] { connected = GetFlag(*host(), &_mviHostDLL::get_IsConnected); });
-    return connected;
-}
-
-STDMETHODIMP Dbms::get_IsConnected(VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = isConnected();
-    });
-}
-
-STDMETHODIMP Dbms::get_IsConnecting(VARIANT_BOOL* result) noexcept {
-    return GiveFlag(connection_.isBusy(), result);
-}
-
-STDMETHODIMP Dbms::get_ConnectionFailed(VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        Ignoring([&] { out = GetFlag(*host(), &_mviHostDLL::get_ConnectFailed); });
-    });
-}
-
-STDMETHODIMP Dbms::get_ConnectionErrMsg(BSTR* result) noexcept {
-    return GiveText(connectionErrMsg_, result);
+bool Connection::hasFailed() const noexcept {
+    bool failed = false;
+    Ignoring([&] { failed = GetFlag(*host_.host(), &_mviHostDLL::get_ConnectFailed); });
+    return failed;
 }
 
 // The client says which back-end it wants until there is one; afterwards the back-end says.
-short Dbms::osType() {
-    if (host_) {
-        return GetNumber(*host(), &_mviHostDLL::get_OsType);
+short Connection::askedOsType() {
+    if (host_.ifAny()) {
+        return GetNumber(*host_.host(), &_mviHostDLL::get_OsType);
     }
     const bool wasAsking = std::exchange(isAskingOsType_, true);
     short number = 0;
     Ignoring([&] {
-        const auto session = ThreadRegistry::Current().sessionCallback(sessionKey_);
+        const auto session = ThreadRegistry::Current().sessionCallback(fields_.session());
         const Bstr name(L"OsType");
         Bstr answer;
         CallOut([&] { return session->GetPropertyValue(name.get(), answer.put()); });
@@ -132,55 +80,21 @@ short Dbms::osType() {
     return number;
 }
 
-STDMETHODIMP Dbms::get_OsType(short* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        // A client that is being asked and asks back has not said it yet.
-        if (host_ || !isAskingOsType_) {
-            out = osType();
-        }
-    });
+short Connection::osType() {
+    return host_.ifAny() || !isAskingOsType_ ? askedOsType() : short{0};
 }
 
-STDMETHODIMP Dbms::put_OsType(short value) noexcept {
-    return ComMethod([&] {
-        if (!backend::IsRegistered(value)) {
-            storedOsType_ = 0;
-            throw Error(kUnknownOsType,
-                        L"kelDBMS::OsType",
-                        L"Unable to find a registered DLL version 2 or above for OsType " +
-                            DecimalText(value));
-        }
-        storedOsType_ = value;
-    });
-}
-
-STDMETHODIMP Dbms::ValidOsType(short osType, VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = backend::IsRegistered(osType);
-    });
-}
-
-STDMETHODIMP Dbms::Connect(VARIANT_BOOL* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        out = connect();
-    });
-}
-
-bool Dbms::connect() {
-    const ComPtr<_kelDBMS> keep(self());
-    if (connection_.refusesConnect()) {
+bool Connection::connect() {
+    if (state_.refusesConnect()) {
         return false;
     }
-    if (connection_.isTelling() && isConnected()) {
+    if (state_.isTelling() && host_.isConnected()) {
         return true;
     }
     const BusyPointer busy;
-    ConnectAttempt attempt(connection_);
+    Attempt attempt(state_);
     try {
-        attemptConnect(attempt);
+        tryToConnect(attempt);
     } catch (...) {
         const Error error = CurrentError();
         attempt.connected = false;
@@ -188,26 +102,26 @@ bool Dbms::connect() {
                      L" (kelSDK::Connect::" + error.source() + L") " + error.description());
     }
     attempt.run.settle(attempt.connected);
-    connectionErrMsg_ = attempt.error;
+    errorMessage_ = attempt.error;
     announce(attempt);
     // A listener may have disconnected what was connected, or connected after a failure.
-    return connection_.isConnected();
+    return state_.isConnected();
 }
 
-void Dbms::attemptConnect(ConnectAttempt& attempt) {
-    if (ConnectionState::Steps* const steps = connection_.underWay()) {
+void Connection::tryToConnect(Attempt& attempt) {
+    if (ConnectionState::Steps* const steps = state_.underWay()) {
         takeSteps(*steps);
-        connection_.ended();
+        state_.ended();
     }
-    connectionErrMsg_.clear();
+    errorMessage_.clear();
     core::WriteLog(sessionName_ + L" Connecting...", core::kTraceLevel);
-    attempt.session = ThreadRegistry::Current().sessionCallback(sessionKey_);
+    attempt.session = ThreadRegistry::Current().sessionCallback(fields_.session());
     prepareHost(attempt);
     if (attempt.ended) {
         return;
     }
     passProperties(*attempt.session);
-    attempt.connected = GetFlag(*host(), &_mviHostDLL::get_IsConnected);
+    attempt.connected = GetFlag(*host_.host(), &_mviHostDLL::get_IsConnected);
     if (!attempt.connected) {
         callHostConnect(attempt);
     }
@@ -216,13 +130,13 @@ void Dbms::attemptConnect(ConnectAttempt& attempt) {
 
 // Settles which back-end is used: the one there is, or a new one when there is none or the client
 // asks for another kind.
-void Dbms::prepareHost(ConnectAttempt& attempt) {
-    attempt.osType = osType();
+void Connection::prepareHost(Attempt& attempt) {
+    attempt.osType = askedOsType();
     if (attempt.osType < 1) {
         throw Error(kNoOsType, L"kelDBMS::Connection", L"No OS Type has been assigned.");
     }
-    if (host_) {
-        const auto current = host();
+    if (host_.ifAny()) {
+        const auto current = host_.host();
         if (GetNumber(*current, &_mviHostDLL::get_OsType) == attempt.osType) {
             return;
         }
@@ -235,30 +149,30 @@ void Dbms::prepareHost(ConnectAttempt& attempt) {
         return;
     }
     attempt.requireNotOvertaken();
-    host_ = std::move(made);
+    host_.set(std::move(made));
 }
 
 // Asks the client for every property that is a text and hands the answers to the back-end, afresh
 // at every connection. Object-valued properties are the client's own business.
-void Dbms::passProperties(_kelSessionCallBack& session) {
-    const short count = GetNumber(*host(), &_mviHostDLL::PropertyCount);
+void Connection::passProperties(_kelSessionCallBack& session) {
+    const short count = GetNumber(*host_.host(), &_mviHostDLL::PropertyCount);
     for (short i = 1; i <= count && i > 0; ++i) {
         Bstr name;
         Bstr type;
-        const auto namer = host();
+        const auto namer = host_.host();
         CallOut([&] { return namer->GetPropertyName(i, name.inOut(), type.inOut()); });
         if (LowerEquals(type.view(), kObjectType)) {
             continue;
         }
         Bstr value;
         CallOut([&] { return session.GetPropertyValue(name.get(), value.put()); });
-        const auto taker = host();
+        const auto taker = host_.host();
         CallOut([&] { return taker->put_PropertyValue(name.get(), value.get()); });
     }
 }
 
-void Dbms::callHostConnect(ConnectAttempt& attempt) {
-    const auto connecting = host();
+void Connection::callHostConnect(Attempt& attempt) {
+    const auto connecting = host_.host();
     try {
         CallOut([&] { return connecting->Connect(); });
     } catch (...) {
@@ -274,14 +188,14 @@ void Dbms::callHostConnect(ConnectAttempt& attempt) {
         return;
     }
     // A back-end that reports itself connected counts as connected even when Connect failed.
-    attempt.connected = isConnected();
+    attempt.connected = host_.isConnected();
     if (!attempt.connected && attempt.error.empty()) {
         attempt.error = L"Connection Failed: Check the connection information";
     }
 }
 
 // Tells the session's listeners of the outcome, and the controls of a connection while it stands.
-void Dbms::announce(const ConnectAttempt& attempt) noexcept {
+void Connection::announce(const Attempt& attempt) noexcept {
     if (!attempt.connected) {
         Ignoring([&] {
             core::WriteLog(sessionName_ + L" Connection failed '" + attempt.error + L"'",
@@ -289,48 +203,42 @@ void Dbms::announce(const ConnectAttempt& attempt) noexcept {
         });
         Ignoring([&] {
             const Bstr text(attempt.error);
-            const auto listener = attempt.session
-                                      ? attempt.session
-                                      : ThreadRegistry::Current().sessionCallback(sessionKey_);
+            const auto listener =
+                attempt.session ? attempt.session
+                                : ThreadRegistry::Current().sessionCallback(fields_.session());
             CallOut([&] { return listener->SessionConnectionFailed(text.get()); });
         });
         return;
     }
     Ignoring([&] { core::WriteLog(sessionName_ + L" Connection Made", core::kTraceLevel); });
     Ignoring([&] { CallOut([&] { return attempt.session->SessionConnection(); }); });
-    forEachKeyField([&](const Text& key) {
+    fields_.forEach([&](const Text& key) {
         if (!attempt.run.isOvertaken()) {
-            tellField(key, [](_kelFieldCallBack& callback) { return callback.FldConnected(); });
+            TellField(key, [](_kelFieldCallBack& callback) { return callback.FldConnected(); });
         }
     });
 }
 
-STDMETHODIMP Dbms::Disconnect() noexcept {
-    return ComMethod([&] { disconnect(); });
-}
-
-void Dbms::disconnect() noexcept {
-    const ComPtr<_kelDBMS> keep(self());
-    ConnectionState::Disconnecting run(connection_);
+void Connection::disconnect() noexcept {
+    ConnectionState::Disconnecting run(state_);
     if (ConnectionState::Steps* const steps = run.steps()) {
-        connectionErrMsg_.clear();
-        steps->filesLeft = fileVarList_ ? fileVarList_->Count() : 0;
+        errorMessage_.clear();
+        steps->filesLeft = files_.count();
         takeSteps(*steps);
     }
 }
 
 // Takes the steps of a Disconnect that are left. Each may let a Connect in, which takes the others
 // itself and connects; then nothing is left here.
-void Dbms::takeSteps(ConnectionState::Steps& steps) noexcept {
+void Connection::takeSteps(ConnectionState::Steps& steps) noexcept {
     while (steps.filesLeft > 0) {
-        const long last = steps.filesLeft--;
-        Ignoring([&] { closeFile(FileVarList().Key(last).view()); });
+        files_.closeAt(steps.filesLeft--);
         PumpMessages();
     }
     if (!std::exchange(steps.hasEndedConnection, true)) {
-        const ComPtr<_mviHostDLL> ending = host_;
+        const ComPtr<_mviHostDLL> ending = host_.ifAny();
         // Whatever a window has opened meanwhile.
-        closeFiles(ending.get(), std::exchange(fileVarList_, nullptr));
+        FileVariables::closeAll(ending.get(), files_.takeAll());
         if (ending) {
             Ignoring([&] { CallOut([&] { return ending->Disconnect(); }); });
         }
@@ -339,17 +247,17 @@ void Dbms::takeSteps(ConnectionState::Steps& steps) noexcept {
         Ignoring([&] {
             // An engine that outlives its apartment's registry has nobody left to tell.
             if (ThreadRegistry* registry = ThreadRegistry::IfAny()) {
-                const auto session = registry->sessionCallback(sessionKey_);
+                const auto session = registry->sessionCallback(fields_.session());
                 CallOut([&] { return session->SessionDisconnect(); });
             }
         });
     }
     if (!steps.lastRow) {
-        steps.lastRow = lastRow();
+        steps.lastRow = KeyFields::lastRow();
     }
     while (steps.nextRow <= *steps.lastRow) {
         const long row = steps.nextRow;
-        const Text key = keyFieldAt(row);
+        const Text key = fields_.at(row);
         if (!key.empty()) {
             dropRecordState(key);
         }
@@ -357,7 +265,7 @@ void Dbms::takeSteps(ConnectionState::Steps& steps) noexcept {
         if (steps.nextRow == row) {
             ++steps.nextRow;
             if (!key.empty()) {
-                tellField(key,
+                TellField(key,
                           [](_kelFieldCallBack& callback) { return callback.FldDisconnected(); });
             }
         }
@@ -368,22 +276,24 @@ void Dbms::takeSteps(ConnectionState::Steps& steps) noexcept {
     }
 }
 
+// Taken out of the list first: what comes in while the select list is closed finds none of it.
+void Connection::dropRecordState(TextView key) noexcept {
+    Ignoring([&] { SelectLists::closeIn(*states_.take(key), host_.ifAny().get()); });
+}
+
 // Lets go of the back-end and of all that belongs to its connection: also what was opened while the
 // session disconnected, and the records of key fields that are tied to no session or to another.
 // Forgotten first: client code that the calls let in finds a session without a back-end.
-void Dbms::letGoOfBackend() noexcept {
-    const ComPtr<_mviHostDLL> leaving = std::exchange(host_, nullptr);
-    List files = std::exchange(fileVarList_, nullptr);
-    const List infos = std::exchange(infoList_, nullptr);
-    closeFiles(leaving.get(), std::move(files));
-    for (long i = infos ? infos->Count() : 0; i >= 1; --i) {
-        Ignoring([&] {
-            const ComPtr<RecordInfo> record = infoIn(infos->ItemByIndex(i).get());
-            if (record->state.selectList) {
-                closeSelectList(leaving.get(), *record);
-            }
-        });
-    }
+void Connection::letGoOfBackend() noexcept {
+    const ComPtr<_mviHostDLL> leaving = host_.take();
+    FileVariables::Taken files = files_.takeAll();
+    const RecordStates::Taken states = states_.takeAll();
+    FileVariables::closeAll(leaving.get(), std::move(files));
+    RecordStates::forEach(states, [&](RecordInfo& record) {
+        if (record.state.selectList) {
+            SelectLists::closeIn(record, leaving.get());
+        }
+    });
 }
 
 }  // namespace kel::engine

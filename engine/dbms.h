@@ -2,32 +2,37 @@
 // callback, the tools object and the dictionary item call it.
 #pragma once
 
-#include <memory>
-#include <optional>
-#include <set>
-
 #include "automation/object.h"
-#include "core/collection.h"
-#include "core/fast_collection.h"
-#include "engine/connection_state.h"
-#include "engine/field_item.h"
-#include "engine/record_info.h"
+#include "engine/common_values.h"
+#include "engine/connection.h"
+#include "engine/correlatives.h"
+#include "engine/definitions.h"
+#include "engine/elements.h"
+#include "engine/file_variables.h"
+#include "engine/host_calls.h"
+#include "engine/host_link.h"
+#include "engine/key_fields.h"
+#include "engine/name_lists.h"
+#include "engine/record_states.h"
+#include "engine/records.h"
+#include "engine/select_lists.h"
 #include "kelEngine.h"
 
 namespace kel::engine {
 
-// Owns the connection through one back-end object, the record states, the open file variables and
-// the common values. Members are implemented in one file per concern; each states there which
-// failures it traps and which reach the caller.
+// Published as one object; the work is done by its parts, each of which knows what it is given and
+// states which failures it traps and which reach the caller. Here arguments are checked, items read
+// and failures trapped for members that raise none.
 //
 // Back-end calls, events and message pumps run foreign code in the middle of members; that code may
-// disconnect, or remove the very thing in hand. Members therefore hold references of their own
-// across every such call and look their surroundings up again afterwards. One thread.
-class Dbms final : public automation::Object<kelDBMS, _kelDBMS, IElements> {
+// disconnect, or remove the very thing in hand. Parts therefore hold references of their own across
+// every such call and look their environment up again afterwards, and a member that tells others of
+// something keeps the engine itself until they are told. One thread.
+class Dbms final : public automation::Object<kelDBMS, _kelDBMS, IByKeyField> {
 public:
     explicit Dbms(TextView sessionName);
 
-    // connection.cpp
+    // connection
     STDMETHODIMP get_SessionName(BSTR* result) noexcept override;
     STDMETHODIMP put_SessionName(BSTR value) noexcept override;
     STDMETHODIMP get_AutoUpdateOk(VARIANT_BOOL* result) noexcept override;
@@ -42,7 +47,7 @@ public:
     STDMETHODIMP put_OsType(short value) noexcept override;
     STDMETHODIMP ValidOsType(short osType, VARIANT_BOOL* result) noexcept override;
 
-    // arrays.cpp
+    // elements
     STDMETHODIMP Extract(IDispatch* item, BSTR* result) noexcept override;
     STDMETHODIMP Replace(BSTR value, IDispatch* item) noexcept override;
     STDMETHODIMP Insert(BSTR value, IDispatch* item) noexcept override;
@@ -57,33 +62,13 @@ public:
     ProcessCorrelative(
         BSTR value, BSTR key, short cnt, IDispatch* item, BSTR* result) noexcept override;
 
-    // arrays.cpp, IElements: the same without an item
-    STDMETHODIMP
-    ExtractAt(BSTR keyId, long amc, long vmc, long smc, BSTR* result) noexcept override;
-    STDMETHODIMP
-    ReplaceAt(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept override;
-    STDMETHODIMP
-    InsertAt(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept override;
-    STDMETHODIMP DeleteAt(BSTR keyId, long amc, long vmc, long smc) noexcept override;
-    STDMETHODIMP LocateAt(BSTR keyId,
-                          BSTR search,
-                          long* pos,
-                          BSTR sortBy,
-                          long amc,
-                          long vmc,
-                          VARIANT_BOOL* result) noexcept override;
-    STDMETHODIMP DcountAt(
-        BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* result) noexcept override;
-
-    // files.cpp
+    // files
     STDMETHODIMP mvOpen(BSTR fileName, short* result) noexcept override;
     STDMETHODIMP OpenFileVar(BSTR fileName, IDispatch** result) noexcept override;
     STDMETHODIMP mvCloseFile(BSTR fileName) noexcept override;
 
-    // record_read.cpp
+    // records
     STDMETHODIMP mvRead(BSTR recordNumber, IDispatch* item, short* result) noexcept override;
-
-    // record_write.cpp
     STDMETHODIMP mvWrite(VARIANT_BOOL writeU,
                          BSTR recordNumber,
                          IDispatch* item,
@@ -92,7 +77,7 @@ public:
     STDMETHODIMP mvNew(BSTR recordNumber, IDispatch* item) noexcept override;
     STDMETHODIMP mvRelease(IDispatch* item) noexcept override;
 
-    // host_calls.cpp
+    // stored programs
     STDMETHODIMP CallHostProgram(BSTR progName,
                                  VARIANT* arg1,
                                  VARIANT* arg2,
@@ -117,13 +102,13 @@ public:
                                 BSTR sessionName,
                                 IDispatch* item) noexcept override;
 
-    // selections.cpp
+    // select lists and commands
     STDMETHODIMP ExecuteSelectList(BSTR sentence, IDispatch* item) noexcept override;
     STDMETHODIMP ReadNext(BSTR* id, IDispatch* item, VARIANT_BOOL* result) noexcept override;
     STDMETHODIMP DestorySelectList(IDispatch* item) noexcept override;
     STDMETHODIMP TCLExecute(BSTR sentence, BSTR* capture, BSTR* returning) noexcept override;
 
-    // dictionary.cpp
+    // dictionary and conversions
     STDMETHODIMP ReadDictItem(IDispatch* item) noexcept override;
     STDMETHODIMP WriteDictItem(IDispatch* item) noexcept override;
     STDMETHODIMP Oconv(BSTR value, BSTR conversion, VARIANT* result) noexcept override;
@@ -131,134 +116,69 @@ public:
     STDMETHODIMP GetDictNameList(BSTR fileName, IDispatch** result) noexcept override;
     STDMETHODIMP GetFileNameList(IDispatch** result) noexcept override;
 
-    // common_values.cpp
+    // common values
     STDMETHODIMP get_CommonValue(BSTR commonName, VARIANT* result) noexcept override;
     STDMETHODIMP put_CommonValue(BSTR commonName, VARIANT* value) noexcept override;
     STDMETHODIMP get_CommonObject(BSTR commonName, IDispatch** result) noexcept override;
     STDMETHODIMP putref_CommonObject(BSTR commonName, IDispatch** value) noexcept override;
     STDMETHODIMP get_mvInfo(BSTR keyId, IDispatch** result) noexcept override;
 
-private:
-    using List = std::unique_ptr<core::FastCollection>;
-    struct ConnectAttempt;
-    struct Element;
-    struct HostRecord;
+    // IByKeyField
+    STDMETHODIMP
+    ExtractAt(BSTR keyId, long amc, long vmc, long smc, BSTR* result) noexcept override;
+    STDMETHODIMP
+    ReplaceAt(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept override;
+    STDMETHODIMP
+    InsertAt(BSTR keyId, BSTR value, long amc, long vmc, long smc) noexcept override;
+    STDMETHODIMP DeleteAt(BSTR keyId, long amc, long vmc, long smc) noexcept override;
+    STDMETHODIMP LocateAt(BSTR keyId,
+                          BSTR search,
+                          long* pos,
+                          BSTR sortBy,
+                          long amc,
+                          long vmc,
+                          VARIANT_BOOL* result) noexcept override;
+    STDMETHODIMP DcountAt(
+        BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* result) noexcept override;
+    STDMETHODIMP DeriveAt(BSTR keyId,
+                          BSTR correlative,
+                          BSTR value,
+                          BSTR key,
+                          short cnt,
+                          BSTR* result) noexcept override;
+    STDMETHODIMP ReadRecordOf(BSTR keyId,
+                              BSTR recordNumber,
+                              BSTR fileName,
+                              VARIANT_BOOL readU) noexcept override;
+    STDMETHODIMP WriteRecordOf(BSTR keyId,
+                               BSTR recordNumber,
+                               BSTR fileName,
+                               VARIANT_BOOL writeU) noexcept override;
+    STDMETHODIMP ReleaseRecordOf(BSTR keyId) noexcept override;
+    STDMETHODIMP SelectFor(BSTR keyId, BSTR sentence) noexcept override;
+    STDMETHODIMP ReadNextOf(BSTR keyId, BSTR* id, VARIANT_BOOL* result) noexcept override;
+    STDMETHODIMP CloseSelectOf(BSTR keyId) noexcept override;
 
+private:
     ~Dbms() override = default;
     void terminate() noexcept override;
+    // For the length of a member that lets go of a client's last reference to the engine, or may.
+    ComPtr<_kelDBMS> kept() noexcept { return ComPtr<_kelDBMS>(self()); }
 
-    // ---- connection.cpp
-    // The back-end, held for the caller's call. Throws 91 when there is none.
-    ComPtr<_mviHostDLL> host() const;
-    short osType();
-    bool isConnected() noexcept;
-    bool connect();
-    void disconnect() noexcept;
-    void attemptConnect(ConnectAttempt& attempt);
-    void prepareHost(ConnectAttempt& attempt);
-    void passProperties(_kelSessionCallBack& session);
-    void callHostConnect(ConnectAttempt& attempt);
-    void announce(const ConnectAttempt& attempt) noexcept;
-    void takeSteps(ConnectionState::Steps& steps) noexcept;
-    void letGoOfBackend() noexcept;
-
-    // ---- record_state.cpp
-    static core::FastCollection& made(List& list);
-    core::FastCollection& InfoList() { return made(infoList_); }
-    core::FastCollection& FileVarList() { return made(fileVarList_); }
-    core::FastCollection& CommonList() { return made(commonList_); }
-    // Makes sure that a key field has a record state, with a buffer when the session is connected,
-    // and answers it. Throws what the back-end throws on making the buffer.
-    ComPtr<RecordInfo> EnsureKeyFieldInfo(TextView keyId) {
-        return EnsureKeyFieldInfo(keyId, automation::Lower(keyId));
-    }
-    ComPtr<RecordInfo> EnsureKeyFieldInfo(TextView keyId, const Text& key);
-    // The record state of a key field, by lower-case name; throws 381 when there is none.
-    ComPtr<RecordInfo> info(TextView key);
-    // An item of InfoList as what it is.
-    static ComPtr<RecordInfo> infoIn(const VARIANT& item);
-    ComPtr<IDispatch> newDynamicArray();
-    // First non-empty of the item's, the buffer's and the key field's file name.
-    static Text resolveFileName(const FieldItem& item, const RecordInfo& info, TextView key);
-
-    // Calls `call` with the callback of a key field. A missing or failing callback is ignored.
-    template <typename Call>
-    static void tellField(TextView key, Call&& call) noexcept;
-    // Highest index of the cross-reference table; -1 without a table.
-    static long lastRow() noexcept;
-    // The key field in a row of the table, in lower case; "" for none, or another session's.
-    Text keyFieldAt(long row) const noexcept;
-    // Visits the key fields of this session in the order of the table, as far as it reaches when
-    // the walk begins: handlers that always add one do not make it endless.
-    template <typename Visit>
-    void forEachKeyField(Visit&& visit) noexcept;
-    // Lets go of the record state of a key field, if there is one.
-    void dropRecordState(TextView key) noexcept;
-
-    // ---- arrays.cpp
-    void changed(const Element& element) noexcept;
-    // The members, once it is known what they are about.
-    Bstr extract(const Element& element);
-    void replace(const Element& element, BSTR value);
-    void insert(const Element& element, BSTR value);
-    void remove(const Element& element);
-    bool locate(const Element& element, BSTR search, long* pos, BSTR sortBy);
-    long dcount(const Element& element, BSTR delimit);
-    Text processCorrelative(const Element& element, BSTR value, TextView key, short cnt);
-
-    // ---- files.cpp
-    short open(TextView fileName);
-    ComPtr<IDispatch> fileVariable(TextView fileName) noexcept;
-    void closeFile(TextView fileName) noexcept;
-    // Closes all files, the last one first; without a back-end they are only let go of.
-    static void closeFiles(_mviHostDLL* host, List files) noexcept;
-
-    // ---- record_read.cpp
-    short read(TextView recordNumber, const FieldItem& item, TextView key);
-
-    // ---- record_write.cpp
-    short write(bool writeU, TextView recordNumber, const FieldItem& item, TextView key);
-
-    // ---- host_calls.cpp
-    void callHost(
-        IDispatch* item, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept;
-    HostRecord lendHostRecord(TextView keyId, const Text& key);
-    // Puts what a stored program made of the record back into the key field: what has a text.
-    void storeHostRecord(RecordState& state,
-                         const std::optional<Bstr>& recNo,
-                         const std::optional<Bstr>& text);
-    // Has the controls of a key field show the whole record, since a stored program asked for it.
-    void refreshForProgram(const Text& key) noexcept;
-
-    // ---- selections.cpp
-    // Takes a record's select list out and has the back-end, if there is one, close it; no list is
-    // closed as Nothing.
-    static void closeSelectList(_mviHostDLL* host, RecordInfo& record) noexcept;
-
-    // ---- dictionary.cpp
-    Text dictionaryFileName(const FieldItem& item);
-    void readDefinition(const FieldItem& item, TextView dictName);
-
-    // ---- common_values.cpp
-    void tellCommonValueChanged(BSTR commonName) noexcept;
-
-    // The definition's own fields.
-    ComPtr<core::Collection> dictNameCache_;  // lists of names by file name
-    ComPtr<core::Collection> fileNameCache_;
-    Text sessionName_;
-    Text sessionKey_;         // lower case
-    short storedOsType_ = 0;  // last accepted; the client or the back-end is asked instead
-    ComPtr<_mviHostDLL> host_;
-    List infoList_;
-    List fileVarList_;
-    List commonList_;
-    ConnectionState connection_;
-    bool isAskingOsType_ = false;  // the client is being asked for it
-    Text connectionErrMsg_;
-    bool autoUpdateOk_ = true;
-    std::set<Text> refreshedByProgram_;  // key fields whose controls follow a program's answer
+    // Each knows those before it only.
+    KeyFields fields_;
+    HostLink host_;
+    RecordStates states_{host_};
+    FileVariables files_{host_};
+    Connection connection_;
+    SelectLists selectLists_{host_, states_};
+    Elements elements_{host_, states_};
+    Records records_{host_, states_, files_};
+    HostCalls programs_{host_, states_};
+    Correlatives correlatives_{host_, states_, programs_};
+    Definitions definitions_{host_, states_};
+    NameLists names_{host_, connection_};
+    CommonValues common_{fields_};
 };
 
 }  // namespace kel::engine
-
-#include "engine/dbms_inline.h"

@@ -37,8 +37,8 @@ private:
     ComPtr<_kelDictItem> item_;
 };
 
-// Attribute, value and subvalue from 1; 0 is the whole enclosing level. 16 bits, as records have
-// always been addressed.
+// Attribute, value and subvalue from 1; 0 is the whole enclosing level. 16 bits wide, which the
+// members' 32-bit positions have to fit.
 struct Position {
     short amc = 0;
     short vmc = 0;

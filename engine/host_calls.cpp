@@ -1,11 +1,11 @@
-// Calls of stored programs. The protocol that authors of stored programs rely on is described in
-// docs/host-programs.md.
+// Lending a program its arguments and the record, and putting back what it made of them.
+#include "engine/host_calls.h"
+
 #include <algorithm>
-#include <array>
-#include <optional>
+#include <utility>
 
 #include "automation/by_reference.h"
-#include "engine/dbms.h"
+#include "engine/key_fields.h"
 
 namespace kel::engine {
 
@@ -13,7 +13,6 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 
 namespace {
 
-constexpr std::size_t kMostArguments = 12;
 constexpr wchar_t kAttributeMark = 254;
 constexpr wchar_t kValueMark = 253;
 constexpr TextView kHostProgramPrefix = L"C:";
@@ -22,8 +21,6 @@ constexpr TextView kButton = L"mvButton";
 constexpr TextView kRefreshCode = L"2";
 // The answer stands behind this mark of the parameter record.
 constexpr int kAnswerMark = 9;
-
-using Arguments = std::array<VARIANT*, kMostArguments>;
 
 // Stand-ins for arguments left out: one each, since a program may put something there.
 class MissingArguments {
@@ -177,50 +174,43 @@ void ShowFailure(TextView progName, const Error& error) {
 
 // Gives a caller's by-reference text a new value.
 void Assign(BSTR& target, Bstr value) noexcept {
-    SysFreeString(std::exchange(target, value.detach()));
+    Bstr::Adopt(std::exchange(target, value.detach()));
+}
+
+template <typename Run>
+void ShowingFailure(BSTR progName, Run&& run) noexcept {
+    try {
+        run();
+    } catch (...) {
+        Ignoring([&] { ShowFailure(View(progName), CurrentError()); });
+    }
 }
 
 }  // namespace
 
-STDMETHODIMP Dbms::CallHostProgram(BSTR progName,
-                                   VARIANT* arg1,
-                                   VARIANT* arg2,
-                                   VARIANT* arg3,
-                                   VARIANT* arg4,
-                                   VARIANT* arg5,
-                                   VARIANT* arg6,
-                                   VARIANT* arg7,
-                                   VARIANT* arg8,
-                                   VARIANT* arg9,
-                                   VARIANT* arg10,
-                                   VARIANT* arg11,
-                                   VARIANT* arg12) noexcept {
-    return ComMethod([&] {
-        CallersArguments args(
-            {arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12});
-        const auto called = host();
-        try {
-            Call(*called, progName, args.passed);
-        } catch (...) {
-            // What a program did to its arguments before it failed stays done.
-            const Error failure = CurrentError();
-            Ignoring([&] { args.giveBack(); });
-            throw Error(failure);
-        }
-        args.giveBack();
-    });
+void HostCalls::call(BSTR progName, const Arguments& given) {
+    CallersArguments args(given);
+    const auto called = host_.host();
+    try {
+        Call(*called, progName, args.passed);
+    } catch (...) {
+        const Error failure = CurrentError();
+        Ignoring([&] { args.giveBack(); });
+        throw Error(failure);
+    }
+    args.giveBack();
 }
 
 // The record as a stored program gets it, and as it is put back into the key field.
-struct Dbms::HostRecord {
+struct HostCalls::HostRecord {
     ComPtr<RecordInfo> info;
     ComPtr<_mviHostDLL> host;
     Variant recNo;
     Variant text;
 };
 
-Dbms::HostRecord Dbms::lendHostRecord(TextView keyId, const Text& key) {
-    HostRecord lent{EnsureKeyFieldInfo(keyId, key), host(), {}, {}};
+HostCalls::HostRecord HostCalls::lendHostRecord(TextView keyId, const Text& key) {
+    HostRecord lent{states_.EnsureKeyFieldInfo(keyId, key), host_.host(), {}, {}};
     ComPtr<IDispatch> array = lent.info->state.dynamicArray;
     Bstr text;
     CallOut([&] { return lent.host->Extract(array.inOut(), 0, 0, 0, text.put()); });
@@ -229,12 +219,12 @@ Dbms::HostRecord Dbms::lendHostRecord(TextView keyId, const Text& key) {
     return lent;
 }
 
-void Dbms::storeHostRecord(RecordState& state,
-                           const std::optional<Bstr>& recNo,
-                           const std::optional<Bstr>& text) {
+void HostCalls::storeHostRecord(RecordState& state,
+                                const std::optional<Bstr>& recNo,
+                                const std::optional<Bstr>& text) {
     if (text) {
         ComPtr<IDispatch> array = state.dynamicArray;
-        const auto editor = host();
+        const auto editor = host_.host();
         CallOut([&] { return editor->Replace(array.inOut(), text->get(), 0, 0, 0); });
         state.dynamicArray = std::move(array);
     }
@@ -247,13 +237,12 @@ void Dbms::storeHostRecord(RecordState& state,
 // show theirs again, would call itself without end: while the key field's controls follow such an
 // answer, a further one is not followed. Key fields whose programs answer one another end the same
 // way, each being followed once.
-void Dbms::refreshForProgram(const Text& key) noexcept {
+void HostCalls::refreshForProgram(const Text& key) noexcept {
     Ignoring([&] {
         if (!refreshedByProgram_.insert(key).second) {
             return;
         }
-        const ComPtr<_kelDBMS> keep(self());
-        tellField(key, [](_kelFieldCallBack& callback) {
+        TellField(key, [](_kelFieldCallBack& callback) {
             const Bstr whole(L"0");
             return callback.FldRefresh(nullptr, whole.get(), whole.get(), whole.get());
         });
@@ -261,107 +250,93 @@ void Dbms::refreshForProgram(const Text& key) noexcept {
     });
 }
 
-STDMETHODIMP Dbms::CallHost(IDispatch* item,
-                            BSTR progName,
-                            VARIANT* extra,
-                            BSTR* value,
-                            VARIANT_BOOL fourArguments) noexcept {
-    return ComMethod([&] {
-        callHost(item, progName, &Require(extra), &Require(value), fourArguments != VARIANT_FALSE);
-    });
-}
-
-// A failure is shown to the user; none reaches the caller.
-void Dbms::callHost(
+void HostCalls::run(
     IDispatch* item, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept {
-    try {
-        const Text keyId = FieldItem(item).keyId();
-        const Text key = RequireKey(keyId, L"mvDBMS::CallHost");
-        if (View(progName).empty()) {
-            return;
-        }
-        HostRecord record = lendHostRecord(keyId, key);
-        Variant code{TextView()};
-        Variant answer{View(*value)};
-        if (fourArguments) {
-            Call(*record.host,
-                 progName,
-                 {record.recNo.inOut(), record.text.inOut(), code.inOut(), answer.inOut()});
-        } else {
-            Call(*record.host,
-                 progName,
-                 {record.recNo.inOut(), record.text.inOut(), extra, code.inOut(), answer.inOut()});
-        }
-        if (V_VT(extra) == VT_NULL) {
-            *extra = Variant(TextView()).detach();
-        }
-        TextsLeft left;
-        storeHostRecord(record.info->state, left.in(record.recNo), left.in(record.text));
-        if (auto text = left.in(answer)) {
-            Assign(*value, std::move(*text));
-        }
-        const auto returned = left.in(code);
-        if (returned && returned->view() == kRefreshCode) {
-            Assign(*value, Bstr());
-            refreshForProgram(key);
-        }
-        left.requireAll();
-    } catch (...) {
-        Ignoring([&] { ShowFailure(View(progName), CurrentError()); });
-    }
+    ShowingFailure(progName,
+                   [&] { runOn(FieldItem(item).keyId(), progName, extra, value, fourArguments); });
 }
 
-STDMETHODIMP Dbms::CallCommonHost(
-    BSTR progSpec, BSTR progType, BSTR* value, BSTR sessionName, IDispatch* object) noexcept {
-    return ComMethod([&] {
-        Require(value);
-        const FieldItem item(object);
-        const Text keyId = item.keyId();
-        const Text key = RequireKey(keyId, L"mvDBMS::mvCallCommonHost");
-        const TextView spec = View(progSpec);
-        if (spec.empty()) {
-            return;
-        }
-        if (!spec.starts_with(kHostProgramPrefix)) {
-            const bool servesBoth = Lower(View(progType)).find(kBothKinds) != Text::npos;
-            Variant kind{View(progType)};
-            callHost(object, progSpec, kind.inOut(), value, !servesBoth);
-            return;
-        }
-        const Bstr progName(spec.substr(kHostProgramPrefix.size()));
-        const bool isButton = TextView(item.text(&_kelDictItem::get_ControlName)) == kButton;
-        const Position at = isButton ? Position() : item.address().at;
+void HostCalls::run(
+    TextView keyId, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept {
+    ShowingFailure(progName, [&] { runOn(keyId, progName, extra, value, fourArguments); });
+}
 
-        HostRecord record = lendHostRecord(keyId, key);
-        const Text place = DecimalText(at.amc) + kValueMark + DecimalText(at.vmc) + kValueMark +
-                           DecimalText(at.smc);
-        const Text fileName = resolveFileName(item, *record.info, key);
-        const Text message = item.text(&_kelDictItem::get_ErrMsg);
-        Variant parameters{TextView(ParameterRecord({View(progType),
-                                                     place,
-                                                     key,
-                                                     fileName,
-                                                     View(sessionName),
-                                                     L"",
-                                                     L"",
-                                                     L"",
-                                                     L"",
-                                                     message}))};
-        Variant answer{View(*value)};
+void HostCalls::runOn(
+    TextView keyId, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) {
+    const Text key = RequireKey(keyId, L"mvDBMS::CallHost");
+    if (View(progName).empty()) {
+        return;
+    }
+    HostRecord record = lendHostRecord(keyId, key);
+    Variant code{TextView()};
+    Variant answer{View(*value)};
+    if (fourArguments) {
         Call(*record.host,
-             progName.get(),
-             {record.recNo.inOut(), record.text.inOut(), parameters.inOut(), answer.inOut()});
-        TextsLeft left;
-        storeHostRecord(record.info->state, left.in(record.recNo), left.in(record.text));
-        if (auto text = left.in(answer)) {
-            Assign(*value, std::move(*text));
-        }
-        const auto returned = left.in(parameters);
-        if (returned && AnswerOf(returned->view()) == kRefreshCode) {
-            refreshForProgram(key);
-        }
-        left.requireAll();
-    });
+             progName,
+             {record.recNo.inOut(), record.text.inOut(), code.inOut(), answer.inOut()});
+    } else {
+        Call(*record.host,
+             progName,
+             {record.recNo.inOut(), record.text.inOut(), extra, code.inOut(), answer.inOut()});
+    }
+    if (V_VT(extra) == VT_NULL) {
+        *extra = Variant(TextView()).detach();
+    }
+    TextsLeft left;
+    storeHostRecord(record.info->state, left.in(record.recNo), left.in(record.text));
+    if (auto text = left.in(answer)) {
+        Assign(*value, std::move(*text));
+    }
+    const auto returned = left.in(code);
+    if (returned && returned->view() == kRefreshCode) {
+        Assign(*value, Bstr());
+        refreshForProgram(key);
+    }
+    left.requireAll();
+}
+
+void HostCalls::runItem(
+    BSTR progSpec, BSTR progType, BSTR* value, TextView sessionName, IDispatch* object) {
+    const FieldItem item(object);
+    const Text keyId = item.keyId();
+    // Not the member's name, but the one that programs look for.
+    const Text key = RequireKey(keyId, L"mvDBMS::mvCallCommonHost");
+    const TextView spec = View(progSpec);
+    if (spec.empty()) {
+        return;
+    }
+    if (!spec.starts_with(kHostProgramPrefix)) {
+        const bool servesBoth = Lower(View(progType)).find(kBothKinds) != Text::npos;
+        Variant kind{View(progType)};
+        run(keyId, progSpec, kind.inOut(), value, !servesBoth);
+        return;
+    }
+    const Bstr progName(spec.substr(kHostProgramPrefix.size()));
+    const bool isButton = TextView(item.text(&_kelDictItem::get_ControlName)) == kButton;
+    const Position at = isButton ? Position() : item.address().at;
+
+    HostRecord record = lendHostRecord(keyId, key);
+    const Text place =
+        DecimalText(at.amc) + kValueMark + DecimalText(at.vmc) + kValueMark + DecimalText(at.smc);
+    const Text fileName =
+        RecordStates::fileName(item.text(&_kelDictItem::get_FileName), record.info.get(), key);
+    const Text message = item.text(&_kelDictItem::get_ErrMsg);
+    Variant parameters{TextView(ParameterRecord(
+        {View(progType), place, key, fileName, sessionName, L"", L"", L"", L"", message}))};
+    Variant answer{View(*value)};
+    Call(*record.host,
+         progName.get(),
+         {record.recNo.inOut(), record.text.inOut(), parameters.inOut(), answer.inOut()});
+    TextsLeft left;
+    storeHostRecord(record.info->state, left.in(record.recNo), left.in(record.text));
+    if (auto text = left.in(answer)) {
+        Assign(*value, std::move(*text));
+    }
+    const auto returned = left.in(parameters);
+    if (returned && AnswerOf(returned->view()) == kRefreshCode) {
+        refreshForProgram(key);
+    }
+    left.requireAll();
 }
 
 }  // namespace kel::engine

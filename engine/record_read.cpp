@@ -1,5 +1,6 @@
 // Reading a record into a key field's buffer.
-#include "engine/dbms.h"
+#include "engine/key_fields.h"
+#include "engine/records.h"
 
 namespace kel::engine {
 
@@ -38,27 +39,14 @@ bool IsBlank(TextView text) noexcept {
 
 }  // namespace
 
-STDMETHODIMP Dbms::mvRead(BSTR recordNumber, IDispatch* item, short* result) noexcept {
-    return ComMethod([&] {
-        Out out{result};
-        const FieldItem field(item);
-        const Text key = RequireKey(field.readKeyId(), L"mvDBMS::mvRead");
-        out = read(View(recordNumber), field, key);
-    });
-}
-
-// Any failure before the controls are told reaches the caller; what was set so far stays set.
-short Dbms::read(TextView recordNumber, const FieldItem& item, TextView key) {
-    const short readType = item.readType();
-    const bool readU = item.flag(&_kelDictItem::get_ReadU);
-    const auto record = EnsureKeyFieldInfo(item.readKeyId());
-    RecordState& state = record->state;
-    const Text fileName = resolveFileName(item, *record, key);
-    if (open(fileName) != 0) {
+short Records::read(const RecordField& field, TextView recordNumber) {
+    const short readType = field.readType();
+    const bool readU = field.readU();
+    auto opened = openFile(field);
+    if (!opened) {
         return kNotFound;
     }
-    ComPtr<IDispatch> fileVar = fileVariable(fileName);
-    state.fileName = fileName;
+    RecordState& state = opened->record->state;
 
     // A blank number is never asked for: it is a record that does not exist.
     const Bstr number(IsBlank(recordNumber) ? TextView() : recordNumber);
@@ -66,9 +54,10 @@ short Dbms::read(TextView recordNumber, const FieldItem& item, TextView key) {
     ComPtr<IDispatch> array;
     if (!number.view().empty()) {
         status = 0;
-        const auto reader = host();
+        const auto reader = host_.host();
         CallOut([&] {
-            return reader->mvRead(Flag(readU), number.get(), fileVar.inOut(), &status, array.put());
+            return reader->mvRead(
+                Flag(readU), number.get(), opened->fileVar.inOut(), &status, array.put());
         });
     }
 
@@ -78,7 +67,7 @@ short Dbms::read(TextView recordNumber, const FieldItem& item, TextView key) {
         // A record that the user has begun to type as a new one survives.
         const bool keepsBuffer = state.isNew && state.isChanged;
         if (!keepsBuffer) {
-            state.dynamicArray = newDynamicArray();
+            state.dynamicArray = host_.newDynamicArray();
             state.recNo = number.view();
         }
         state.isRead = false;
@@ -88,12 +77,12 @@ short Dbms::read(TextView recordNumber, const FieldItem& item, TextView key) {
         }
     } else if (status == kMissing) {
         outcome = {kRefused, false, kNotFound};
-        state.dynamicArray = newDynamicArray();
+        state.dynamicArray = host_.newDynamicArray();
         state.isRead = false;
         state.isNew = false;
     } else if (status == kLocked) {
         outcome = {kLockedByOther, false, kLockedByOther};
-        state.dynamicArray = newDynamicArray();
+        state.dynamicArray = host_.newDynamicArray();
         state.recNo = number.view();
         state.isRead = false;
         state.isNew = false;
@@ -107,13 +96,13 @@ short Dbms::read(TextView recordNumber, const FieldItem& item, TextView key) {
         state.isChanged = false;
     } else {
         outcome = {kRefused, false, kFound};
-        state.dynamicArray = newDynamicArray();
+        state.dynamicArray = host_.newDynamicArray();
         state.isRead = false;
         state.isNew = false;
     }
     state.readType = readType;
 
-    tellField(key, [&](_kelFieldCallBack& callback) {
+    TellField(field.key(), [&](_kelFieldCallBack& callback) {
         return callback.FldReadValid(number.get(), Flag(outcome.isValid), outcome.errorFlag);
     });
     return outcome.result;
