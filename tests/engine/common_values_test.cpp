@@ -112,24 +112,5 @@ TEST_F(CommonValues, MayBeSetByWhoeverHearsOfThem) {
     EXPECT_EQ(value(L"Day"), L"inner");
 }
 
-TEST_F(CommonValues, AreAnnouncedToWhoeverJoinsMeanwhile) {
-    addField(L"A");
-    addField(L"Gone");
-    listener(L"A").onEvent([this](Event&) {
-        listener(L"A").onEvent({});
-        base->RemoveFieldCallBack(Str(L"Gone"));
-        for (int i = 0; i < 12; ++i) {
-            addField(L"New" + std::to_wstring(i));
-        }
-    });
-    setValue(L"Day", Value(1));
-    const Lines heard = takeEvents();
-    // As far as the table reached: who joins may set a value in turn, for ever.
-    EXPECT_EQ(heard.size(), 11U);
-    EXPECT_EQ(heard.front(), L"A: CommonValueChanged(Day)");
-    EXPECT_EQ(heard.back(), L"New9: CommonValueChanged(Day)");
-    EXPECT_EQ(std::ranges::count(heard, L"Gone: CommonValueChanged(Day)"), 0);
-}
-
 }  // namespace
 }  // namespace kel::tests

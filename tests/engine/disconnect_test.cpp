@@ -59,6 +59,18 @@ TEST_F(Disconnect, IsQuietWithoutAConnection) {
     EXPECT_EQ(takeEvents().back(), L"Cust: Disconnected()");
 }
 
+TEST_F(Disconnect, LetsABusyFormDoOnlyWhatWaitsAtEachStep) {
+    openAll();
+    const long files = backend.live().files;
+    const BusyForm form;
+    disconnect();
+    form.expectServed(files + registry().xref().upper() + 1);
+    EXPECT_EQ(takeEvents(),
+              (Lines{L"Main: Disconnect()", L"Cust: Disconnected()", L"Item: Disconnected()"}));
+    EXPECT_EQ(backend.live(), LiveObjects());
+    expectWorks();
+}
+
 TEST_F(Disconnect, DetachesRecordStates) {
     openAll();
     const auto kept = info();

@@ -1,6 +1,9 @@
 // Calls of stored programs: what they are given, what comes back, how they fail.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+
 #include "tests/engine/message_box.h"
 #include "tests/registry/session.h"
 
@@ -33,6 +36,14 @@ protected:
                        const wchar_t* type,
                        Bstr& value) const {
         return call(L"CallCommonHost", {progSpec, type, ByRef(value), L"Main", &item});
+    }
+
+    // As typed callers do: program P, with what is not given as null.
+    HRESULT callProgram(std::initializer_list<VARIANT*> given) const {
+        std::array<VARIANT*, 12> all{};
+        std::copy(given.begin(), given.end(), all.begin());
+        return std::apply(
+            [&](auto*... each) { return engine->CallHostProgram(Str(L"P"), each...); }, all);
     }
 
     MessageBoxRecorder boxes;
@@ -417,19 +428,13 @@ TEST_F(HostCalls, GiveResultsToTheVariablesBehindReferences) {
         Variant missing = Variant::Missing();
         Variant none = ByRef(missing);
         VARIANT* const behind = none.inOut();
-        EXPECT_EQ(engine->CallHostProgram(Str(L"P"),
-                                          first.inOut(),
-                                          second.inOut(),
-                                          third.inOut(),
-                                          plain.inOut(),
-                                          fifth.inOut(),
-                                          behind,
-                                          behind,
-                                          nullptr,
-                                          nullptr,
-                                          nullptr,
-                                          nullptr,
-                                          nullptr),
+        EXPECT_EQ(callProgram({first.inOut(),
+                               second.inOut(),
+                               third.inOut(),
+                               plain.inOut(),
+                               fifth.inOut(),
+                               behind,
+                               behind}),
                   one.code);
         EXPECT_EQ(backend.calls().back().text, L"CallHost(P,1,before,False,before,before)");
         EXPECT_EQ(number, one.number);
@@ -445,38 +450,15 @@ TEST_F(HostCalls, GiveResultsToTheVariablesBehindReferences) {
     backend.fail(Member::kCallHost, Late(SampleFailure()));
     long number = 1;
     Variant first = ByRef(&number);
-    EXPECT_EQ(ErrorOf(engine->CallHostProgram(Str(L"P"),
-                                              first.inOut(),
-                                              Variant(TextView()).inOut(),
-                                              Variant(TextView()).inOut(),
-                                              Variant(TextView()).inOut(),
-                                              Variant(TextView()).inOut(),
-                                              nullptr,
-                                              nullptr,
-                                              nullptr,
-                                              nullptr,
-                                              nullptr,
-                                              nullptr,
-                                              nullptr)),
+    Variant second;
+    VARIANT* const unused = second.inOut();
+    EXPECT_EQ(ErrorOf(callProgram({first.inOut(), unused, unused, unused, unused})),
               SampleFailure());
     EXPECT_EQ(number, 7);
     backend.clearCalls();
     EXPECT_EQ(call(L"CallHostProgram", {L"P", ByRef(VT_BSTR, nullptr)}).ok(), false);
     Variant nowhere = ByRef(VT_BSTR, nullptr);
-    EXPECT_EQ(engine->CallHostProgram(Str(L"P"),
-                                      nowhere.inOut(),
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr),
-              automation::CodeOfNumber(automation::kTypeMismatch));
+    EXPECT_EQ(callProgram({nowhere.inOut()}), automation::CodeOfNumber(automation::kTypeMismatch));
     EXPECT_EQ(backend.takeCalls(), Lines{});
 }
 

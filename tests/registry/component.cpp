@@ -111,6 +111,34 @@ void AtNextPump(std::function<void()> action) {
     WaitForDueTimer();
 }
 
+BusyForm::BusyForm()
+    : window_(CreateWindowExW(
+          0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr)) {
+    SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+    SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(Receive));
+    PostMessageW(window_, WM_APP, 0, 0);
+    SetTimer(window_, 1, USER_TIMER_MINIMUM, nullptr);
+    WaitForDueTimer();
+}
+
+LRESULT CALLBACK BusyForm::Receive(HWND window, UINT message, WPARAM w, LPARAM l) {
+    constexpr long kEndless = 2000;
+    auto& self = *reinterpret_cast<BusyForm*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (message == WM_TIMER && ++self.ticks_ < kEndless) {
+        WaitForDueTimer();
+    } else if (message == WM_APP && ++self.posts_ < kEndless) {
+        PostMessageW(window, WM_APP, 0, 0);
+    }
+    return DefWindowProcW(window, message, w, l);
+}
+
+void BusyForm::expectServed(long pumpings) const {
+    EXPECT_GE(posts_, pumpings / 2);
+    EXPECT_LE(posts_, 2 * pumpings);
+    EXPECT_GE(ticks_, 1);
+    EXPECT_LE(ticks_, 2 * pumpings);
+}
+
 void OnThread(const std::function<void()>& action) {
     std::thread([&] {
         CoInitialize(nullptr);

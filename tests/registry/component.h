@@ -27,6 +27,26 @@ private:
 // Has the next message pump of this thread run `action`. One at a time.
 void AtNextPump(std::function<void()> action);
 
+// A form that is never done, while the variable lives: it posts to itself at every message, and its
+// timer is faster than what it does then.
+class BusyForm {
+public:
+    BusyForm();
+    BusyForm(const BusyForm&) = delete;
+    BusyForm& operator=(const BusyForm&) = delete;
+    ~BusyForm() { DestroyWindow(window_); }
+
+    // That it got its messages from so many pumpings at most, and had no more than a turn in each.
+    void expectServed(long pumpings) const;
+
+private:
+    static LRESULT CALLBACK Receive(HWND window, UINT message, WPARAM w, LPARAM l);
+
+    HWND window_;
+    long posts_ = 0;
+    long ticks_ = 0;
+};
+
 // A callback, its listener and the connection between them.
 struct Listening {
     ComPtr<EventRecorder> sink;

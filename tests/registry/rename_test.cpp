@@ -5,7 +5,6 @@
 #include <map>
 
 #include "tests/registry/component.h"
-#include "tests/support/environment.h"
 
 namespace kel::tests {
 namespace {
@@ -238,42 +237,14 @@ TEST_F(Rename, ToNoNameAndBackFindsEverythingAgain) {
     EXPECT_EQ(session(L"MAIN").get(), main.get());
 }
 
-// A form that is never done: it posts to itself, and its timer is faster than what it does then.
-struct BusyForm {
-    static inline int posts;
-    static inline int ticks;
-
-    static LRESULT CALLBACK Receive(HWND window, UINT message, WPARAM w, LPARAM l) {
-        constexpr int kEndless = 2000;
-        if (message == WM_TIMER) {
-            ++ticks;
-            WaitForDueTimer();
-        } else if (message == WM_APP && ++posts < kEndless) {
-            PostMessageW(window, WM_APP, 0, 0);
-        }
-        return DefWindowProcW(window, message, w, l);
-    }
-};
-
 TEST_F(Rename, LetsABusyFormDoOnlyWhatWaitsAtEachRow) {
-    BusyForm::posts = BusyForm::ticks = 0;
-    const HWND form = CreateWindowExW(
-        0, L"STATIC", nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    SetWindowLongPtrW(form, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(BusyForm::Receive));
-    PostMessageW(form, WM_APP, 0, 0);
-    SetTimer(form, 1, USER_TIMER_MINIMUM, nullptr);
-    WaitForDueTimer();
     addField(L"Old");
     tie(L"Old", L"S");
+    const BusyForm form;
     EXPECT_EQ(base->RenameFieldCallback(Str(L"Old"), Str(L"New")), S_OK);
     EXPECT_EQ(base->RenameSessionCallback(Str(L"S"), Str(L"T")), S_OK);
-    DestroyWindow(form);
     EXPECT_EQ(rows(), Lines{L"New/T"});
-    const int pumpings = 2 * (static_cast<int>(registry().xref().upper()) + 1);
-    EXPECT_GE(BusyForm::posts, pumpings / 2);
-    EXPECT_LE(BusyForm::posts, 2 * pumpings);
-    EXPECT_GE(BusyForm::ticks, 1);
-    EXPECT_LE(BusyForm::ticks, 2 * pumpings);
+    form.expectServed(2 * (registry().xref().upper() + 1));
 }
 
 }  // namespace
