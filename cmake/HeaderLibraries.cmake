@@ -1,5 +1,5 @@
 # Header-only libraries of the build machine, for all presets: nlohmann_json_headers,
-# cli11_headers.
+# cli11_headers, xxhash_headers.
 #
 # Their headers are copied out of /usr/include into the build tree. That folder itself must never be
 # on a cross compiler's path: it would find this machine's C library there.
@@ -15,3 +15,4 @@ endfunction()
 
 kel_header_library(nlohmann_json_headers nlohmann)
 kel_header_library(cli11_headers CLI)
+kel_header_library(xxhash_headers xxhash.h)

@@ -8,7 +8,9 @@ readonly KEL_SYSTEM KEL_CODENAME KEL_DEBIANS=(bookworm trixie)
 
 # What every build needs; what the Windows ones and their programs need besides, and each width's
 # compiler; what the build for this machine needs.
-readonly KEL_PACKAGES_ALL=(cmake ninja-build python3 googletest nlohmann-json3-dev libcli11-dev)
+readonly KEL_PACKAGES_ALL=(
+    cmake ninja-build python3 googletest nlohmann-json3-dev libcli11-dev libxxhash-dev
+)
 readonly KEL_PACKAGES_WINDOWS=(
     mingw-w64-tools wine wine64 libwine-dev fonts-wine iso-codes xvfb xauth
 )

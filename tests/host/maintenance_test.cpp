@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "hosts/embedded/store/account_keeper.h"
@@ -67,6 +68,11 @@ void Fill(TextView path) {
     batch.Commit();
 }
 
+std::string Content(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 std::uint64_t IndexEntries(Store& store, FileNumber file) {
     std::vector<IndexEntry> entries;
     store.OpenIndexScan(file, u"I", {})->Next(entries, 10000);
@@ -81,12 +87,13 @@ TEST(Backup, IsTheAccountOfOneMoment) {
     Batch batch(*store);
     store->Delete(file, u"1");
     bool written = false;
-    EXPECT_TRUE(BackUpAccount(folder.Path(), folder.Path("copy"), [&](auto done, auto total) {
+    folder.Put("copy-partial", "not ours");
+    EXPECT_TRUE(BackUpAccount(folder.Path(), folder.Path("copy"), [&] {
         if (!written) {
             batch.Commit();  // after the copying began
             written = true;
         }
-        return done <= total;
+        return true;
     }));
     EXPECT_TRUE(written);
     const auto copy = OpenStore(folder.Path("copy"), Quick());
@@ -95,17 +102,61 @@ TEST(Backup, IsTheAccountOfOneMoment) {
     EXPECT_TRUE(Throws(ErrorKind::kFileExists, folder.Path("copy"), [&] {
         BackUpAccount(folder.Path(), folder.Path("copy"));
     }));
-    EXPECT_FALSE(
-        BackUpAccount(folder.Path(), folder.Path("not"), [](auto, auto) { return false; }));
-    EXPECT_FALSE(std::filesystem::exists(folder / "not"));
-    EXPECT_FALSE(std::filesystem::exists(folder / "not-partial"));
+    EXPECT_FALSE(BackUpAccount(folder.Path(), folder.Path("not"), [] { return false; }));
+    for (const auto& entry : std::filesystem::directory_iterator(folder / "")) {
+        const std::string name = entry.path().filename().string();
+        EXPECT_EQ(name.find("partial-"), std::string::npos) << name;
+        EXPECT_FALSE(name.starts_with("not")) << name;
+    }
+    EXPECT_EQ(Content(folder / "copy-partial"), "not ours");
+}
+
+// What was deleted or written over is gone from the file, and from a copy that is made before.
+TEST(DeletedData, IsNowhere) {
+    const AccountFolder folder;
+    const std::string secret = "Nobody must read this any more. ";
+    const auto holdsSecret = [&](const char* name) {
+        return Content(folder / name).find(secret) != std::string::npos;
+    };
+    {
+        const auto store = OpenStore(folder.Path(), Quick());
+        const FileNumber file = store->CreateFile(u"F");
+        for (const char16_t* id : {u"short", u"long", u"kept"}) {
+            Text record;
+            for (int i = 0; i < (Text(id) == u"long" ? 1000 : 3); ++i) {
+                record += TextOf(secret);
+            }
+            store->Write(file, id, record, AfterWrite::kRelease);
+        }
+    }
+    ASSERT_TRUE(holdsSecret("account"));
+    {
+        const auto store = OpenStore(folder.Path(), Quick());
+        const FileNumber file = store->FindFile(u"F").value();
+        store->Delete(file, u"short");
+        store->Delete(file, u"long");
+        store->Write(file, u"kept", u"new", AfterWrite::kRelease);
+        BackUpAccount(folder.Path(), folder.Path("copy"));
+        EXPECT_FALSE(holdsSecret("copy"));
+    }
+    EXPECT_FALSE(holdsSecret("account"));
+    const auto before = std::filesystem::file_size(folder / "account");
+    const auto store = OpenStore(folder.Path(), Quick());
+    const FileNumber file = store->FindFile(u"F").value();
+    const std::uint64_t saved = CompactAccount(folder.Path());
+    EXPECT_GT(saved, 20000U);
+    EXPECT_EQ(std::filesystem::file_size(folder / "account"), before - saved);
+    Text record;
+    EXPECT_TRUE(store->Read(file, u"kept", record));
+    EXPECT_EQ(record, u"new");
+    store->Write(file, u"another", u"x", AfterWrite::kRelease);
 }
 
 TEST(Repair, MendsIndexes) {
     for (const char* harm : {"DELETE FROM x1 WHERE id = x'37'",
                              "UPDATE x1 SET id = x'414141' WHERE id = x'37'",
-                             "INSERT INTO x1 VALUES(x'41', x'3939393939')",
-                             "UPDATE f1 SET rec = x'0041' WHERE id = x'37'"}) {
+                             "UPDATE x1 SET sum = sum + 1 WHERE id = x'37'",
+                             "INSERT INTO x1 VALUES(x'41', x'3939393939', 0)"}) {
         const AccountFolder folder;
         Fill(folder.Path());
         EXPECT_EQ(CheckAccount(folder.Path(), MakeKeys).faults.size(), 0U);
@@ -191,6 +242,8 @@ TEST(AccountSentences, CheckSaveAndRepair) {
         {u"SAVE-ACCOUNT", u"10", u"the path of the copy"},
         {u"SAVE-ACCOUNT " + copy, u"429", folder.Path("copy")},
         {u"SAVE-ACCOUNT " + copy, u"10", folder.Path("copy")},
+        {u"COMPACT", u"431", u"0 byte(s) given back"},
+        {u"COMPACT now", u"10", u"now"},
         {u"CHECK-ACCOUNT " + copy, u"426", u" 2 record(s)"},
         {u"CHECK-ACCOUNT '" + folder.Path("none") + u"'", u"10", folder.Path("none")},
         {u"REPAIR-ACCOUNT " + copy, u"428", u"nothing was changed"},

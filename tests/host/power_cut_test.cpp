@@ -163,6 +163,41 @@ TEST_P(PowerCut, LeavesWhatWasPromised) {
     }
 }
 
+// Again and again the disk is full, at whatever write it is, and then there is room again.
+TEST(FullDisk, KeepsWhatWasAcknowledged) {
+    const AccountFolder folder;
+    RecordingFiles files("account");
+    std::mt19937 random(9);  // NOLINT(bugprone-random-generator-seed): the same every time
+    std::uint64_t failures = 0;
+    {
+        const auto store = OpenStore(folder.Path(), test::Quick());
+        FirstWordAsKey keys;
+        store->UseIndexKeys(&keys);
+        const FileNumber file = store->CreateFile(u"F");
+        store->CreateIndex(file, u"NUMBER", u"");
+        for (std::uint64_t change = 1; change <= kChanges; ++change) {
+            if (random() % 8 == 0) {
+                files.FillDiskAt(files.Steps() + random() % 60);
+            }
+            try {
+                DoChange(*store, file, change);
+                continue;
+            } catch (const text::Error& error) {
+                ASSERT_EQ(error.kind(), text::ErrorKind::kFull) << error.what();
+            }
+            ++failures;
+            EXPECT_EQ(ChangesIn(*store), change - 1);
+            files.FillDiskAt(SIZE_MAX);
+            ASSERT_EQ(ChangesIn(*store), change - 1);
+            DoChange(*store, file, change);
+        }
+        EXPECT_EQ(ChangesIn(*store), kChanges);
+    }
+    EXPECT_GT(failures, 20U);
+    const auto makeKeys = [](Store&) { return std::make_unique<FirstWordAsKey>(); };
+    EXPECT_EQ(CheckAccount(folder.Path(), makeKeys).faults, std::vector<Text>());
+}
+
 INSTANTIATE_TEST_SUITE_P(At, PowerCut, testing::Values(Durability::kFull, Durability::kNormal));
 
 }  // namespace

@@ -52,6 +52,9 @@ using Kind = RecordingFiles::Step::Kind;
 using Methods = sqlite3_io_methods;
 
 int Write(sqlite3_file* file, const void* data, int size, sqlite3_int64 offset) {
+    if (Of(file).path != nullptr && recorder->IsDiskFull()) {
+        return SQLITE_FULL;
+    }
     const int status = Forward<&Methods::xWrite>(file, data, size, offset);
     return Noted(file,
                  status,
@@ -209,7 +212,8 @@ std::size_t RecordingFiles::AfterLastSync(const std::string& suffix, std::size_t
 void RecordingFiles::WriteImage(const std::string& target,
                                 std::size_t cut,
                                 Loss loss,
-                                std::mt19937& random) const {
+                                std::mt19937& random,
+                                const std::string& before) const {
     std::map<std::string, std::size_t> safe;  // by file: the steps that a sync followed
     for (const char* suffix : kSuffixes) {
         safe[suffix] = AfterLastSync(suffix, cut);
@@ -218,6 +222,9 @@ void RecordingFiles::WriteImage(const std::string& target,
         }
     }
     std::map<std::string, std::string> files;
+    if (!before.empty()) {
+        files[""] = before;
+    }
     for (std::size_t i = 0; i < cut; ++i) {
         const Step& step = steps_[i];
         if (i >= safe[step.suffix] && loss == Loss::kTorn && step.kind == Kind::kWrite) {

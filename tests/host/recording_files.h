@@ -35,11 +35,16 @@ public:
     // ("-wal"); 0 when there was none.
     std::size_t AfterLastSync(const std::string& suffix, std::size_t cut) const;
     // Writes the files as they are when the power fails before step `cut`; `target` stands for the
-    // database. Nothing of an earlier image stays.
+    // database. Nothing of an earlier image stays. `before` is what the database held at first.
     void WriteImage(const std::string& target,
                     std::size_t cut,
                     Loss loss,
-                    std::mt19937& random) const;
+                    std::mt19937& random,
+                    const std::string& before = {}) const;
+
+    // From that step on every write fails for want of room.
+    void FillDiskAt(std::size_t step) { fullAt_ = step; }
+    bool IsDiskFull() const { return steps_.size() >= fullAt_; }
 
     // For the engine's calls.
     struct Step {
@@ -55,6 +60,7 @@ public:
 
 private:
     std::string name_;
+    std::size_t fullAt_ = SIZE_MAX;
     std::vector<Step> steps_;
 };
 

@@ -1,8 +1,8 @@
-// The copy of an account while it is in use.
+// The copy of an account while it is in use, and giving back the space of what was deleted.
 #include <sqlite3.h>
 
 #include <filesystem>
-#include <memory>
+#include <string>
 #include <system_error>
 
 #include "hosts/embedded/store/account_file.h"
@@ -19,67 +19,64 @@ using text::TextView;
 
 namespace {
 
-constexpr int kPagesAtOnce = 1024;
+// Steps of the engine between two questions, some hundredths of a millisecond.
+constexpr int kStepsBetween = 1000;
 
-struct Finish {
-    void operator()(sqlite3_backup* backup) const { sqlite3_backup_finish(backup); }
-};
+int IsGivenUp(void* goOn) {
+    return (*static_cast<const std::function<bool()>*>(goOn))() ? 0 : 1;
+}
 
-// False when given up.
-bool CopyPages(Database& source, Database& copy, const BackupProgress& progress) {
-    const std::unique_ptr<sqlite3_backup, Finish> backup(
-        sqlite3_backup_init(copy.get(), "main", source.get(), "main"));
-    if (!backup) {
-        copy.Fail(sqlite3_errcode(copy.get()));
-    }
-    for (;;) {
-        const int code = sqlite3_backup_step(backup.get(), kPagesAtOnce);
-        if (code != SQLITE_OK && code != SQLITE_DONE) {
-            // The error is told where it arose: the engine keeps it with the copy's connection.
-            copy.Fail(code);
-        }
-        const int total = sqlite3_backup_pagecount(backup.get());
-        const int left = sqlite3_backup_remaining(backup.get());
-        if (progress && !progress(static_cast<std::uint64_t>(total - left),
-                                  static_cast<std::uint64_t>(total))) {
-            return false;
-        }
-        if (code == SQLITE_DONE) {
-            return true;
-        }
-    }
+[[noreturn]] void FailBecauseOfTarget(TextView target) {
+    throw Error(ErrorKind::kFileExists,
+                u"\"" + Text(target) + u"\" is there already and is not written over.");
 }
 
 }  // namespace
 
-bool BackUpAccount(TextView path, TextView target, const BackupProgress& progress) {
+// The engine writes the copy anew from what the tables hold, in one reading of the account: free
+// space, with whatever was deleted there, is not copied.
+bool BackUpAccount(TextView path, TextView target, const std::function<bool()>& goOn) {
     StoreOptions options;
     options.readOnly = true;
     Database source = OpenAccount(path, options);
-    const std::filesystem::path to(target);
     std::error_code error;
-    if (std::filesystem::exists(to, error)) {
-        throw Error(ErrorKind::kFileExists,
-                    u"\"" + Text(target) + u"\" is there already and is not written over.");
+    if (std::filesystem::exists(
+            std::filesystem::symlink_status(std::filesystem::path(target), error))) {
+        FailBecauseOfTarget(target);
     }
-    const UnfinishedFile partial(Text(target) + u"-partial");
-    // Reading within one transaction keeps to one state of the account, whatever others write, so
-    // that the copy never has to start again.
-    source.Execute("BEGIN");
-    source.QueryInteger("SELECT count(*) FROM sqlite_schema");
+    UnfinishedFile partial(Text(target) + u"-partial");
+    const std::string name = EncodeKey(partial.path());
+    if (goOn) {
+        auto* asked = const_cast<std::function<bool()>*>(&goOn);  // the engine's type; not changed
+        sqlite3_progress_handler(source.get(), kStepsBetween, IsGivenUp, asked);
+    }
     {
-        Database copy(
-            partial.path(), Database::Mode::kCreate, static_cast<int>(options.busyWaitMs));
-        if (!CopyPages(source, copy, progress)) {
+        Statement copy(source, "VACUUM INTO ?1");
+        copy.BindText(1, name);
+        const int code = copy.Try();
+        if (code == SQLITE_INTERRUPT) {
             return false;
         }
+        source.Check(code);
     }
-    std::filesystem::rename(std::filesystem::path(partial.path()), to, error);
-    if (error) {
-        throw Error(ErrorKind::kInputOutput,
-                    u"The backup cannot be given its name: \"" + Text(target) + u"\".");
+    if (!partial.Finish(Text(target))) {
+        FailBecauseOfTarget(target);
     }
     return true;
+}
+
+std::uint64_t CompactAccount(TextView path) {
+    StoreOptions options;
+    options.createMissing = false;
+    Database database = OpenAccount(path, options);
+    const std::filesystem::path file(database.FullPath());
+    const auto emptyLog = [&] { database.QueryInteger("PRAGMA wal_checkpoint(TRUNCATE)"); };
+    emptyLog();
+    const std::uintmax_t before = std::filesystem::file_size(file);
+    database.Execute("VACUUM");
+    emptyLog();
+    const std::uintmax_t after = std::filesystem::file_size(file);
+    return after < before ? before - after : 0;
 }
 
 }  // namespace kel::embedded

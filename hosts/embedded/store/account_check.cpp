@@ -6,6 +6,8 @@
 #include <string>
 
 #include "hosts/embedded/store/account_file.h"
+#include "hosts/embedded/store/account_schema.h"
+#include "hosts/embedded/store/checksum.h"
 #include "hosts/embedded/store/codec.h"
 #include "hosts/embedded/store/index_tables.h"
 #include "hosts/multivalue/store/id_rules.h"
@@ -44,7 +46,11 @@ struct CheckedIndex {
 class Checker {
 public:
     Checker(Database& database, AccountFindings& findings, IndexKeys* keys)
-        : database_(database), findings_(findings), report_(findings.report), keys_(keys) {}
+        : database_(database),
+          forms_(FormsOf(FormatOf(database))),
+          findings_(findings),
+          report_(findings.report),
+          keys_(keys) {}
 
     void CheckAll() {
         Guarded([&] { CheckEngine(); });
@@ -90,13 +96,19 @@ private:
     }
 
     void CheckCatalogue() {
-        Statement list(database_, "SELECT number, name FROM catalogue ORDER BY number");
+        Statement list(database_,
+                       ("SELECT number, name" + sum() + " FROM catalogue ORDER BY number").c_str());
         while (list.Step()) {
-            files_[list.ColumnInteger(0)] = TextIn(list, 1);
+            const std::int64_t number = list.ColumnInteger(0);
+            files_[number] = TextIn(list, 1);
+            if (isSealed() && list.ColumnInteger(2) != FileChecksum(number, list.ColumnBytes(1))) {
+                Damage(u"The catalogue's entry of the file \"" + files_[number] +
+                       u"\" is not as it was written.");
+            }
         }
         report_.files = files_.size();
         for (const auto& [number, name] : files_) {
-            if (!HasTable("f" + std::to_string(number))) {
+            if (!HasTable(RecordsTable(number))) {
                 Damage(u"The file \"" + name + u"\" has no records' table.");
             }
         }
@@ -114,7 +126,9 @@ private:
         if (!HasTable("indexes")) {
             return indexes;
         }
-        Statement list(database_, "SELECT number, name, description FROM indexes WHERE file = ?1");
+        Statement list(
+            database_,
+            ("SELECT number, name, description" + sum() + " FROM indexes WHERE file = ?1").c_str());
         list.Bind(1, file);
         while (list.Step()) {
             ++report_.indexes;
@@ -122,7 +136,12 @@ private:
             index.number = list.ColumnInteger(0);
             index.name = TextIn(list, 1);
             index.description = TextIn(list, 2);
-            const std::string table = "x" + std::to_string(index.number);
+            if (isSealed() &&
+                list.ColumnInteger(3) !=
+                    IndexChecksum(index.number, file, list.ColumnBytes(1), list.ColumnBytes(2))) {
+                Damage(u"The list of indexes is not as it was written: \"" + index.name + u"\".");
+            }
+            const std::string table = EntriesTable(index.number);
             if (!HasTable(table)) {
                 ++report_.staleIndexes;
                 findings_.indexes.push_back({FileNumber{file}, index.name});
@@ -136,7 +155,7 @@ private:
     }
 
     void CheckFile(std::int64_t file, const Text& name) {
-        const std::string table = "f" + std::to_string(file);
+        const std::string table = RecordsTable(file);
         if (!HasTable(table)) {
             return;
         }
@@ -150,12 +169,12 @@ private:
             if (!IsId(id, idBytes)) {
                 Damage(Sentence(
                     {u"The file \"", name, u"\" holds a record whose id is none: \"", id, u"\"."}));
-            } else if (!DecodeRecord(scan.ColumnBytes(1), record)) {
+            } else if (!DecodeStored(forms_, file, idBytes, scan.ColumnBytes(1), record)) {
                 Damage(Sentence({u"The record \"",
                                  id,
                                  u"\" of the file \"",
                                  name,
-                                 u"\" is in a form that does not exist."}));
+                                 u"\" is not as it was written."}));
             } else {
                 for (CheckedIndex& index : indexes) {
                     CheckKeys(file, index, id, idBytes, record);
@@ -202,10 +221,25 @@ private:
     }
 
     void Conclude(std::int64_t file, const Text& name, const CheckedIndex& index) {
-        const auto all = static_cast<std::uint64_t>(database_.QueryInteger(
-            ("SELECT count(*) FROM x" + std::to_string(index.number)).c_str()));
+        std::uint64_t all = 0;
+        std::uint64_t damaged = 0;
+        Statement scan(database_,
+                       ("SELECT key, id" + sum() + " FROM " + EntriesTable(index.number)).c_str());
+        while (scan.Step()) {
+            ++all;
+            if (isSealed() &&
+                scan.ColumnInteger(2) !=
+                    EntryChecksum(index.number, scan.ColumnBytes(0), scan.ColumnBytes(1))) {
+                ++damaged;
+            }
+        }
         const Text which =
             u"The index \"" + index.name + u"\" of the file \"" + name + u"\" is wrong: ";
+        if (damaged != 0) {
+            AddLine(report_.faults,
+                    which + TextOf(std::to_string(damaged)) +
+                        u" entries are not as they were written.");
+        }
         if (index.wrong != 0) {
             AddLine(report_.faults,
                     which + TextOf(std::to_string(index.wrong)) +
@@ -216,12 +250,17 @@ private:
                     which + TextOf(std::to_string(all - index.entries)) +
                         u" entries belong to no record.");
         }
-        if (index.wrong != 0 || all != index.entries) {
+        if (damaged != 0 || index.wrong != 0 || all != index.entries) {
             findings_.indexes.push_back({FileNumber{file}, index.name});
         }
     }
 
+    // The further column of tables with checksums.
+    std::string sum() const { return isSealed() ? ", sum" : ""; }
+    bool isSealed() const { return forms_ == RecordForms::kWithChecksum; }
+
     Database& database_;
+    const RecordForms forms_;
     AccountFindings& findings_;
     AccountReport& report_;
     IndexKeys* const keys_;

@@ -3,7 +3,11 @@
 #include <cstdint>
 #include <string>
 #include <system_error>
+#include <utility>
+#include <vector>
 
+#include "hosts/embedded/store/account_conversion.h"
+#include "hosts/embedded/store/account_schema.h"
 #include "hosts/embedded/store/files.h"
 
 namespace kel::embedded {
@@ -40,22 +44,30 @@ bool IsEmpty(Database& database) {
            database.QueryInteger("PRAGMA user_version") == 0;
 }
 
-void CheckFormat(Database& database) {
+// Returns the format's number.
+std::int64_t CheckFormat(Database& database) {
     if (database.QueryInteger("PRAGMA application_id") != kApplicationId) {
         Refuse(ErrorKind::kNotAnAccount,
                database.path(),
                u"is not an account but another program's database");
     }
-    const std::int64_t format = database.QueryInteger("PRAGMA user_version");
-    if (format > kLatestFormat) {
+    const std::int64_t format = FormatOf(database);
+    if (format > kFormat) {
         Refuse(ErrorKind::kNewerFormat,
                database.path(),
                u"was written by a later version of this program (format " + Digits(format) +
-                   u", this one reads up to " + Digits(kLatestFormat) + u")");
+                   u", this one reads up to " + Digits(kFormat) + u")");
     }
     if (format < 1) {
         Refuse(ErrorKind::kDamaged, database.path(), u"is damaged: it has no format number");
     }
+    const std::vector<Text> faults = SchemaFaults(database, format);
+    if (!faults.empty()) {
+        throw Error(ErrorKind::kDamaged,
+                    u"The account \"" + database.path() +
+                        u"\" is damaged, or was made to do harm: " + faults.front());
+    }
+    return format;
 }
 
 // Several processes may find the file empty at once: the first makes the tables, under a lock.
@@ -68,10 +80,7 @@ void Initialise(Database& database) {
         if (IsEmpty(database)) {
             const std::string marks = "PRAGMA application_id = " + std::to_string(kApplicationId) +
                                       "; PRAGMA user_version = " + std::to_string(kFormat);
-            database.Execute(
-                "CREATE TABLE catalogue("
-                " number INTEGER PRIMARY KEY AUTOINCREMENT,"
-                " name BLOB NOT NULL UNIQUE)");
+            CreateLists(database);
             database.Execute(marks.c_str());
         }
         database.Execute("COMMIT");
@@ -134,10 +143,14 @@ Database OpenAccount(TextView path, const StoreOptions& options) {
     if (!place.isThere && (options.readOnly || !options.createMissing)) {
         Refuse(ErrorKind::kCannotOpen, path, u"is not there");
     }
-    Database database(path,
-                      place.file,
-                      options.readOnly ? Database::Mode::kReadOnly : Database::Mode::kCreate,
-                      static_cast<int>(options.busyWaitMs));
+    const auto busyWaitMs = static_cast<int>(options.busyWaitMs);
+    const auto connect = [&] {
+        return Database(path,
+                        place.file,
+                        options.readOnly ? Database::Mode::kReadOnly : Database::Mode::kCreate,
+                        busyWaitMs);
+    };
+    Database database = connect();
     const bool isEmpty = IsEmpty(database);
     if (options.readOnly) {
         if (isEmpty) {
@@ -149,8 +162,12 @@ Database OpenAccount(TextView path, const StoreOptions& options) {
     if (database.IsReadOnly()) {
         Refuse(ErrorKind::kReadOnly, path, u"may not be written to");
     }
-    if (!isEmpty) {
-        CheckFormat(database);  // before anything of a foreign database is changed
+    // Before anything of a foreign database is changed.
+    if (!isEmpty && CheckFormat(database) < kFormat) {
+        { const Database closed = std::move(database); }  // converting needs the account alone
+        ConvertAccount(path, place.file, busyWaitMs);
+        database = connect();
+        CheckFormat(database);
     }
     if (options.maxBytes != 0) {
         const std::int64_t pageSize = database.QueryInteger("PRAGMA page_size");
@@ -162,7 +179,8 @@ Database OpenAccount(TextView path, const StoreOptions& options) {
         Initialise(database);
         CheckFormat(database);
     } else {
-        database.Execute("PRAGMA journal_mode = WAL");
+        // A copy has no log yet; see Initialise for the way to it.
+        database.Execute("PRAGMA synchronous = EXTRA; PRAGMA journal_mode = WAL");
     }
     database.Execute(options.durability == Durability::kFull     ? "PRAGMA synchronous = FULL"
                      : options.durability == Durability::kNormal ? "PRAGMA synchronous = NORMAL"

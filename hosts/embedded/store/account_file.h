@@ -7,13 +7,6 @@
 
 namespace kel::embedded {
 
-// Stored in the file's header; published, never change. The format number rises when an older
-// program could no longer read what a newer one writes, or would break it by writing.
-inline constexpr std::int64_t kApplicationId = 0x6B656C31;
-inline constexpr std::int64_t kFormat = 1;             // of an account without indexes
-inline constexpr std::int64_t kFormatWithIndexes = 2;  // from the first index on
-inline constexpr std::int64_t kLatestFormat = kFormatWithIndexes;
-
 // The file that a path means. Links are followed, so that all sessions of an account meet in the
 // files beside it, however they name it.
 struct AccountPlace {
@@ -24,7 +17,8 @@ struct AccountPlace {
 // Refuses what cannot be an account's path; see OpenStore.
 AccountPlace FindAccount(text::TextView path);
 
-// A connection ready for use, the account made if it was missing. Errors: see OpenStore.
+// A connection ready for use, the account made if it was missing and brought to the present format
+// if it has an earlier one; read-only, it stays in that. Errors: see OpenStore.
 Database OpenAccount(text::TextView path, const StoreOptions& options);
 
 }  // namespace kel::embedded

@@ -84,4 +84,8 @@ void AccountFileKeeper::Save(TextView target) {
     BackUpAccount(path_, target);
 }
 
+std::uint64_t AccountFileKeeper::Compact() {
+    return CompactAccount(path_);
+}
+
 }  // namespace kel::embedded

@@ -17,6 +17,7 @@ public:
     Findings Check(text::TextView path) override;
     Findings Repair(text::TextView path) override;
     void Save(text::TextView target) override;
+    std::uint64_t Compact() override;
 
 private:
     text::TextView orOwn(text::TextView path) const { return path.empty() ? path_ : path; }

@@ -2,13 +2,18 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "hosts/embedded/store/account_check.h"
 #include "hosts/embedded/store/account_file.h"
+#include "hosts/embedded/store/account_schema.h"
+#include "hosts/embedded/store/checksum.h"
 #include "hosts/embedded/store/codec.h"
-#include "hosts/embedded/store/index_tables.h"
+#include "hosts/embedded/store/damaged_account.h"
+#include "hosts/embedded/store/files.h"
 #include "hosts/embedded/store/unfinished_file.h"
 #include "hosts/multivalue/store/id_rules.h"
 #include "hosts/multivalue/text/error.h"
@@ -22,34 +27,17 @@ using text::TextView;
 
 namespace {
 
-// Where records cannot be read, that many are stepped over one by one before the steps grow.
-constexpr std::int64_t kSmallSteps = 1000;
-
 Text Digits(std::uint64_t number) {
     return TextOf(std::to_string(number));
 }
 
-bool IsRecord(Bytes id, Bytes record) {
-    Text text;
-    DecodeKey(id, text);
+bool IsId(Bytes bytes) {
+    Text id;
+    DecodeKey(bytes, id);
     try {
-        store::CheckRecordId(text);
-    } catch (const Error&) {
-        return false;
-    }
-    return DecodeRecord(record, text);
-}
-
-// Runs work; false when what it read is damaged.
-template <typename Work>
-bool CanRead(Work work) {
-    try {
-        work();
+        store::CheckRecordId(id);
         return true;
-    } catch (const Error& error) {
-        if (error.kind() != ErrorKind::kDamaged && error.kind() != ErrorKind::kInputOutput) {
-            throw;
-        }
+    } catch (const Error&) {
         return false;
     }
 }
@@ -57,215 +45,274 @@ bool CanRead(Work work) {
 // Copies what can be read of a damaged account into a new one.
 class Salvage {
 public:
-    Salvage(Database& from, Database& to, AccountReport& report)
+    Salvage(DamagedAccount& from, Database& to, AccountReport& report)
         : from_(from), to_(to), report_(report) {}
 
-    void CopyAll() {
+    // False, with nothing copied, when not even the files' names can be read.
+    bool CopyAll() {
+        if (!ReadCatalogue()) {
+            return false;
+        }
         to_.Execute("BEGIN IMMEDIATE");
         CopyCatalogue();
         for (const auto& [number, name] : files_) {
             CopyFile(number, name);
         }
+        CopyStrayRows();
+        NameMissing();
         CopyIndexList();
         to_.Execute("COMMIT");
+        return true;
     }
 
 private:
-    void CopyCatalogue() {
-        CanRead([&] {
-            Statement list(from_, "SELECT number, name FROM catalogue");
+    bool IsSealed() const { return from_.forms() == RecordForms::kWithChecksum; }
+
+    bool ReadCatalogue() {
+        bool isRight = true;
+        const bool canRead = CanRead([&] {
+            Statement list = from_.Catalogue();
             while (list.Step()) {
-                DecodeKey(list.ColumnBytes(1), files_[list.ColumnInteger(0)]);
-            }
-        });
-        CanRead([&] {
-            Statement tables(from_,
-                             "SELECT CAST(substr(name, 2) AS INTEGER) FROM sqlite_schema"
-                             " WHERE type = 'table' AND name GLOB 'f[0-9]*'");
-            while (tables.Step()) {
-                const std::int64_t number = tables.ColumnInteger(0);
-                if (!files_.contains(number)) {
-                    files_[number] = u"RECOVERED-" + Digits(static_cast<std::uint64_t>(number));
-                    AddLine(report_.losses,
-                            u"The name of a file is lost; it is now \"" + files_[number] + u"\".");
+                const std::int64_t number = list.ColumnInteger(0);
+                if (!IsSealed() ||
+                    list.ColumnInteger(2) == FileChecksum(number, list.ColumnBytes(1))) {
+                    DecodeKey(list.ColumnBytes(1), files_[number]);
+                } else {
+                    isRight = false;
                 }
             }
         });
-        Statement enter(to_, "INSERT INTO catalogue(number, name) VALUES(?1, ?2)");
-        for (const auto& [number, name] : files_) {
+        const bool hasNames = (canRead && isRight) || ReadNames();
+        if (!hasNames && files_.empty()) {
+            return false;
+        }
+        if (!hasNames) {
+            AddLine(report_.losses,
+                    u"Parts of the list of files cannot be read; empty files may be lost.");
+        }
+        from_.FindRecords(files_);
+        for (const std::int64_t number : from_.Files()) {
+            if (!files_.contains(number)) {
+                files_[number] = u"RECOVERED-" + Digits(static_cast<std::uint64_t>(number));
+                AddLine(report_.losses,
+                        u"The name of a file is lost; it is now \"" + files_[number] + u"\".");
+            }
+        }
+        return true;
+    }
+
+    // The index of the catalogue knows the same, without checksums.
+    bool ReadNames() {
+        return from_.HasNames() && CanRead([&] {
+                   Statement list = from_.Names();
+                   while (list.Step()) {
+                       Text name;
+                       DecodeKey(list.ColumnBytes(1), name);
+                       files_.try_emplace(list.ColumnInteger(0), name);
+                   }
+               });
+    }
+
+    void CopyCatalogue() {
+        Statement enter(to_, "INSERT INTO catalogue(number, name, sum) VALUES(?1, ?2, ?3)");
+        std::set<Text> taken;
+        for (auto& [number, name] : files_) {
+            while (!taken.insert(name).second) {
+                name += u"-" + Digits(static_cast<std::uint64_t>(number));
+            }
             const std::string bytes = EncodeKey(name);
             const Run run(enter);
             run->Bind(1, number);
             run->Bind(2, BytesOf(bytes));
+            run->Bind(3, FileChecksum(number, BytesOf(bytes)));
             run->Step();
+            CreateRecords(to_, number);
         }
     }
 
     void CopyFile(std::int64_t number, const Text& name) {
-        const std::string table = "f" + std::to_string(number);
-        to_.Execute(("CREATE TABLE " + table + "(id BLOB PRIMARY KEY NOT NULL, rec BLOB NOT NULL)")
-                        .c_str());
         std::uint64_t unreadable = 0;
-        std::uint64_t noRecords = 0;
-        if (!CanRead([&] { CopyRows(table, unreadable, noRecords); })) {
+        const bool canRead =
+            from_.HasRecords(number) && CanRead([&] { unreadable = CopyRows(number); });
+        FindMissing(number);
+        if (!canRead && missing_[number].empty()) {
             AddLine(report_.losses, u"The records of the file \"" + name + u"\" are lost.");
-            return;
-        }
-        const std::uint64_t named = NameLost(table, name);
-        if (unreadable + noRecords > named) {
+        } else if (unreadable > missing_[number].size()) {
             AddLine(report_.losses,
                     u"Parts of the file \"" + name + u"\" cannot be read; records may be lost.");
         }
     }
 
-    // In the order in which the rows lie in the file, which needs no index to be sound. Past a
-    // place that cannot be read, goes on with the next row that can.
-    void CopyRows(const std::string& table, std::uint64_t& unreadable, std::uint64_t& noRecords) {
-        Statement scan(
-            from_,
-            ("SELECT rowid, id, rec FROM " + table + " NOT INDEXED WHERE rowid > ?1 ORDER BY rowid")
-                .c_str());
-        Statement insert(to_, ("INSERT OR IGNORE INTO " + table + " VALUES(?1, ?2)").c_str());
-        const std::int64_t last = LastRow(table);
-        std::int64_t after = 0;
-        std::int64_t skipped = 0;
-        while (after < last) {
-            const bool whole = CanRead([&] {
-                const Run run(scan);
-                run->Bind(1, after);
-                while (run->Step()) {
-                    after = run->ColumnInteger(0);
-                    skipped = 0;
-                    if (!IsRecord(run->ColumnBytes(1), run->ColumnBytes(2))) {
-                        ++noRecords;
-                        continue;
-                    }
-                    const Run entry(insert);
-                    entry->Bind(1, run->ColumnBytes(1));
-                    entry->Bind(2, run->ColumnBytes(2));
-                    entry->Step();
-                }
-            });
-            if (whole) {
+    // In the order in which the rows lie in the file, which needs no index to be sound. Returns how
+    // many rows are no records, and places cannot be read.
+    std::uint64_t CopyRows(std::int64_t number) {
+        Statement insert(
+            to_, ("INSERT OR IGNORE INTO " + RecordsTable(number) + " VALUES(?1, ?2)").c_str());
+        std::uint64_t noRecords = 0;
+        Text record;
+        std::vector<std::uint8_t> bytes;
+        const std::uint64_t unreadable = from_.ForEachRow(number, [&](Bytes id, Bytes stored) {
+            if (!IsId(id) || !DecodeStored(from_.forms(), number, id, stored, record)) {
+                ++noRecords;
                 return;
             }
-            ++unreadable;
-            const std::int64_t step = skipped < kSmallSteps ? 1 : skipped;
-            skipped += step;
-            after += std::min(step, last - after);
-        }
+            EncodeStored(number, id, record, bytes);
+            const Run entry(insert);
+            entry->Bind(1, id);
+            entry->Bind(2, Bytes(bytes));
+            entry->Step();
+        });
+        return unreadable + noRecords;
     }
 
-    // The number of the last row; a bound far above any when even that cannot be read.
-    std::int64_t LastRow(const std::string& table) {
-        std::int64_t last = 0;
-        if (!CanRead(
-                [&] { last = from_.QueryInteger(("SELECT max(rowid) FROM " + table).c_str()); })) {
-            last = std::int64_t{1} << 40;
+    // The index of ids may still know what is gone, and in which row it was.
+    void FindMissing(std::int64_t number) {
+        auto& missing = missing_[number];
+        if (!from_.HasIds(number)) {
+            return;
         }
-        return last;
-    }
-
-    // The index of ids may still know what is gone.
-    std::uint64_t NameLost(const std::string& table, const Text& name) {
-        std::uint64_t lost = 0;
-        Statement find(to_, ("SELECT 1 FROM " + table + " WHERE id = ?1").c_str());
+        Statement find(to_, ("SELECT 1 FROM " + RecordsTable(number) + " WHERE id = ?1").c_str());
         CanRead([&] {
-            Statement ids(from_, ("SELECT id FROM " + table + " ORDER BY id").c_str());
+            Statement ids = from_.Ids(number);
             while (ids.Step()) {
+                const Bytes id = ids.ColumnBytes(0);
                 const Run run(find);
-                run->Bind(1, ids.ColumnBytes(0));
+                run->Bind(1, id);
                 if (!run->Step()) {
-                    Text id;
-                    DecodeKey(ids.ColumnBytes(0), id);
-                    AddLine(
-                        report_.losses,
-                        Sentence(
-                            {u"The record \"", id, u"\" of the file \"", name, u"\" is lost."}));
-                    ++lost;
+                    missing[{id.begin(), id.end()}] = ids.ColumnInteger(1);
                 }
             }
         });
-        return lost;
+    }
+
+    // A page that cannot be read may be the way to many that can. What lies on these is taken for a
+    // record only if it is one that is missing, in its row; others may be what was there before.
+    void CopyStrayRows() {
+        if (!IsSealed() || std::all_of(missing_.begin(), missing_.end(), [](const auto& file) {
+                return file.second.empty();
+            })) {
+            return;
+        }
+        Text record;
+        from_.ForEachStrayRow([&](std::int64_t row, Bytes id, Bytes stored) {
+            for (auto& [number, missing] : missing_) {
+                const auto wanted = missing.find({id.begin(), id.end()});
+                if (wanted != missing.end() && wanted->second == row &&
+                    DecodeStored(from_.forms(), number, id, stored, record)) {
+                    Statement insert(
+                        to_, ("INSERT INTO " + RecordsTable(number) + " VALUES(?1, ?2)").c_str());
+                    insert.Bind(1, id);
+                    insert.Bind(2, stored);
+                    insert.Step();
+                    missing.erase(wanted);
+                }
+            }
+        });
+    }
+
+    void NameMissing() {
+        for (const auto& [number, missing] : missing_) {
+            for (const auto& [bytes, row] : missing) {
+                Text id;
+                DecodeKey(Bytes(bytes), id);
+                AddLine(report_.losses,
+                        Sentence({u"The record \"",
+                                  id,
+                                  u"\" of the file \"",
+                                  files_[number],
+                                  u"\" is lost."}));
+            }
+        }
     }
 
     // As stale ones, to be built anew.
     void CopyIndexList() {
-        bool hasIndexes = false;
-        if (!CanRead([&] {
-                hasIndexes = from_.QueryInteger(
-                                 "SELECT count(*) FROM sqlite_schema"
-                                 " WHERE name = 'indexes'") != 0;
-            }) ||
-            !hasIndexes) {
-            return;
-        }
-        CreateIndexList(to_);
-        if (!CanRead([&] {
-                Statement list(from_, "SELECT number, file, name, description FROM indexes");
-                Statement enter(to_, "INSERT OR IGNORE INTO indexes VALUES(?1, ?2, ?3, ?4)");
-                while (list.Step()) {
-                    const Run run(enter);
-                    run->Bind(1, list.ColumnInteger(0));
-                    run->Bind(2, list.ColumnInteger(1));
-                    run->Bind(3, list.ColumnBytes(2));
-                    run->Bind(4, list.ColumnBytes(3));
-                    run->Step();
+        bool isWhole = true;
+        const bool canRead = CanRead([&] {
+            Statement list = from_.IndexList();
+            Statement enter(to_, "INSERT OR IGNORE INTO indexes VALUES(?1, ?2, ?3, ?4, ?5)");
+            while (list.Step()) {
+                const std::int64_t number = list.ColumnInteger(0);
+                const std::int64_t file = list.ColumnInteger(1);
+                const Bytes name = list.ColumnBytes(2);
+                const Bytes description = list.ColumnBytes(3);
+                const Checksum sum = IndexChecksum(number, file, name, description);
+                if (!files_.contains(file) || (IsSealed() && list.ColumnInteger(4) != sum)) {
+                    isWhole = false;
+                    continue;
                 }
-            })) {
+                const Run run(enter);
+                run->Bind(1, number);
+                run->Bind(2, file);
+                run->Bind(3, name);
+                run->Bind(4, description);
+                run->Bind(5, sum);
+                run->Step();
+            }
+        });
+        if (!canRead || !isWhole) {
             AddLine(report_.losses, u"Indexes may be lost and have to be made again.");
         }
     }
 
-    Database& from_;
+    DamagedAccount& from_;
     Database& to_;
     AccountReport& report_;
     std::map<std::int64_t, Text> files_;
+    // By file: encoded id and number of the row.
+    std::map<std::int64_t, std::map<std::vector<std::uint8_t>, std::int64_t>> missing_;
 };
 
-std::filesystem::path PathWith(TextView path, TextView ending) {
-    return std::filesystem::path(Text(path) + Text(ending));
+bool IsThere(const Text& path) {
+    return std::filesystem::exists(std::filesystem::path(path));
 }
 
-void Rename(const std::filesystem::path& from, const std::filesystem::path& to) {
-    std::error_code error;
-    std::filesystem::rename(from, to, error);
-    if (error) {
-        throw Error(
-            ErrorKind::kInputOutput,
-            u"\"" + from.u16string() + u"\" cannot be renamed to \"" + to.u16string() + u"\".");
+void Rename(const Text& from, const Text& to) {
+    if (!RenameToNew(from, to)) {
+        throw Error(ErrorKind::kInputOutput,
+                    u"\"" + from + u"\" cannot be renamed: \"" + to + u"\" is there already.");
     }
 }
 
 // The log goes with its account: beside another one it would be taken for that one's.
-void ExchangeFiles(TextView path, TextView repaired, AccountReport& report) {
+void ExchangeFiles(const Text& path, UnfinishedFile& repaired, AccountReport& report) {
     Text ending = u"-damaged";
-    for (std::uint64_t n = 2; std::filesystem::exists(PathWith(path, ending)); ++n) {
+    for (std::uint64_t n = 2; IsThere(path + ending) || IsThere(path + ending + u"-wal"); ++n) {
         ending = u"-damaged-" + Digits(n);
     }
-    Rename(PathWith(path, u""), PathWith(path, ending));
-    if (std::filesystem::exists(PathWith(path, u"-wal"))) {
-        Rename(PathWith(path, u"-wal"), PathWith(path, ending + u"-wal"));
+    Rename(path, path + ending);
+    if (IsThere(path + u"-wal")) {
+        Rename(path + u"-wal", path + ending + u"-wal");
     }
     std::error_code ignored;
-    std::filesystem::remove(PathWith(path, u"-shm"), ignored);
-    Rename(std::filesystem::path(repaired), PathWith(path, u""));
+    std::filesystem::remove(std::filesystem::path(path + u"-shm"), ignored);
+    if (!repaired.Finish(path)) {
+        throw Error(ErrorKind::kInputOutput,
+                    u"The mended account cannot be given its name \"" + path +
+                        u"\": there is another file. The damaged one is \"" + path + ending +
+                        u"\".");
+    }
     AddLine(report.repairs,
-            u"The account was copied as far as it can be read; the damaged one is now \"" +
-                Text(path) + ending + u"\".");
+            u"The account was copied as far as it can be read; the damaged one is now \"" + path +
+                ending + u"\".");
 }
 
-void CopyAccount(TextView given, AccountReport& report) {
+// False when that is of no use; all is then as it was.
+bool CopyAccount(TextView given, AccountReport& report) {
     const Text path = FindAccount(given).file;
-    const UnfinishedFile repaired(Text(path) + u"-repairing");
+    UnfinishedFile repaired(path + u"-repairing");
     {
-        Database from(path, Database::Mode::kReadWrite, 0);
-        from.Execute("PRAGMA locking_mode = EXCLUSIVE; BEGIN IMMEDIATE");
-        from.LeaveLog();
+        DamagedAccount from(given, path);
         Database to = OpenAccount(repaired.path(), {});
-        Salvage(from, to, report).CopyAll();
+        if (!Salvage(from, to, report).CopyAll()) {
+            AddLine(report.losses,
+                    u"The list of files cannot be read, so that nothing can be told of the rest; "
+                    u"nothing was changed. A backup is needed.");
+            return false;
+        }
     }
-    ExchangeFiles(path, repaired.path(), report);
+    ExchangeFiles(path, repaired, report);
+    return true;
 }
 
 // Without their keys, indexes cannot be built but must not be used.
@@ -292,7 +339,9 @@ AccountReport RepairAccount(TextView path, const IndexKeysMaker& keys) {
     AccountFindings findings = FindFaults(path, keys);
     AccountReport& report = findings.report;
     if (findings.damaged) {
-        CopyAccount(path, report);
+        if (!CopyAccount(path, report)) {
+            return report;
+        }
         findings.indexes = FindFaults(path, keys).indexes;
     }
     if (findings.indexes.empty()) {

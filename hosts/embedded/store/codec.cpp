@@ -13,8 +13,13 @@ using text::TextView;
 
 namespace {
 
+// Added to the first of the forms.
 constexpr std::uint8_t kOneByteUnits = 0;
 constexpr std::uint8_t kTwoByteUnits = 1;
+
+constexpr std::uint8_t Form(RecordForms forms, std::uint8_t units) {
+    return static_cast<std::uint8_t>(static_cast<std::uint8_t>(forms) + units);
+}
 
 // Loops over a fixed number of units: the compiler makes vector code of them at -O2.
 constexpr std::size_t kBlock = 32;
@@ -73,12 +78,12 @@ void DecodeKey(Bytes bytes, Text& text) {
 void EncodeRecord(TextView record, std::vector<std::uint8_t>& bytes) {
     if (AllBelow256(record)) {
         bytes.resize(1 + record.size());
-        bytes[0] = kOneByteUnits;
+        bytes[0] = Form(RecordForms::kWithChecksum, kOneByteUnits);
         Convert(record.data(), bytes.data() + 1, record.size());
         return;
     }
     bytes.resize(1 + 2 * record.size());
-    bytes[0] = kTwoByteUnits;
+    bytes[0] = Form(RecordForms::kWithChecksum, kTwoByteUnits);
     if constexpr (std::endian::native == std::endian::little) {
         std::memcpy(bytes.data() + 1, record.data(), 2 * record.size());
     } else {
@@ -89,17 +94,17 @@ void EncodeRecord(TextView record, std::vector<std::uint8_t>& bytes) {
     }
 }
 
-bool DecodeRecord(Bytes bytes, Text& record) {
+bool DecodeRecord(RecordForms forms, Bytes bytes, Text& record) {
     if (bytes.empty()) {
         return false;
     }
     const Bytes units = bytes.subspan(1);
-    if (bytes[0] == kOneByteUnits) {
+    if (bytes[0] == Form(forms, kOneByteUnits)) {
         record.resize(units.size());
         Convert(units.data(), record.data(), units.size());
         return true;
     }
-    if (bytes[0] != kTwoByteUnits || units.size() % 2 != 0) {
+    if (bytes[0] != Form(forms, kTwoByteUnits) || units.size() % 2 != 0) {
         return false;
     }
     record.resize(units.size() / 2);

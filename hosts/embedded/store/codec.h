@@ -3,9 +3,10 @@
 // Ids and names: UTF-8, with a lone surrogate as the three bytes its number gives ("WTF-8"), so
 // that every text has one form, gets back to itself, and byte order is the order of code points.
 //
-// Records: one byte telling the form, then the units: 0, a byte each, when all are below 256 (marks
-// are then the classic bytes 252 to 254); 1, two bytes each, low byte first. Published; never
-// renumber.
+// Records: one byte telling the form, then the units: 2, a byte each, when all are below 256 (marks
+// are then the classic bytes 252 to 254); 3, two bytes each, low byte first. A checksum follows
+// (checksum.h). Forms 0 and 1 are the same without checksums, in accounts of formats 1 and 2.
+// Published; never renumber.
 #pragma once
 
 #include <cstddef>
@@ -33,8 +34,11 @@ std::size_t EncodeKey(text::TextView text, std::uint8_t* target);
 std::string EncodeKey(text::TextView text);
 void DecodeKey(Bytes bytes, text::Text& text);
 
+enum class RecordForms : std::uint8_t { kWithoutChecksum = 0, kWithChecksum = 2 };
+
+// Form and units.
 void EncodeRecord(text::TextView record, std::vector<std::uint8_t>& bytes);
-// False when the bytes are no record.
-bool DecodeRecord(Bytes bytes, text::Text& record);
+// False when the bytes are no record of these forms.
+bool DecodeRecord(RecordForms forms, Bytes bytes, text::Text& record);
 
 }  // namespace kel::embedded

@@ -50,6 +50,31 @@ Meaning MeaningOf(int code) {
     }
 }
 
+struct Setting {
+    int option;
+    int value;
+};
+
+// Whoever wrote the file may have meant harm: its triggers and views are not run, its schema and
+// the engine's own tables are not changed by statements.
+constexpr Setting kSettings[] = {{SQLITE_DBCONFIG_DEFENSIVE, 1},
+                                 {SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+                                 {SQLITE_DBCONFIG_ENABLE_TRIGGER, 0},
+                                 {SQLITE_DBCONFIG_ENABLE_VIEW, 0}};
+
+// What the statements of accounts need, generously. A row is a record and its id, and one database
+// is attached when an account is compacted.
+constexpr int kLongestRow = static_cast<int>(2 * text::kMaxRecordUnits) + 65536;
+constexpr Setting kLimits[] = {{SQLITE_LIMIT_LENGTH, kLongestRow},
+                               {SQLITE_LIMIT_SQL_LENGTH, 10000},
+                               {SQLITE_LIMIT_COLUMN, 32},
+                               {SQLITE_LIMIT_COMPOUND_SELECT, 4},
+                               {SQLITE_LIMIT_FUNCTION_ARG, 8},
+                               {SQLITE_LIMIT_ATTACHED, 1},
+                               {SQLITE_LIMIT_VARIABLE_NUMBER, 16},
+                               {SQLITE_LIMIT_TRIGGER_DEPTH, 1},
+                               {SQLITE_LIMIT_WORKER_THREADS, 0}};
+
 }  // namespace
 
 void Database::Close::operator()(sqlite3* handle) const {
@@ -66,6 +91,13 @@ Database::Database(TextView path, TextView file, Mode mode, int busyWaitMs) : pa
     handle_.reset(handle);
     Check(code);
     Check(sqlite3_busy_timeout(handle, busyWaitMs));
+    for (const auto& [option, value] : kSettings) {
+        Check(sqlite3_db_config(handle, option, value, nullptr));
+    }
+    for (const auto& [limit, value] : kLimits) {
+        sqlite3_limit(handle, limit, value);
+    }
+    Execute("PRAGMA cell_size_check = ON");
 }
 
 void Database::Check(int code) const {
@@ -87,10 +119,10 @@ void Database::Fail(int code) const {
     throw Error(meaning.kind, std::move(text));
 }
 
-void Database::FailDamaged() const {
+void Database::FailDamaged(TextView what) const {
     throw Error(ErrorKind::kDamaged,
-                u"The account is damaged: \"" + path_ +
-                    u"\" holds a record in a form that does not exist.");
+                u"The account \"" + path_ + u"\" is damaged: " + Text(what) +
+                    u" is not as it was written.");
 }
 
 // Not const: the database changes. NOLINTNEXTLINE(readability-make-member-function-const)
@@ -151,6 +183,11 @@ void Statement::Bind(int parameter, std::int64_t number) {
 void Statement::BindText(int parameter, std::string_view text) {
     database_->Check(sqlite3_bind_text64(
         handle_.get(), parameter, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+}
+
+int Statement::Try() {
+    const int code = sqlite3_step(handle_.get());
+    return code == SQLITE_DONE || code == SQLITE_ROW ? SQLITE_OK : code;
 }
 
 bool Statement::Step() {

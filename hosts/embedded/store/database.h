@@ -19,7 +19,8 @@ namespace kel::embedded {
 // UTF-8 that is known to be well-formed, or at least may lose a character in a message.
 text::Text TextOf(std::string_view utf8);
 
-// One connection to one database file. Statements must be gone before it.
+// One connection to one database file, whose content is not trusted: nothing in its schema is run.
+// Statements must be gone before it.
 class Database {
 public:
     enum class Mode { kReadOnly, kReadWrite, kCreate };
@@ -45,7 +46,8 @@ public:
     // Throws what a result code other than "fine" means, with the path and the engine's own words.
     void Check(int code) const;
     [[noreturn]] void Fail(int code) const;
-    [[noreturn]] void FailDamaged() const;  // a record's bytes are no record
+    // `what` is a part of the account: The account "..." is damaged: WHAT is not as it was written.
+    [[noreturn]] void FailDamaged(text::TextView what) const;
 
 private:
     struct Close {
@@ -67,6 +69,7 @@ public:
     void Bind(int parameter, Bytes bytes);
     void Bind(int parameter, std::int64_t number);
     void BindText(int parameter, std::string_view text);  // as the engine's text, not as bytes
+    int Try();    // as Step, but returns the engine's code and throws nothing
     bool Step();  // whether there is a row; throws, and is reset, on failure
     Bytes ColumnBytes(int column) const;
     std::int64_t ColumnInteger(int column) const;

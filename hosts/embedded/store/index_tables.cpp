@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "hosts/embedded/store/account_file.h"
+#include "hosts/embedded/store/checksum.h"
 
 namespace kel::embedded {
 
@@ -14,10 +14,6 @@ using text::Text;
 using text::TextView;
 
 namespace {
-
-std::string TableNamed(std::int64_t number) {
-    return "x" + std::to_string(number);
-}
 
 std::string StringOf(Bytes bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -54,15 +50,6 @@ std::vector<std::string> EncodeIndexKeys(const std::vector<Text>& keys) {
     return encoded;
 }
 
-void CreateIndexList(Database& database) {
-    database.Execute(("CREATE TABLE indexes("
-                      " number INTEGER PRIMARY KEY AUTOINCREMENT, file INTEGER NOT NULL,"
-                      " name BLOB NOT NULL, description BLOB NOT NULL, UNIQUE(file, name));"
-                      "PRAGMA user_version = " +
-                      std::to_string(kFormatWithIndexes))
-                         .c_str());
-}
-
 // ---- What there is ----
 
 void IndexTables::Refresh() {
@@ -86,12 +73,15 @@ IndexTables::Indexes& IndexTables::Of(std::int64_t file) {
     }
     const auto [known, isNew] = files_.try_emplace(file);
     if (isNew && hasIndexes_) {
-        Statement list(database_,
-                       "SELECT number, name, description, NOT EXISTS("
-                       "SELECT 1 FROM sqlite_schema s WHERE s.name = 'x' || i.number)"
-                       " FROM indexes i WHERE file = ?1 ORDER BY name");
+        Statement list(
+            database_,
+            (std::string("SELECT number, name, description, NOT EXISTS("
+                         "SELECT 1 FROM sqlite_schema s WHERE s.name = 'x' || i.number)") +
+             (isSealed_ ? ", sum" : "") + " FROM indexes i WHERE file = ?1 ORDER BY name")
+                .c_str());
         list.Bind(1, file);
         while (list.Step()) {
+            CheckListEntry(list, file);
             auto index = std::make_unique<Index>();
             index->number = list.ColumnInteger(0);
             DecodeKey(list.ColumnBytes(1), index->name);
@@ -103,6 +93,14 @@ IndexTables::Indexes& IndexTables::Of(std::int64_t file) {
     return known->second;
 }
 
+void IndexTables::CheckListEntry(const Statement& list, std::int64_t file) const {
+    if (isSealed_ &&
+        list.ColumnInteger(4) !=
+            IndexChecksum(list.ColumnInteger(0), file, list.ColumnBytes(1), list.ColumnBytes(2))) {
+        database_.FailDamaged(u"the list of indexes");
+    }
+}
+
 std::vector<IndexInfo> IndexTables::List(std::int64_t file) {
     std::vector<IndexInfo> list;
     for (const auto& index : Of(file)) {
@@ -111,34 +109,25 @@ std::vector<IndexInfo> IndexTables::List(std::int64_t file) {
     return list;
 }
 
-Text IndexTables::NameOf(std::int64_t file) {
-    Statement find(database_, "SELECT name FROM catalogue WHERE number = ?1");
-    find.Bind(1, file);
-    Text name;
-    if (find.Step()) {
-        DecodeKey(find.ColumnBytes(0), name);
-    }
-    return name;
-}
-
 IndexTables::Index& IndexTables::Find(std::int64_t file, TextView name) {
     for (const auto& index : Of(file)) {
         if (index->name == name) {
             return *index;
         }
     }
-    throw Error(ErrorKind::kNoSuchIndex,
-                u"The file \"" + NameOf(file) + u"\" has no index \"" + Text(name) + u"\".");
+    throw Error(
+        ErrorKind::kNoSuchIndex,
+        u"The file \"" + FileNameOf(database_, file) + u"\" has no index \"" + Text(name) + u"\".");
 }
 
-std::string IndexTables::TableOf(std::int64_t file, TextView name) {
+std::int64_t IndexTables::NumberOf(std::int64_t file, TextView name) {
     const Index& index = Find(file, name);
     if (index.stale) {
         throw Error(ErrorKind::kStaleIndex,
-                    u"The index \"" + Text(name) + u"\" of the file \"" + NameOf(file) +
-                        u"\" was not kept up and has to be rebuilt.");
+                    u"The index \"" + Text(name) + u"\" of the file \"" +
+                        FileNameOf(database_, file) + u"\" was not kept up and has to be rebuilt.");
     }
-    return TableNamed(index.number);
+    return index.number;
 }
 
 // ---- Making and dropping ----
@@ -157,26 +146,27 @@ void IndexTables::Create(std::int64_t file, TextView name, TextView description)
     if (std::any_of(present.begin(), present.end(), [&](const auto& index) {
             return index->name == name;
         })) {
-        throw Error(
-            ErrorKind::kIndexExists,
-            u"The file \"" + NameOf(file) + u"\" has an index \"" + Text(name) + u"\" already.");
-    }
-    if (!hasIndexes_) {
-        CreateIndexList(database_);
+        throw Error(ErrorKind::kIndexExists,
+                    u"The file \"" + FileNameOf(database_, file) + u"\" has an index \"" +
+                        Text(name) + u"\" already.");
     }
     const std::string nameBytes = EncodeKey(name);
     const std::string descriptionBytes = EncodeKey(description);
     std::int64_t number = 0;
     {
-        Statement enter(
-            database_,
-            "INSERT INTO indexes(file, name, description) VALUES(?1, ?2, ?3) RETURNING number");
+        Statement enter(database_,
+                        "INSERT INTO indexes(file, name, description, sum) VALUES(?1, ?2, ?3, 0)"
+                        " RETURNING number");
         enter.Bind(1, file);
         enter.Bind(2, BytesOf(nameBytes));
         enter.Bind(3, BytesOf(descriptionBytes));
         enter.Step();
         number = enter.ColumnInteger(0);
         enter.Step();
+        Statement sum(database_, "UPDATE indexes SET sum = ?1 WHERE number = ?2");
+        sum.Bind(1, IndexChecksum(number, file, BytesOf(nameBytes), BytesOf(descriptionBytes)));
+        sum.Bind(2, number);
+        sum.Step();
     }
     Fill(file, number, description);
     Forget();
@@ -185,20 +175,18 @@ void IndexTables::Create(std::int64_t file, TextView name, TextView description)
 // Entering in the order of ids and making the way back from ids to keys afterwards, from what is
 // then sorted already, is twice as fast as keeping both from the start.
 void IndexTables::Fill(std::int64_t file, std::int64_t number, TextView description) {
-    const std::string table = TableNamed(number);
-    database_.Execute(("CREATE TABLE " + table +
-                       "(key BLOB NOT NULL, id BLOB NOT NULL, PRIMARY KEY(key, id)) WITHOUT ROWID")
-                          .c_str());
-    Statement scan(database_, ("SELECT id, rec FROM f" + std::to_string(file)).c_str());
-    Statement insert(database_, ("INSERT INTO " + table + " VALUES(?1, ?2)").c_str());
+    const std::string table = EntriesTable(number);
+    CreateEntries(database_, number);
+    Statement scan(database_, ("SELECT id, rec FROM " + RecordsTable(file)).c_str());
+    Statement insert(database_, ("INSERT INTO " + table + " VALUES(?1, ?2, ?3)").c_str());
     Text id;
     Text record;
     std::vector<Text> keys;
     while (scan.Step()) {
         const Bytes idBytes = scan.ColumnBytes(0);
         DecodeKey(idBytes, id);
-        if (!DecodeRecord(scan.ColumnBytes(1), record)) {
-            database_.FailDamaged();
+        if (!DecodeStored(RecordForms::kWithChecksum, file, idBytes, scan.ColumnBytes(1), record)) {
+            FailDamagedRecord(database_, file, idBytes);
         }
         keys.clear();
         keys_->KeysOf(store::FileNumber{file}, description, id, record, keys);
@@ -206,12 +194,12 @@ void IndexTables::Fill(std::int64_t file, std::int64_t number, TextView descript
             const Run entry(insert);
             entry->Bind(1, BytesOf(key));
             entry->Bind(2, idBytes);
+            entry->Bind(3, EntryChecksum(number, BytesOf(key), idBytes));
             entry->Step();
         }
     }
     scan.Reset();
-    database_.Execute(
-        ("CREATE INDEX y" + std::to_string(number) + " ON " + table + "(id)").c_str());
+    CreateEntriesById(database_, number);
 }
 
 void IndexTables::Rebuild(std::int64_t file, TextView name) {
@@ -220,7 +208,7 @@ void IndexTables::Rebuild(std::int64_t file, TextView name) {
     const Text description = index.description;
     RequireKeys();
     Forget();
-    database_.Execute(("DROP TABLE IF EXISTS " + TableNamed(number)).c_str());
+    database_.Execute(("DROP TABLE IF EXISTS " + EntriesTable(number)).c_str());
     Fill(file, number, description);
 }
 
@@ -231,13 +219,13 @@ void IndexTables::Drop(std::int64_t file, TextView name) {
     leave.Bind(1, number);
     leave.Step();
     leave.Reset();
-    database_.Execute(("DROP TABLE IF EXISTS " + TableNamed(number)).c_str());
+    database_.Execute(("DROP TABLE IF EXISTS " + EntriesTable(number)).c_str());
 }
 
 void IndexTables::MakeStale(Indexes& indexes) {
     for (const auto& index : indexes) {
         if (!index->stale) {
-            database_.Execute(("DROP TABLE " + TableNamed(index->number)).c_str());
+            database_.Execute(("DROP TABLE " + EntriesTable(index->number)).c_str());
             index->stale = true;
         }
     }
@@ -268,10 +256,11 @@ void IndexTables::OnWrite(std::int64_t file, TextView id, Bytes idBytes, TextVie
 // Most writes leave most keys as they are; only what differs is touched.
 void IndexTables::SetKeys(Index& index, Bytes idBytes, const std::vector<Text>& keys) {
     if (!index.insert) {
-        const std::string table = TableNamed(index.number);
+        const std::string table = EntriesTable(index.number);
         index.keysOf = Statement(
             database_, ("SELECT key FROM " + table + " WHERE id = ?1 ORDER BY key").c_str());
-        index.insert = Statement(database_, ("INSERT INTO " + table + " VALUES(?1, ?2)").c_str());
+        index.insert =
+            Statement(database_, ("INSERT INTO " + table + " VALUES(?1, ?2, ?3)").c_str());
         index.remove =
             Statement(database_, ("DELETE FROM " + table + " WHERE key = ?1 AND id = ?2").c_str());
     }
@@ -284,21 +273,28 @@ void IndexTables::SetKeys(Index& index, Bytes idBytes, const std::vector<Text>& 
             present.push_back(StringOf(run->ColumnBytes(0)));
         }
     }
-    const auto change = [&](Statement& statement,
-                            const std::vector<std::string>& from,
-                            const std::vector<std::string>& less) {
-        std::vector<std::string> rest;
-        std::set_difference(
-            from.begin(), from.end(), less.begin(), less.end(), std::back_inserter(rest));
-        for (const std::string& key : rest) {
-            const Run run(statement);
-            run->Bind(1, BytesOf(key));
-            run->Bind(2, idBytes);
-            run->Step();
-        }
-    };
-    change(index.remove, present, wanted);
-    change(index.insert, wanted, present);
+    const auto forDifference =
+        [](const std::vector<std::string>& from, const std::vector<std::string>& less, auto work) {
+            std::vector<std::string> rest;
+            std::set_difference(
+                from.begin(), from.end(), less.begin(), less.end(), std::back_inserter(rest));
+            for (const std::string& key : rest) {
+                work(BytesOf(key));
+            }
+        };
+    forDifference(present, wanted, [&](Bytes key) {
+        const Run run(index.remove);
+        run->Bind(1, key);
+        run->Bind(2, idBytes);
+        run->Step();
+    });
+    forDifference(wanted, present, [&](Bytes key) {
+        const Run run(index.insert);
+        run->Bind(1, key);
+        run->Bind(2, idBytes);
+        run->Bind(3, EntryChecksum(index.number, key, idBytes));
+        run->Step();
+    });
 }
 
 void IndexTables::OnDelete(std::int64_t file, Bytes idBytes) {
@@ -308,7 +304,8 @@ void IndexTables::OnDelete(std::int64_t file, Bytes idBytes) {
         }
         if (!index->removeAll) {
             index->removeAll = Statement(
-                database_, ("DELETE FROM " + TableNamed(index->number) + " WHERE id = ?1").c_str());
+                database_,
+                ("DELETE FROM " + EntriesTable(index->number) + " WHERE id = ?1").c_str());
         }
         const Run run(index->removeAll);
         run->Bind(1, idBytes);
@@ -319,7 +316,7 @@ void IndexTables::OnDelete(std::int64_t file, Bytes idBytes) {
 void IndexTables::OnClear(std::int64_t file) {
     for (const auto& index : Of(file)) {
         if (!index->stale) {
-            database_.Execute(("DELETE FROM " + TableNamed(index->number)).c_str());
+            database_.Execute(("DELETE FROM " + EntriesTable(index->number)).c_str());
         }
     }
 }

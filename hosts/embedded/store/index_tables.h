@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "hosts/embedded/store/account_schema.h"
 #include "hosts/embedded/store/database.h"
 #include "hosts/multivalue/store/store.h"
 
@@ -22,12 +23,10 @@ std::string EncodeIndexKey(text::TextView key);
 // Of a record: each once, in order.
 std::vector<std::string> EncodeIndexKeys(const std::vector<text::Text>& keys);
 
-// Makes the table of indexes in an account that has had none.
-void CreateIndexList(Database& database);
-
 class IndexTables {
 public:
-    explicit IndexTables(Database& database) : database_(database) {}
+    IndexTables(Database& database, RecordForms forms)
+        : database_(database), isSealed_(forms == RecordForms::kWithChecksum) {}
 
     // Borrowed; null: none.
     void UseKeys(store::IndexKeys* keys) { keys_ = keys; }
@@ -40,8 +39,8 @@ public:
 
     bool HasAny(std::int64_t file) { return !Of(file).empty(); }
     std::vector<store::IndexInfo> List(std::int64_t file);
-    // The name of the index's table. kNoSuchIndex, kStaleIndex.
-    std::string TableOf(std::int64_t file, text::TextView name);
+    // The index's number. kNoSuchIndex, kStaleIndex.
+    std::int64_t NumberOf(std::int64_t file, text::TextView name);
 
     void Create(std::int64_t file, text::TextView name, text::TextView description);
     void Rebuild(std::int64_t file, text::TextView name);
@@ -72,9 +71,10 @@ private:
     void SetKeys(Index& index, Bytes idBytes, const std::vector<text::Text>& keys);
     void MakeStale(Indexes& indexes);
     void RequireKeys() const;
-    text::Text NameOf(std::int64_t file);
+    void CheckListEntry(const Statement& list, std::int64_t file) const;
 
     Database& database_;
+    const bool isSealed_;
     store::IndexKeys* keys_ = nullptr;
     Statement version_;
     std::int64_t schemaVersion_ = -1;  // -1: what is kept below counts no more

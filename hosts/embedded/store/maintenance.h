@@ -39,12 +39,18 @@ AccountReport CheckAccount(text::TextView path, const IndexKeysMaker& keys = {})
 // a damaged account open (kBusy). The report's figures and faults are those from before.
 AccountReport RepairAccount(text::TextView path, const IndexKeysMaker& keys = {});
 
-// Told how many pages of how many are copied; false gives the backup up.
-using BackupProgress = std::function<bool(std::uint64_t done, std::uint64_t total)>;
+// Writes the account as it is at this moment to `target`, an account of its own without any of the
+// data that was deleted; others read and write meanwhile. The file appears under its name when it
+// is whole. `goOn`, if given, is asked now and then; false when it gave the copy up. Throws as
+// OpenStore does, kFileExists when there is anything at `target` already.
+bool BackUpAccount(text::TextView path,
+                   text::TextView target,
+                   const std::function<bool()>& goOn = {});
 
-// Writes the account as it is at this moment to `target`, an account of its own; others read and
-// write meanwhile. The file appears under its name when it is whole. False when `progress` gave it
-// up. Throws as OpenStore does, kFileExists when there is anything at `target` already.
-bool BackUpAccount(text::TextView path, text::TextView target, const BackupProgress& progress = {});
+// Writes the account anew without the space of what was deleted, and returns by how many bytes its
+// file became shorter. Others can read meanwhile, not write. Needs as much room again on the disk
+// for the time it takes; the file keeps its length as long as others read. Throws as OpenStore
+// does.
+std::uint64_t CompactAccount(text::TextView path);
 
 }  // namespace kel::embedded

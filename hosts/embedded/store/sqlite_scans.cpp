@@ -117,8 +117,8 @@ private:
             if (withRecords_) {
                 const Bytes record = run->ColumnBytes(1);
                 bytes += record.size();
-                if (!DecodeRecord(record, entry.record)) {
-                    store_.database_.FailDamaged();
+                if (!DecodeStored(store_.forms_, NumberOf(file_), id, record, entry.record)) {
+                    FailDamagedRecord(store_.database_, NumberOf(file_), id);
                 }
             }
             ++count;
@@ -153,18 +153,17 @@ public:
           file_(file),
           name_(name),
           up_(range.order == ScanOrder::kAscending),
-          withKeys_(range.withKeys) {
+          withKeys_(range.withKeys),
+          isSealed_(store.forms_ == RecordForms::kWithChecksum) {
         const std::string table = Table();
+        const std::string select = isSealed_ ? "SELECT key, id, sum FROM " : "SELECT key, id FROM ";
         if (up_) {
             walk_ = Statement(
                 store.database_,
-                ("SELECT key, id FROM " + table + " WHERE (key, id) > (?1, ?2) ORDER BY key, id")
-                    .c_str());
+                (select + table + " WHERE (key, id) > (?1, ?2) ORDER BY key, id").c_str());
         } else {
-            walk_ = Statement(
-                store.database_,
-                ("SELECT key, id FROM " + table + " WHERE key = ?1 AND id > ?2 ORDER BY id")
-                    .c_str());
+            walk_ = Statement(store.database_,
+                              (select + table + " WHERE key = ?1 AND id > ?2 ORDER BY id").c_str());
             lower_ = Statement(
                 store.database_,
                 ("SELECT key FROM " + table + " WHERE key < ?1 ORDER BY key DESC LIMIT 1").c_str());
@@ -210,7 +209,15 @@ private:
             store_.indexes_.Refresh();
         }
         store_.RequireFile(file_);
-        return store_.indexes_.TableOf(NumberOf(file_), name_);
+        number_ = store_.indexes_.NumberOf(NumberOf(file_), name_);
+        return EntriesTable(number_);
+    }
+
+    void Check(const Run& run) const {
+        if (isSealed_ && run->ColumnInteger(2) !=
+                             EntryChecksum(number_, run->ColumnBytes(0), run->ColumnBytes(1))) {
+            store_.database_.FailDamaged(u"an entry of the index \"" + name_ + u"\"");
+        }
     }
 
     bool IsBeyond(std::string_view key) const {
@@ -238,6 +245,7 @@ private:
         run->Bind(1, BytesOf(key));
         run->Bind(2, BytesOf(id));
         while (count < limit && run->Step()) {
+            Check(run);
             if (IsBeyond(ViewOf(run->ColumnBytes(0)))) {
                 atEnd_ = true;
                 return;
@@ -276,6 +284,8 @@ private:
     const Text name_;
     const bool up_;
     const bool withKeys_;
+    const bool isSealed_;
+    std::int64_t number_ = 0;  // of the index
     Statement walk_;
     Statement lower_;
     std::string key_;  // the scan goes on after the entry of key_ and id_

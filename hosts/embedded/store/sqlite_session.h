@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "hosts/embedded/store/account_file.h"
+#include "hosts/embedded/store/account_schema.h"
+#include "hosts/embedded/store/checksum.h"
 #include "hosts/embedded/store/database.h"
 #include "hosts/embedded/store/held_reading.h"
 #include "hosts/embedded/store/index_tables.h"
@@ -27,7 +29,7 @@ inline std::int64_t NumberOf(store::FileNumber file) {
 }
 
 inline std::string TableOf(store::FileNumber file) {
-    return "f" + std::to_string(NumberOf(file));
+    return RecordsTable(NumberOf(file));
 }
 
 // One connection to the account, one view of its locks.
@@ -38,8 +40,12 @@ public:
           readOnly_(options.readOnly),
           busyWaitMs_(options.busyWaitMs),
           user_(options.user.empty() ? CurrentUserName() : options.user),
-          indexes_(database_),
-          findFile_(database_, "SELECT number FROM catalogue WHERE name = ?1"),
+          forms_(FormsOf(FormatOf(database_))),
+          indexes_(database_, forms_),
+          findFile_(database_,
+                    forms_ == RecordForms::kWithChecksum
+                        ? "SELECT number, sum FROM catalogue WHERE name = ?1"
+                        : "SELECT number FROM catalogue WHERE name = ?1"),
           begin_(database_, "BEGIN IMMEDIATE"),
           commit_(database_, "COMMIT") {}
     SqliteStore(const SqliteStore&) = delete;
@@ -112,6 +118,8 @@ private:
     void UndoOne();
     template <typename Keep, typename Change>
     void WithIndexes(store::FileNumber file, Keep keep, Change change);
+    void SetFileName(store::FileNumber file, Bytes name);
+    void CheckFileEntry(std::int64_t file, std::int64_t sum, Bytes name) const;
     void RequireFile(store::FileNumber file);
     void CheckChangesAllowed();
     void RequireWritable();
@@ -125,6 +133,7 @@ private:
     const bool readOnly_;
     const std::uint32_t busyWaitMs_;
     const text::Text user_;
+    const RecordForms forms_;
     IndexTables indexes_;
     Statement findFile_;
     Statement begin_;

@@ -99,8 +99,12 @@ void SqliteStore::RequireWritable() {
 std::vector<Text> SqliteStore::FileNames() {
     reading_.End();
     std::vector<Text> names;
-    Statement list(database_, "SELECT name FROM catalogue ORDER BY name");
+    Statement list(database_,
+                   forms_ == RecordForms::kWithChecksum
+                       ? "SELECT name, number, sum FROM catalogue ORDER BY name"
+                       : "SELECT name FROM catalogue ORDER BY name");
     while (list.Step()) {
+        CheckFileEntry(list.ColumnInteger(1), list.ColumnInteger(2), list.ColumnBytes(0));
         DecodeKey(list.ColumnBytes(0), names.emplace_back());
     }
     return names;
@@ -114,7 +118,17 @@ std::optional<FileNumber> SqliteStore::FindFile(TextView name) {
     if (!find->Step()) {
         return std::nullopt;
     }
+    CheckFileEntry(find->ColumnInteger(0), find->ColumnInteger(1), BytesOf(bytes));
     return FileNumber{find->ColumnInteger(0)};
+}
+
+// A damaged number would lead to the records of another file.
+void SqliteStore::CheckFileEntry(std::int64_t file, std::int64_t sum, Bytes name) const {
+    if (forms_ == RecordForms::kWithChecksum && sum != FileChecksum(file, name)) {
+        Text text;
+        DecodeKey(name, text);
+        database_.FailDamaged(u"the catalogue's entry of the file \"" + text + u"\"");
+    }
 }
 
 void SqliteStore::CheckNameFree(TextView name) {
@@ -123,20 +137,28 @@ void SqliteStore::CheckNameFree(TextView name) {
     }
 }
 
+void SqliteStore::SetFileName(FileNumber file, Bytes name) {
+    Statement enter(database_, "UPDATE catalogue SET name = ?1, sum = ?2 WHERE number = ?3");
+    enter.Bind(1, name);
+    enter.Bind(2, FileChecksum(NumberOf(file), name));
+    enter.Bind(3, NumberOf(file));
+    enter.Step();
+}
+
 FileNumber SqliteStore::CreateFile(TextView name) {
     store::CheckFileName(name);
     const std::string bytes = EncodeKey(name);
     FileNumber file{};
     AsOne([&] {
         CheckNameFree(name);
-        Statement enter(database_, "INSERT INTO catalogue(name) VALUES(?1) RETURNING number");
+        Statement enter(database_,
+                        "INSERT INTO catalogue(name, sum) VALUES(?1, 0) RETURNING number");
         enter.Bind(1, BytesOf(bytes));
         enter.Step();
         file = FileNumber{enter.ColumnInteger(0)};
         enter.Step();
-        database_.Execute(
-            ("CREATE TABLE " + TableOf(file) + "(id BLOB PRIMARY KEY NOT NULL, rec BLOB NOT NULL)")
-                .c_str());
+        SetFileName(file, BytesOf(bytes));
+        CreateRecords(database_, NumberOf(file));
     });
     return file;
 }
@@ -150,10 +172,7 @@ void SqliteStore::RenameFile(FileNumber file, TextView name) {
             return;
         }
         CheckNameFree(name);
-        Statement rename(database_, "UPDATE catalogue SET name = ?1 WHERE number = ?2");
-        rename.Bind(1, BytesOf(bytes));
-        rename.Bind(2, NumberOf(file));
-        rename.Step();
+        SetFileName(file, BytesOf(bytes));
     });
 }
 
@@ -199,8 +218,9 @@ bool SqliteStore::Read(FileNumber file, TextView id, Text& record) {
         if (!read->Step()) {
             return false;
         }
-        if (!DecodeRecord(read->ColumnBytes(0), record)) {
-            database_.FailDamaged();
+        if (!DecodeStored(forms_, NumberOf(file), key.bytes(), read->ColumnBytes(0), record)) {
+            record.clear();
+            FailDamagedRecord(database_, NumberOf(file), key.bytes());
         }
         return true;
     });
@@ -248,7 +268,7 @@ void SqliteStore::Write(FileNumber file, TextView id, TextView record, AfterWrit
                 file,
                 [&] { indexes_.OnWrite(NumberOf(file), id, key.bytes(), record); },
                 [&] {
-                    EncodeRecord(record, buffer_);
+                    EncodeStored(NumberOf(file), key.bytes(), record, buffer_);
                     const Run write(
                         Prepared(&FileStatements::write,
                                  file,

@@ -1,34 +1,28 @@
 // A file that is being made under a name of its own until it is whole.
 #pragma once
 
-#include <filesystem>
-#include <system_error>
-#include <utility>
-
 #include "hosts/multivalue/text/text.h"
 
 namespace kel::embedded {
 
-// Removes the database file and what the engine keeps beside it, both now and at the end; by then
-// it has its proper name if all went well.
+// Made empty, under a name that nothing had; removed at the end, with what the engine keeps beside
+// it, unless it was given its proper name.
 class UnfinishedFile {
 public:
-    explicit UnfinishedFile(text::Text path) : path_(std::move(path)) { Remove(); }
+    // `beginning` and a number. Throws kCannotOpen.
+    explicit UnfinishedFile(const text::Text& beginning);
     UnfinishedFile(const UnfinishedFile&) = delete;
     UnfinishedFile& operator=(const UnfinishedFile&) = delete;
-    ~UnfinishedFile() { Remove(); }
+    ~UnfinishedFile();
 
     const text::Text& path() const { return path_; }
 
-private:
-    void Remove() const {
-        for (const char16_t* ending : {u"", u"-journal", u"-wal", u"-shm"}) {
-            std::error_code ignored;
-            std::filesystem::remove(std::filesystem::path(path_ + ending), ignored);
-        }
-    }
+    // False, and the file stays unfinished, when anything is there already. Throws kInputOutput.
+    bool Finish(const text::Text& name);
 
-    const text::Text path_;
+private:
+    text::Text path_;
+    bool isFinished_ = false;
 };
 
 }  // namespace kel::embedded

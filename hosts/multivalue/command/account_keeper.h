@@ -2,6 +2,7 @@
 // asks for.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -24,6 +25,9 @@ public:
     virtual Findings Repair(TextView path) = 0;
     // Copies the account of the session as it is at this moment. Raises kFileExists.
     virtual void Save(TextView target) = 0;
+    // Gives back the space of what was deleted from the account of the session; returns how many
+    // bytes.
+    virtual std::uint64_t Compact() = 0;
 };
 
 }  // namespace kel::command

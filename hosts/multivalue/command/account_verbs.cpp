@@ -49,4 +49,11 @@ void RunSaveAccount(Command& command) {
     command.Code(kAccountSaved);
 }
 
+void RunCompact(Command& command) {
+    AccountKeeper& keeper = RequireKeeper(command);
+    command.RequireEnd();
+    command.CountLine(keeper.Compact(), u" byte(s) given back.");
+    command.Code(kAccountCompacted);
+}
+
 }  // namespace kel::command

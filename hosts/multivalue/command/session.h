@@ -47,6 +47,7 @@ inline constexpr int kAccountDamaged = 427;
 inline constexpr int kAccountRepaired = 428;
 inline constexpr int kAccountSaved = 429;
 inline constexpr int kLockListed = 430;  // file, id, user, process
+inline constexpr int kAccountCompacted = 431;
 
 // What a sentence answers.
 struct Answer {

@@ -13,6 +13,7 @@ constexpr Verb kVerbs[] = {
      RunCheckAccount},
     {u"CLEAR-FILE", u"CLEAR-FILE {DICT} name: deletes all records", RunClearFile},
     {u"CLEARSELECT", u"CLEARSELECT {n or ALL}: drops active lists", RunClearSelect},
+    {u"COMPACT", u"COMPACT: gives back the space of what was deleted from the account", RunCompact},
     {u"COPY",
      u"COPY FROM {DICT} file {TO {DICT} file} id ... {OVERWRITING} {DELETING}: "
      u"copies records; id,new gives them other ids",

@@ -63,5 +63,6 @@ void RunHelp(Command& command);
 void RunCheckAccount(Command& command);
 void RunRepairAccount(Command& command);
 void RunSaveAccount(Command& command);
+void RunCompact(Command& command);
 
 }  // namespace kel::command
