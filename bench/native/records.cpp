@@ -1,6 +1,7 @@
 // Records by key: the store against the same statements on the storage engine.
 #include "bench/native/native.h"
 #include "bench/timing.h"
+#include "hosts/embedded/store/checksum.h"
 #include "hosts/embedded/store/codec.h"
 #include "hosts/multivalue/text/dynamic_array.h"
 
@@ -162,6 +163,48 @@ void MeasureBatches(SampleAccount& account) {
                 kTarget);
 }
 
+// What telling damage costs a record, without the engine.
+void MeasureChecksums() {
+    const std::string id = "Item 4711";
+    const Text sample = SampleRecord(4711);
+    std::vector<std::uint8_t> with;
+    std::vector<std::uint8_t> without;
+    embedded::EncodeStored(1, BytesOf(id), sample, with);
+    embedded::EncodeRecord(sample, without);
+    Text record;
+    const auto checked = [&] {
+        embedded::DecodeStored(
+            embedded::RecordForms::kWithChecksum, 1, BytesOf(id), Bytes(with), record);
+    };
+    const auto plain = [&] {
+        embedded::DecodeRecord(embedded::RecordForms::kWithChecksum, Bytes(without), record);
+    };
+    Compare({"a record decoded and its checksum looked at", Repeating(checked)},
+            {"decoded", Repeating(plain)});
+}
+
+// Opening looks at the schema of all files before it trusts any of it.
+void MeasureOpening(const std::filesystem::path& folder) {
+    constexpr long kFiles = 100;
+    Emptied(folder);
+    const Text path = (folder / "account").u16string();
+    const auto kept = embedded::OpenStore(path);  // the log is there already
+    for (long i = 0; i < kFiles; ++i) {
+        kept->CreateFile(u"FILE" + NumberText(i));
+    }
+    const store::FileNumber file = kept->FindFile(u"FILE0").value();
+    kept->Write(file, u"1", SampleRecord(1), AfterWrite::kRelease);
+    Text record;
+    const auto open = [&] { embedded::OpenStore(path)->Read(file, u"1", record); };
+    const auto plainOpen = [&] {
+        embedded::Database plain(path, embedded::Database::Mode::kReadWrite, 0);
+        plain.Execute("PRAGMA synchronous = FULL; PRAGMA cache_size = -16384");
+        PlainStatements(plain).Read("1");
+    };
+    Compare({"open an account of 100 files, read a record", Repeating(open)},
+            {"a connection and the statement", Repeating(plainOpen)});
+}
+
 void MeasureBulkLoad(SampleAccount& account) {
     std::vector<std::uint8_t> bytes;
     const auto load = [&] {
@@ -252,8 +295,13 @@ void MeasureRecords(const std::filesystem::path& folder) {
         MeasureBatches(account);
         MeasureBulkLoad(account);
     }
-    SampleAccount account(folder / "full", Durability::kFull);
-    MeasureWrites(account, "write, built, \"full\": waits for the disk", kNoTarget);
+    {
+        SampleAccount account(folder / "full", Durability::kFull);
+        MeasureWrites(account, "write, built, \"full\": waits for the disk", kNoTarget);
+    }
+    PrintHead("what trusting no file costs");
+    MeasureChecksums();
+    MeasureOpening(folder / "opening");
 }
 
 }  // namespace kel::bench
