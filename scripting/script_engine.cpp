@@ -2,7 +2,11 @@
 #include "scripting/script_engine.h"
 
 #include <activscp.h>
+#include <objsafe.h>
+#include <servprov.h>
+#include <urlmon.h>
 
+#include <cstring>
 #include <map>
 #include <utility>
 #include <vector>
@@ -52,6 +56,22 @@ ScriptFailure FailureOf(EXCEPINFO& exception) {
     return failure;
 }
 
+// Makes the engine ask its site before it makes objects, and get none. Before anything else: it is
+// asked for when the script is read.
+bool Seal(const ComPtr<IActiveScript>& engine) {
+    constexpr DWORD kOn =
+        INTERFACESAFE_FOR_UNTRUSTED_DATA | INTERFACE_USES_DISPEX | INTERFACE_USES_SECURITY_MANAGER;
+    ComPtr<IObjectSafety> safety;
+    engine->QueryInterface(IID_IObjectSafety, reinterpret_cast<void**>(safety.put()));
+    DWORD known = 0;
+    DWORD enabled = 0;
+    return safety &&
+           SUCCEEDED(
+               safety->GetInterfaceSafetyOptions(__uuidof(IScriptParser), &known, &enabled)) &&
+           (known & kOn) == kOn &&
+           SUCCEEDED(safety->SetInterfaceSafetyOptions(__uuidof(IScriptParser), known, kOn));
+}
+
 }  // namespace
 
 Language LanguageOf(std::wstring_view name) {
@@ -66,9 +86,36 @@ const wchar_t* NameOf(Language language) {
     return language == Language::kJScript ? L"JScript" : L"VBScript";
 }
 
-// What the engine asks of its host: the objects behind names, and where to report failures.
-class ScriptEngine::Site final : public automation::PlainObject<IActiveScriptSite> {
+// What the engine asks of its host: the objects behind names, where to report failures, and, of a
+// script without trust, whether it may make an object (never) and how dialogs are shown (not).
+class ScriptEngine::Site final : public automation::PlainObject<IActiveScriptSite>,
+                                 public IServiceProvider,
+                                 public IInternetHostSecurityManager,
+                                 public IActiveScriptSiteUIControl {
 public:
+    explicit Site(Trust trust) : trust_(trust) {}
+
+    STDMETHODIMP QueryInterface(REFIID iid, void** object) noexcept override {
+        const HRESULT code = PlainObject::QueryInterface(iid, object);
+        if (code != E_NOINTERFACE || trust_ == Trust::kFull) {
+            return code;
+        }
+        *object = IsEqualIID(iid, IID_IServiceProvider)
+                      ? static_cast<void*>(static_cast<IServiceProvider*>(this))
+                  : IsEqualIID(iid, IID_IInternetHostSecurityManager)
+                      ? static_cast<void*>(static_cast<IInternetHostSecurityManager*>(this))
+                  : IsEqualIID(iid, __uuidof(IActiveScriptSiteUIControl))
+                      ? static_cast<void*>(static_cast<IActiveScriptSiteUIControl*>(this))
+                      : nullptr;
+        if (*object == nullptr) {
+            return E_NOINTERFACE;
+        }
+        AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP_(ULONG) AddRef() noexcept override { return PlainObject::AddRef(); }
+    STDMETHODIMP_(ULONG) Release() noexcept override { return PlainObject::Release(); }
+
     std::map<Text, ComPtr<IDispatch>> items;
     Outcome reported;
 
@@ -113,13 +160,58 @@ public:
             if (SUCCEEDED(error->GetSourcePosition(&context, &line, &column))) {
                 failure.line = line;
             }
-            reported = std::move(failure);
+            reported = judged(std::move(failure));
         });
         return S_OK;
     }
 
+    STDMETHODIMP QueryService(REFGUID service, REFIID iid, void** object) noexcept override {
+        if (IsEqualGUID(service, SID_SInternetHostSecurityManager)) {
+            return QueryInterface(iid, object);
+        }
+        *object = nullptr;
+        return E_NOINTERFACE;
+    }
+
+    STDMETHODIMP GetSecurityId(BYTE*, DWORD*, DWORD_PTR) noexcept override { return E_NOTIMPL; }
+    STDMETHODIMP ProcessUrlAction(
+        DWORD, BYTE* policy, DWORD size, BYTE*, DWORD, DWORD, DWORD) noexcept override {
+        if (policy != nullptr && size >= sizeof(DWORD)) {
+            const DWORD answer = URLPOLICY_DISALLOW;
+            std::memcpy(policy, &answer, sizeof answer);
+        }
+        return S_FALSE;  // as for every policy but "allow"
+    }
+    STDMETHODIMP QueryCustomPolicy(
+        REFGUID, BYTE** policy, DWORD* size, BYTE*, DWORD, DWORD) noexcept override {
+        auto* answer = static_cast<DWORD*>(CoTaskMemAlloc(sizeof(DWORD)));
+        if (answer == nullptr) {
+            return E_OUTOFMEMORY;
+        }
+        *answer = URLPOLICY_DISALLOW;
+        *policy = reinterpret_cast<BYTE*>(answer);
+        *size = sizeof *answer;
+        return S_OK;
+    }
+
+    STDMETHODIMP GetUIBehavior(SCRIPTUICITEM, SCRIPTUICHANDLING* handling) noexcept override {
+        *handling = SCRIPTUICHANDLING_NOUIDEFAULT;
+        return S_OK;
+    }
+
+    // Engines word the refusal as any other object that cannot be made.
+    ScriptFailure judged(ScriptFailure failure) const {
+        constexpr long kNoTemporaryFile = 322;  // what one says of GetObject
+        failure.isRefusal =
+            trust_ == Trust::kNone && (failure.number == automation::kCannotCreateObject ||
+                                       failure.number == kNoTemporaryFile);
+        return failure;
+    }
+
 private:
     ~Site() override = default;
+
+    const Trust trust_;
 };
 
 struct ScriptEngine::Parts {
@@ -145,7 +237,7 @@ struct ScriptEngine::Parts {
     }
 };
 
-std::unique_ptr<ScriptEngine> ScriptEngine::Open(Language language) {
+std::unique_ptr<ScriptEngine> ScriptEngine::Open(Language language, Trust trust) {
     CLSID clsid{};
     auto parts = std::make_unique<Parts>();
     if (FAILED(CLSIDFromProgID(NameOf(language), &clsid)) ||
@@ -156,7 +248,10 @@ std::unique_ptr<ScriptEngine> ScriptEngine::Open(Language language) {
                                 reinterpret_cast<void**>(parts->engine.put())))) {
         return nullptr;
     }
-    parts->site = ComPtr<Site>::Adopt(new Site);
+    if (trust == Trust::kNone && !Seal(parts->engine)) {
+        return nullptr;
+    }
+    parts->site = ComPtr<Site>::Adopt(new Site(trust));
     return std::unique_ptr<ScriptEngine>(new ScriptEngine(std::move(parts)));
 }
 
@@ -237,7 +332,7 @@ Outcome ScriptEngine::Call(const std::wstring& name,
                                         &exception,
                                         nullptr);
     if (code == DISP_E_EXCEPTION) {
-        ScriptFailure failure = FailureOf(exception);
+        ScriptFailure failure = parts_->site->judged(FailureOf(exception));
         Outcome reported = std::exchange(parts_->site->reported, std::nullopt);
         return reported ? std::move(reported) : Outcome(std::move(failure));
     }

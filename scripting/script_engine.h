@@ -17,6 +17,12 @@ namespace kel::scripting {
 
 enum class Language { kVbScript, kJScript };
 
+// What a script may reach besides the language.
+enum class Trust {
+    kNone,  // the objects it is given, nothing else: it makes and gets none, shows nothing
+    kFull   // whatever the user may
+};
+
 // The language that the ending of a name asks for: JScript for ".js", whatever the case, else
 // VBScript.
 Language LanguageOf(std::wstring_view name);
@@ -31,6 +37,8 @@ struct ScriptFailure {
     // Of the script, from 1. Nothing where the engine told its caller only, as for a call with a
     // wrong number of arguments.
     std::optional<unsigned long> line;
+    // A script without trust wanted an object that it was not given.
+    bool isRefusal = false;
 };
 // Nothing: it went well.
 using Outcome = std::optional<ScriptFailure>;
@@ -40,8 +48,9 @@ using Outcome = std::optional<ScriptFailure>;
 // outcome.
 class ScriptEngine {
 public:
-    // Empty when the engine is not installed.
-    static std::unique_ptr<ScriptEngine> Open(Language language);
+    // Empty when the engine is not installed, and without trust also when it cannot keep a script
+    // from what it may not reach.
+    static std::unique_ptr<ScriptEngine> Open(Language language, Trust trust);
     ScriptEngine(const ScriptEngine&) = delete;
     ScriptEngine& operator=(const ScriptEngine&) = delete;
     ~ScriptEngine();

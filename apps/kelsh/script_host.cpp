@@ -83,7 +83,7 @@ public:
           connection_(connection),
           terminal_(terminal) {
         const scripting::Language language = scripting::LanguageOf(path);
-        engine_ = ScriptEngine::Open(language);
+        engine_ = ScriptEngine::Open(language, scripting::Trust::kFull);
         if (!engine_) {
             throw std::runtime_error(ToUtf8(path + L" needs the script engine " +
                                             scripting::NameOf(language) +

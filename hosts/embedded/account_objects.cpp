@@ -16,15 +16,17 @@ namespace {
 using text::DynamicArray;
 using text::Position;
 
-// The way from the objects of an account to its connection, cut when that ends.
+// The way from the objects of an account to its connection, cut when that ends. A member holds
+// what it gets for as long as it works.
 struct Link {
-    Connection* connection = nullptr;
+    std::weak_ptr<Connection> connection;
 
-    Connection& require() const {
-        if (connection == nullptr) {
+    std::shared_ptr<Connection> require() const {
+        auto open = connection.lock();
+        if (open == nullptr) {
             throw Error(NotConnected, kHostSource, L"Not connected");
         }
-        return *connection;
+        return open;
     }
 };
 
@@ -44,8 +46,8 @@ public:
     }
     STDMETHODIMP ReadU(BSTR id, VARIANT* result) noexcept override {
         return HostMember(L"File.ReadU", [&] {
-            const auto holder =
-                store().Lock(file_.number, Units(id), link_->require().lockWaitMs());
+            const auto held = link_->require();
+            const auto holder = held->store().Lock(file_.number, Units(id), held->lockWaitMs());
             if (holder) {
                 throw Error(mvItemLocked,
                             kHostSource,
@@ -58,27 +60,30 @@ public:
     }
     STDMETHODIMP Write(BSTR id, BSTR record) noexcept override {
         return HostMember(L"File.Write", [&] {
-            store().Write(file_.number, Units(id), Units(record), store::AfterWrite::kRelease);
+            link_->require()->store().Write(
+                file_.number, Units(id), Units(record), store::AfterWrite::kRelease);
         });
     }
     STDMETHODIMP WriteU(BSTR id, BSTR record) noexcept override {
         return HostMember(L"File.WriteU", [&] {
-            store().Write(file_.number, Units(id), Units(record), store::AfterWrite::kKeep);
+            link_->require()->store().Write(
+                file_.number, Units(id), Units(record), store::AfterWrite::kKeep);
         });
     }
     STDMETHODIMP Delete(BSTR id, VARIANT_BOOL* result) noexcept override {
         return HostMember(L"File.Delete", [&] {
             Out out{result};
-            out = store().Delete(file_.number, Units(id));
+            out = link_->require()->store().Delete(file_.number, Units(id));
         });
     }
     STDMETHODIMP Release(BSTR id) noexcept override {
-        return HostMember(L"File.Release", [&] { store().Unlock(file_.number, Units(id)); });
+        return HostMember(L"File.Release",
+                          [&] { link_->require()->store().Unlock(file_.number, Units(id)); });
     }
     STDMETHODIMP Exists(BSTR id, VARIANT_BOOL* result) noexcept override {
         return HostMember(L"File.Exists", [&] {
             Out out{result};
-            out = store().Exists(file_.number, Units(id));
+            out = link_->require()->store().Exists(file_.number, Units(id));
         });
     }
     using Object::Release;
@@ -86,11 +91,10 @@ public:
 private:
     ~File() override = default;
 
-    store::Store& store() const { return link_->require().store(); }
     void read(BSTR id, VARIANT* result) const {
         Out out{result};
         text::Text record;
-        if (store().Read(file_.number, Units(id), record)) {
+        if (link_->require()->store().Read(file_.number, Units(id), record)) {
             out = Variant(Wide(record));
         } else {
             V_VT(result) = VT_NULL;
@@ -103,26 +107,28 @@ private:
 
 class Account final : public Object<kelAccount, _kelAccount> {
 public:
-    explicit Account(Connection& connection) : link_(std::make_shared<Link>(Link{&connection})) {}
+    explicit Account(Connection& connection)
+        : link_(std::make_shared<Link>(Link{connection.weak_from_this()})) {}
 
-    void cut() { link_->connection = nullptr; }
+    void cut() { link_->connection.reset(); }
 
     STDMETHODIMP Open(BSTR fileName, _kelAccountFile** result) noexcept override {
         return HostMember(L"Account.Open", [&] {
             Out out{result};
-            out = Make<File>(link_, store::RequireFile(link_->require().store(), Units(fileName)));
+            out = Make<File>(link_, store::RequireFile(link_->require()->store(), Units(fileName)));
         });
     }
     STDMETHODIMP Execute(BSTR sentence, BSTR* result) noexcept override {
         return HostMember(L"Account.Execute", [&] {
             Out out{result};
-            out = Wide(link_->require().session().Execute(Units(sentence)).output);
+            out = Wide(link_->require()->session().Execute(text::Text(Units(sentence))).output);
         });
     }
     STDMETHODIMP Select(BSTR sentence, BSTR* result) noexcept override {
         return HostMember(L"Account.Select", [&] {
             Out out{result};
-            const auto list = link_->require().session().Select(Units(sentence));
+            const auto held = link_->require();
+            const auto list = held->session().Select(text::Text(Units(sentence)));
             text::Text ids;
             query::SelectedId one;
             while (list->Next(one)) {
@@ -134,14 +140,14 @@ public:
     STDMETHODIMP Oconv(BSTR value, BSTR code, BSTR* result) noexcept override {
         return HostMember(L"Account.Oconv", [&] {
             Out out{result};
-            out = Wide(
-                conversion::Oconv(Units(value), Units(code), link_->require().environment()).value);
+            out = Wide(conversion::Oconv(Units(value), Units(code), link_->require()->environment())
+                           .value);
         });
     }
     STDMETHODIMP Iconv(BSTR value, BSTR code, BSTR* result) noexcept override {
         return HostMember(L"Account.Iconv", [&] {
             Out out{result};
-            out = Wide(Entered(Units(value), Units(code), link_->require().environment()));
+            out = Wide(Entered(Units(value), Units(code), link_->require()->environment()));
         });
     }
     STDMETHODIMP Extract(
@@ -191,7 +197,7 @@ public:
     STDMETHODIMP get_User(BSTR* result) noexcept override {
         return HostMember(L"Account.User", [&] {
             Out out{result};
-            out = Wide(link_->require().session().User());
+            out = Wide(link_->require()->session().User());
         });
     }
     STDMETHODIMP Call(BSTR progName,
@@ -210,7 +216,7 @@ public:
         return HostMember(L"Account.Call", [&] {
             const std::array all{
                 arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12};
-            link_->require().programs().run(Units(progName), Given(all));
+            link_->require()->programs().run(Units(progName), Given(all));
         });
     }
 

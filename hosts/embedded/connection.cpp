@@ -45,7 +45,7 @@ Connection::Connection(const ConnectionOptions& options)
       environment_(*store_, options.family, options.dateOrder),
       keeper_(options.path, options.family, options.dateOrder),
       session_(*store_, environment_),
-      programs_(*this, options.application),
+      programs_(*this, options.programs, options.application),
       lockWaitMs_(options.lockWaitMs),
       number_(NextConnection()) {
     environment_.UsePrograms(programs_);
@@ -54,32 +54,51 @@ Connection::Connection(const ConnectionOptions& options)
 }
 
 Connection::~Connection() {
+    end();
+}
+
+void Connection::end() noexcept {
     programs_.end();
-    for (const auto& given : lists_) {
+    for (const auto& given : std::exchange(lists_, {})) {
         if (const auto list = given.lock()) {
             list->list.reset();
         }
     }
+    automation::Ignoring([&] { store_->UnlockAll(); });
 }
 
 std::shared_ptr<OpenList> Connection::handOut(std::unique_ptr<query::SelectList> list) {
+    programs_.requireOpen();
     std::erase_if(lists_, [](const auto& given) { return given.expired(); });
-    auto open = std::make_shared<OpenList>(OpenList{std::move(list)});
+    auto open = std::make_shared<OpenList>(OpenList{std::move(list), weak_from_this()});
     lists_.push_back(open);
     return open;
 }
 
-expression::CorrelativeEvaluator& Connection::evaluator(TextView internalForm) {
-    const auto found = evaluators_.find(internalForm);
-    if (found != evaluators_.end()) {
-        return *found->second;
+automation::Bstr Connection::evaluate(TextView internalForm, expression::EvaluationInput input) {
+    Evaluators working;
+    if (const auto found = evaluators_.find(internalForm); found != evaluators_.end()) {
+        working.insert(evaluators_.extract(found));
+    } else {
+        working.emplace(internalForm,
+                        std::make_unique<expression::CorrelativeEvaluator>(
+                            expression::ReadExpression(internalForm), environment_));
     }
+    expression::CorrelativeEvaluator& evaluator = *working.begin()->second;
+    Text id;
+    Text value;
+    if (evaluator.Compiled().Uses(expression::Operation::kCall)) {
+        // Copies: the program may change the buffer and its caller's variables.
+        input.record->Whole();
+        input.id = id = input.id;
+        input.value = value = input.value;
+    }
+    automation::Bstr result(Wide(evaluator.Evaluate(input)));
     if (evaluators_.size() >= kKeptEvaluators) {
         evaluators_.clear();
     }
-    auto made = std::make_unique<expression::CorrelativeEvaluator>(
-        expression::ReadExpression(internalForm), environment_);
-    return *evaluators_.emplace(internalForm, std::move(made)).first->second;
+    evaluators_.merge(working);
+    return result;
 }
 
 }  // namespace kel::embedded

@@ -15,9 +15,15 @@
 
 namespace kel::embedded {
 
-// A list as a client holds it. Empty once closed, or once the connection is.
+class Connection;
+
+// A list as a client holds it. Empty once closed, or once the connection is. Whoever takes an id
+// from it holds connection and list meanwhile: working out the next id may run programs, which may
+// close either.
 struct OpenList {
-    std::unique_ptr<query::SelectList> list;
+    std::shared_ptr<query::SelectList> list;
+    std::weak_ptr<Connection> connection;
+    bool isBusy = false;
 };
 
 // The account's environment, with stored programs.
@@ -40,16 +46,24 @@ struct ConnectionOptions {
     conversion::Family family = conversion::Family::kUni;
     conversion::DateOrder dateOrder = conversion::DateOrder::kMonthFirst;
     std::uint32_t lockWaitMs = 0;
+    ProgramTrust programs = ProgramTrust::kSealed;
     automation::ComPtr<IDispatch> application;
 };
 
-class Connection {
+// A connection belongs to its host and to each call that works with it. A call may run programs,
+// and these may end the connection: what they call afterwards is refused, and the call itself goes
+// on with what it holds. The account's file is closed when the last of these calls returns.
+class Connection : public std::enable_shared_from_this<Connection> {
 public:
     // Throws what OpenStore throws.
     explicit Connection(const ConnectionOptions& options);
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
     ~Connection();
+
+    // No program runs any more, lists are closed, locks are given up. Objects that are let go of
+    // may call back.
+    void end() noexcept;
 
     store::Store& store() { return *store_; }
     command::Session& session() { return session_; }
@@ -62,11 +76,14 @@ public:
     // A list to hand out.
     std::shared_ptr<OpenList> handOut(std::unique_ptr<query::SelectList> list);
 
-    // The evaluator for a correlative in its internal form, kept from call to call. Throws for a
-    // form that is none.
-    expression::CorrelativeEvaluator& evaluator(text::TextView internalForm);
+    // Works out a correlative in its internal form; evaluators are kept from call to call. Throws
+    // for a form that is none.
+    automation::Bstr evaluate(text::TextView internalForm, expression::EvaluationInput input);
 
 private:
+    using Evaluators =
+        std::map<text::Text, std::unique_ptr<expression::CorrelativeEvaluator>, std::less<>>;
+
     std::unique_ptr<store::Store> store_;
     AccountEnvironment environment_;
     AccountFileKeeper keeper_;
@@ -75,8 +92,8 @@ private:
     std::uint32_t lockWaitMs_;
     unsigned long number_;
     std::vector<std::weak_ptr<OpenList>> lists_;
-    std::map<text::Text, std::unique_ptr<expression::CorrelativeEvaluator>, std::less<>>
-        evaluators_;
+    // Those at rest: one that works may be asked for again by a program that it runs.
+    Evaluators evaluators_;
 };
 
 }  // namespace kel::embedded

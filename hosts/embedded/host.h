@@ -130,15 +130,15 @@ public:
     STDMETHODIMP ValidCorrelative(BSTR correlative, VARIANT_BOOL* result) noexcept override;
 
 private:
-    ~Host() override = default;
+    ~Host() override;
 
-    // The open connection; throws 10102.
-    Connection& connection() const;
+    // The open connection, held for a call; throws 10102.
+    std::shared_ptr<Connection> connection() const;
     // The file behind a file variable of this connection; throws 10302.
     store::FileNumber fileOf(IDispatch** fileVar) const;
 
     ConnectionProperties properties_;
-    std::unique_ptr<Connection> connection_;
+    std::shared_ptr<Connection> connection_;
     bool connectFailed_ = false;
 };
 

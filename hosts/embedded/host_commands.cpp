@@ -22,8 +22,9 @@ long NumberOfRefusal(text::ErrorKind kind) {
 STDMETHODIMP Host::Oconv(BSTR value, BSTR code, VARIANT* result) noexcept {
     return HostMember(L"Oconv", [&] {
         Out out{result};
-        out = Variant(
-            Wide(conversion::Oconv(Units(value), Units(code), connection().environment()).value));
+        const auto held = connection();
+        out =
+            Variant(Wide(conversion::Oconv(Units(value), Units(code), held->environment()).value));
     });
 }
 
@@ -31,7 +32,8 @@ STDMETHODIMP Host::Oconv(BSTR value, BSTR code, VARIANT* result) noexcept {
 STDMETHODIMP Host::Iconv(BSTR value, BSTR code, VARIANT* result) noexcept {
     return HostMember(L"Iconv", [&] {
         Out out{result};
-        out = Variant(Wide(Entered(Units(value), Units(code), connection().environment())));
+        const auto held = connection();
+        out = Variant(Wide(Entered(Units(value), Units(code), held->environment())));
     });
 }
 
@@ -40,7 +42,9 @@ STDMETHODIMP Host::Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexce
     return HostMember(L"Execute", [&] {
         Require(capture);
         Require(returning);
-        const command::Answer answer = connection().session().Execute(Units(sentence));
+        const auto held = connection();
+        const text::Text own(Units(sentence));  // its owner may be changed by a program
+        const command::Answer answer = held->session().Execute(own);
         Assign(capture, Wide(answer.output));
         Assign(returning,
                answer.failure ? DecimalText(NumberOfRefusal(*answer.failure))
@@ -62,10 +66,10 @@ STDMETHODIMP Host::CallHost(BSTR progName,
                             VARIANT* arg11,
                             VARIANT* arg12) noexcept {
     return HostMember(L"CallHost", [&] {
-        const ComPtr<_mviHostDLL> keep(this);  // the program may let go of the session
+        const auto held = connection();
         const std::array all{
             arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12};
-        connection().programs().run(Units(progName), Given(all));
+        held->programs().run(Units(progName), Given(all));
     });
 }
 

@@ -19,9 +19,10 @@ STDMETHODIMP Host::ReadDictItem(BSTR fileName,
     return HostMember(L"ReadDictItem", [&] {
         Require(amc);
         Require(length);
-        const auto file = store::RequireFile(connection().store(), Units(fileName));
+        const auto held = connection();
+        const auto file = store::RequireFile(held->store(), Units(fileName));
         const auto item =
-            expression::FindDictionaryItem(connection().environment(), file.name, Units(dictName));
+            expression::FindDictionaryItem(held->environment(), file.name, Units(dictName));
         if (!item || item->kind != expression::DictionaryItem::Kind::kField) {
             throw Error(mvItemNotFound,
                         kHostSource,
@@ -47,7 +48,8 @@ STDMETHODIMP Host::WriteDictItem(BSTR fileName,
                                  BSTR correlative,
                                  short length) noexcept {
     return HostMember(L"WriteDictItem", [&] {
-        store::Store& store = connection().store();
+        const auto held = connection();
+        store::Store& store = held->store();
         const auto file = store::RequireFile(store, Units(fileName));
         const text::Text name = store::DictionaryFileName(file.name);
         const auto found = store.FindFile(name);
@@ -63,7 +65,7 @@ STDMETHODIMP Host::WriteDictItem(BSTR fileName,
         store.Write(
             dictionary,
             Units(dictName),
-            expression::WriteDictionaryItem(form, connection().environment().OwnFamily(), existing),
+            expression::WriteDictionaryItem(form, held->environment().OwnFamily(), existing),
             store::AfterWrite::kRelease);
     });
 }
@@ -80,18 +82,21 @@ STDMETHODIMP Host::ProcessCorrelative(IDispatch** array,
                                       BSTR* result) noexcept {
     return HostMember(L"ProcessCorrelative", [&] {
         Out out{result};
+        const auto held = connection();
         const auto buffer = RecordBufferObject::From(Require(array));
-        const text::TextView internal = Units(Require(internalCorrelative));
+        // A copy: the variable is the caller's, who may change it in a program of the correlative.
+        const text::Text internal(Units(Require(internalCorrelative)));
         // Clients hand the internal form of an earlier call back in either place.
-        const text::TextView given =
-            expression::IsWrittenExpression(internal) ? internal : Units(correlative);
+        const text::TextView given = expression::IsWrittenExpression(internal)
+                                         ? text::TextView(internal)
+                                         : Units(correlative);
         text::Text compiled(given);
         if (!expression::IsWrittenExpression(given)) {
             const auto file = fileName == nullptr
                                   ? text::Text()
-                                  : store::RequireFile(connection().store(), Units(fileName)).name;
+                                  : store::RequireFile(held->store(), Units(fileName)).name;
             compiled = expression::WriteExpression(
-                expression::CompileCorrelative(given, file, connection().environment()));
+                expression::CompileCorrelative(given, file, held->environment()));
         }
         text::RecordFields fields;
         if (buffer) {
@@ -102,7 +107,7 @@ STDMETHODIMP Host::ProcessCorrelative(IDispatch** array,
         input.id = Units(key);
         input.value = Units(value);
         input.position = cnt;
-        out = Wide(connection().evaluator(compiled).Evaluate(input));
+        out = held->evaluate(compiled, input);
         if (compiled != internal) {
             Assign(internalCorrelative, Wide(compiled));
         }

@@ -32,11 +32,12 @@ STDMETHODIMP Host::mvRead(VARIANT_BOOL readU,
     return HostMember(L"mvRead", [&] {
         Out out{result};
         Require(status);
-        store::Store& records = connection().store();
+        const auto held = connection();
+        store::Store& records = held->store();
         const store::FileNumber file = fileOf(fileVar);
         const text::TextView id = Units(recordNumber);
         // A lock may be taken on a record that does not exist, so it comes first.
-        if (readU != VARIANT_FALSE && records.Lock(file, id, connection().lockWaitMs())) {
+        if (readU != VARIANT_FALSE && records.Lock(file, id, held->lockWaitMs())) {
             *status = kLocked;
             return;
         }
@@ -55,7 +56,8 @@ STDMETHODIMP Host::mvWrite(VARIANT_BOOL writeU,
                            IDispatch** fileVar,
                            IDispatch** array) noexcept {
     return HostMember(L"mvWrite", [&] {
-        store::Store& records = connection().store();
+        const auto held = connection();
+        store::Store& records = held->store();
         const store::FileNumber file = fileOf(fileVar);
         const auto buffer = RecordBufferObject::From(Require(array));
         if (!buffer) {
@@ -75,27 +77,27 @@ STDMETHODIMP Host::mvWrite(VARIANT_BOOL writeU,
 
 STDMETHODIMP Host::mvDelete(BSTR recordNumber, IDispatch** fileVar) noexcept {
     return HostMember(L"mvDelete", [&] {
-        connection().store().Delete(fileOf(fileVar),
-                                    Units(recordNumber));  // a missing record is no failure
+        // A missing record is no failure.
+        connection()->store().Delete(fileOf(fileVar), Units(recordNumber));
     });
 }
 
 STDMETHODIMP Host::mvRelease(IDispatch** fileVar, BSTR recordNumber) noexcept {
     return HostMember(L"mvRelease",
-                      [&] { connection().store().Unlock(fileOf(fileVar), Units(recordNumber)); });
+                      [&] { connection()->store().Unlock(fileOf(fileVar), Units(recordNumber)); });
 }
 
 STDMETHODIMP Host::OpenFile(BSTR fileName, IDispatch** result) noexcept {
     return HostMember(L"OpenFile", [&] {
         Out out{result};
-        const auto number = connection().store().FindFile(Units(fileName));
+        const auto number = connection()->store().FindFile(Units(fileName));
         if (!number) {
             throw Error(
                 mvOpenNotFound,
                 L"kelos1::OpenFile",
                 Text(L"There is no file \"").append(View(fileName)).append(L"\" in this account."));
         }
-        out = Make<FileVariableObject>(FileVariable{*number, connection().number(), true});
+        out = Make<FileVariableObject>(FileVariable{*number, connection()->number(), true});
     });
 }
 

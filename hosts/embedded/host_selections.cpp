@@ -10,12 +10,30 @@ using namespace automation;  // NOLINT(google-build-using-namespace): the folder
 
 namespace {
 
-OpenList& ListOf(IDispatch* selectList) {
+std::shared_ptr<OpenList> ListOf(IDispatch* selectList) {
     const auto object = SelectListObject::From(selectList);
     if (!object || object->content.open == nullptr || object->content.open->list == nullptr) {
         throw Error(mvSelectError, kHostSource, L"The select list is not open in this connection.");
     }
-    return *object->content.open;
+    return object->content.open;
+}
+
+bool TakeNext(OpenList& open, query::SelectedId& next) {
+    if (open.isBusy) {
+        throw Error(mvSelectError,
+                    kHostSource,
+                    L"The select list is working out its next id for another call.");
+    }
+    const auto connection = open.connection.lock();
+    const auto list = open.list;
+    struct Busy {
+        bool& flag;
+        explicit Busy(bool& which) : flag(which) { flag = true; }
+        Busy(const Busy&) = delete;
+        Busy& operator=(const Busy&) = delete;
+        ~Busy() { flag = false; }
+    } const busy(open.isBusy);
+    return list->Next(next);
 }
 
 ComPtr<IDispatch> HandOut(Connection& connection, std::unique_ptr<query::SelectList> list) {
@@ -28,7 +46,8 @@ STDMETHODIMP Host::ProcessSelect(BSTR sentence, IDispatch** result) noexcept {
     return HostMember(L"ProcessSelect", [&] {
         Out out{result};
         try {
-            out = HandOut(connection(), connection().session().Select(Units(sentence)));
+            const auto held = connection();
+            out = HandOut(*held, held->session().Select(text::Text(Units(sentence))));
         } catch (const text::Error& error) {
             if (error.kind() != text::ErrorKind::kBadArgument) {
                 throw;
@@ -59,7 +78,8 @@ Host::ReadNext(IDispatch** selectList, BSTR* id, VARIANT_BOOL* result) noexcept 
         Out out{result};
         Require(id);
         query::SelectedId next;
-        const bool more = ListOf(Require(selectList)).list->Next(next);
+        const auto open = ListOf(Require(selectList));
+        const bool more = TakeNext(*open, next);
         Assign(id, Wide(next.id));
         out = more;
     });
@@ -70,7 +90,8 @@ STDMETHODIMP Host::SelectDictName(BSTR fileName,
                                   IDispatch** result) noexcept {
     return HostMember(L"SelectDictName", [&] {
         Out out{result};
-        store::Store& store = connection().store();
+        const auto held = connection();
+        store::Store& store = held->store();
         const auto file = store::RequireFile(store, Units(fileName));
         std::vector<text::Text> names;
         const auto dictionary = store.FindFile(store::DictionaryFileName(file.name));
@@ -88,20 +109,21 @@ STDMETHODIMP Host::SelectDictName(BSTR fileName,
                 }
             }
         }
-        out = HandOut(connection(), query::ListOfIds(std::move(names)));
+        out = HandOut(*held, query::ListOfIds(std::move(names)));
     });
 }
 
 STDMETHODIMP Host::SelectFileName(IDispatch** result) noexcept {
     return HostMember(L"SelectFileName", [&] {
         Out out{result};
-        std::vector<text::Text> names = connection().store().FileNames();
+        const auto held = connection();
+        std::vector<text::Text> names = held->store().FileNames();
         // Dictionaries come with their files; names in & are the system's own.
         const text::Text prefix = store::DictionaryFileName({});
         std::erase_if(names, [&](const text::Text& name) {
             return name.starts_with(prefix) || name.starts_with(u'&');
         });
-        out = HandOut(connection(), query::ListOfIds(std::move(names)));
+        out = HandOut(*held, query::ListOfIds(std::move(names)));
     });
 }
 

@@ -113,7 +113,7 @@ STDMETHODIMP Host::Connect() noexcept {
             throw Error(AlreadyConnected, L"kelos1::Connect", L"Already Connected");
         }
         connectFailed_ = true;
-        connection_ = std::make_unique<Connection>(properties_.options());
+        connection_ = std::make_shared<Connection>(properties_.options());
         connectFailed_ = false;
     });
 }
@@ -121,16 +121,24 @@ STDMETHODIMP Host::Connect() noexcept {
 STDMETHODIMP Host::Disconnect() noexcept {
     return HostMember(L"Disconnect", [&] {
         // Out of reach first: ending it lets go of objects, which may call back.
-        const auto last = std::move(connection_);
         connectFailed_ = false;
+        if (const auto last = std::move(connection_)) {
+            last->end();
+        }
     });
 }
 
-Connection& Host::connection() const {
+Host::~Host() {
+    if (const auto last = std::move(connection_)) {
+        last->end();
+    }
+}
+
+std::shared_ptr<Connection> Host::connection() const {
     if (connection_ == nullptr) {
         throw Error(NotConnected, kHostSource, L"Not connected");
     }
-    return *connection_;
+    return connection_;
 }
 
 }  // namespace kel::embedded

@@ -18,6 +18,9 @@ namespace {
 // Programs that call one another without end would take the process with them.
 constexpr int kDeepest = 32;
 
+constexpr automation::TextView kNoObjects =
+    L"A sealed program has the objects of the account and no others.";
+
 Text Capitals(TextView text) {
     Text result(text);
     for (char16_t& unit : result) {
@@ -49,10 +52,25 @@ private:
     int& depth_;
 };
 
+// Sentences of a sealed program are confined, whatever ends it.
+class Confined {
+public:
+    Confined(command::Session& session, bool on) : session_(session), was_(session.IsConfined()) {
+        session_.Confine(on);
+    }
+    Confined(const Confined&) = delete;
+    Confined& operator=(const Confined&) = delete;
+    ~Confined() { session_.Confine(was_); }
+
+private:
+    command::Session& session_;
+    bool was_;
+};
+
 }  // namespace
 
-Programs::Programs(Connection& connection, ComPtr<IDispatch> application)
-    : connection_(connection), application_(std::move(application)) {}
+Programs::Programs(Connection& connection, ProgramTrust trust, ComPtr<IDispatch> application)
+    : connection_(connection), trust_(trust), application_(std::move(application)) {}
 
 Programs::~Programs() {
     end();
@@ -76,7 +94,14 @@ Programs::Source Programs::find(TextView name) {
 }
 
 void Programs::run(TextView name, std::span<VARIANT* const> arguments) {
+    requireOpen();
+    if (trust_ == ProgramTrust::kNone) {
+        throw text::Error(
+            text::ErrorKind::kNotTrusted,
+            u"The program \"" + Text(name) + u"\" may not run: the property Programs is None.");
+    }
     const Level level(depth_, name);
+    const Confined confined(connection_.session(), trust_ == ProgramTrust::kSealed);
     if (depth_ == 1) {
         told_.clear();
     }
@@ -89,13 +114,18 @@ void Programs::run(TextView name, std::span<VARIANT* const> arguments) {
         std::map<Text, std::unique_ptr<StoredProgram>> fresh;
         fresh.emplace(
             source.id,
-            std::make_unique<StoredProgram>(source.id, source.text, account_, application_));
+            std::make_unique<StoredProgram>(
+                source.id,
+                source.text,
+                trust_ == ProgramTrust::kFull ? scripting::Trust::kFull : scripting::Trust::kNone,
+                account_,
+                application_));
         node = fresh.extract(fresh.begin());
     }
     if (const auto failure = node.mapped()->run(arguments)) {
         throw told(source.id, *failure);
     }
-    if (node.mapped()->isReusable()) {
+    if (node.mapped()->isReusable() && !hasEnded_) {
         idle_.insert(std::move(node));
     }
 }
@@ -106,13 +136,23 @@ Error Programs::told(TextView id, const scripting::ScriptFailure& failure) {
         if (failure.line) {
             told_ += L", line " + automation::DecimalText(static_cast<long>(*failure.line));
         }
-        told_ += L": " + failure.description;
+        told_ += L": " + (failure.isRefusal ? automation::Text(kNoObjects) : failure.description);
     }
-    return Error(failure.number, kHostSource, told_);
+    return Error(failure.isRefusal ? NumberOf(text::ErrorKind::kNotTrusted) : failure.number,
+                 kHostSource,
+                 told_);
+}
+
+void Programs::requireOpen() const {
+    if (hasEnded_) {
+        throw Error(NotConnected, kHostSource, L"Not connected");
+    }
 }
 
 void Programs::end() noexcept {
-    idle_.clear();
+    hasEnded_ = true;
+    // Out of reach first: what scripts hold may call back as it is let go of.
+    std::exchange(idle_, {}).clear();
     if (account_) {
         EndAccount(*account_);
         account_.reset();

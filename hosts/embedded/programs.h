@@ -24,20 +24,30 @@ class StoredProgram;
 
 inline constexpr text::TextView kProgramFile = u"PROGRAMS";
 
+// Which programs run, and what they may do.
+enum class ProgramTrust {
+    kNone,    // none runs
+    kSealed,  // they have the language and the records of the account
+    kFull     // they have Application, too, and may do whatever the user may
+};
+
 class Programs {
 public:
     // `application` may be empty.
-    Programs(Connection& connection, automation::ComPtr<IDispatch> application);
+    Programs(Connection& connection, ProgramTrust trust, automation::ComPtr<IDispatch> application);
     Programs(const Programs&) = delete;
     Programs& operator=(const Programs&) = delete;
     ~Programs();
 
-    // Runs a program; it may change what the arguments hold. Throws kNoSuchProgram; for a failing
+    // Runs a program; it may change what the arguments hold. Throws kNotTrusted where none may run,
+    // kNoSuchProgram; for a failing
     // program automation::Error with its number, the description naming program and line.
     void run(text::TextView name, std::span<VARIANT* const> arguments);
 
-    // Closes all engines. Objects that scripts made end here.
+    // Closes all engines at rest, and those at work when they return. From then on no program runs.
     void end() noexcept;
+    // Throws 10102 after that.
+    void requireOpen() const;
 
 private:
     struct Source {
@@ -49,12 +59,14 @@ private:
     automation::Error told(text::TextView id, const scripting::ScriptFailure& failure);
 
     Connection& connection_;
+    const ProgramTrust trust_;
     automation::ComPtr<IDispatch> application_;
     automation::ComPtr<IDispatch> account_;
     // By id; used again as long as the record says the same. Programs that call themselves find
     // theirs taken and get another.
     std::map<text::Text, std::unique_ptr<StoredProgram>> idle_;
     int depth_ = 0;
+    bool hasEnded_ = false;
     // What was told last of a program that failed. A program that called it fails with the same and
     // passes it on as it is: it names its place already.
     automation::Text told_;

@@ -27,7 +27,8 @@ enum Property : std::size_t {
     kApplication,
     kFamily,
     kDates,
-    kDurability
+    kDurability,
+    kPrograms
 };
 
 constexpr std::array<ConnectionProperties::Description, ConnectionProperties::kCount> kTable{{
@@ -48,6 +49,10 @@ constexpr std::array<ConnectionProperties::Description, ConnectionProperties::kC
      kString,
      L"Full, Normal or Off: whether writes wait for the disk to survive a power failure",
      L"Full"},
+    {L"Programs",
+     kString,
+     L"None, Sealed or Full: whether stored programs run, and whether beyond the account",
+     L"Sealed"},
 }};
 
 template <typename Value>
@@ -70,6 +75,10 @@ constexpr std::array<Word<conversion::DateOrder>, 2> kDateOrders{
      {L"dayfirst", conversion::DateOrder::kDayFirst}}};
 constexpr std::array<Word<Durability>, 3> kDurabilities{
     {{L"full", Durability::kFull}, {L"normal", Durability::kNormal}, {L"off", Durability::kOff}}};
+
+constexpr std::array<Word<ProgramTrust>, 3> kProgramTrusts{{{L"none", ProgramTrust::kNone},
+                                                            {L"sealed", ProgramTrust::kSealed},
+                                                            {L"full", ProgramTrust::kFull}}};
 
 [[noreturn]] void Refuse(const Text& text) {
     throw Error(automation::kInvalidCall, kSource, text);
@@ -160,6 +169,8 @@ ConnectionOptions ConnectionProperties::options() const {
     options.family = Meaning(kFamilies, kFamily, effective(kFamily), L"Uni or R83");
     options.dateOrder = Meaning(kDateOrders, kDates, effective(kDates), L"MonthFirst or DayFirst");
     options.lockWaitMs = lockWaitMs();
+    options.programs =
+        Meaning(kProgramTrusts, kPrograms, effective(kPrograms), L"None, Sealed or Full");
     options.application = application_;
     return options;
 }

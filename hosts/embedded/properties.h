@@ -12,7 +12,7 @@ namespace kel::embedded {
 // given and looked at when connecting; an empty text stands for the default.
 class ConnectionProperties {
 public:
-    static constexpr short kCount = 8;
+    static constexpr short kCount = 9;
 
     struct Description {
         const wchar_t* name;

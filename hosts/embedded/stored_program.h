@@ -22,8 +22,10 @@ public:
     // not installed.
     //   id    the program's, whose ending names the language
     //   text  lines parted by attribute marks
+    //   application  may be empty; a program without trust finds one that refuses everything
     StoredProgram(const text::Text& id,
                   text::Text text,
+                  scripting::Trust trust,
                   const automation::ComPtr<IDispatch>& account,
                   const automation::ComPtr<IDispatch>& application);
     StoredProgram(const StoredProgram&) = delete;

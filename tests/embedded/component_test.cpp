@@ -39,6 +39,7 @@ TEST_F(ComponentOverEmbedded, ConnectsAndKeepsRecords) {
                                      L"PropertyValue(Family,)",
                                      L"PropertyValue(Dates,)",
                                      L"PropertyValue(Durability,)",
+                                     L"PropertyValue(Programs,)",
                                      L"Connection()"}));
         EXPECT_EQ(client.session().get(L"OsType").text(), L"1");
         const auto tools = client.tools();

@@ -11,6 +11,10 @@ AccountKeeper& RequireKeeper(Command& command) {
     if (keeper == nullptr) {
         Refuse(u"This account is kept nowhere.");
     }
+    if (command.Own().IsConfined()) {
+        throw Error(ErrorKind::kNotTrusted,
+                    u"A sealed program may not check, repair or save accounts.");
+    }
     return *keeper;
 }
 

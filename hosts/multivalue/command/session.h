@@ -92,6 +92,10 @@ public:
     void UseKeeper(AccountKeeper* keeper) { keeper_ = keeper; }
     AccountKeeper* Keeper() const { return keeper_; }
 
+    // While a program that is not trusted runs, sentences keep to the records of the account.
+    void Confine(bool on) { isConfined_ = on; }
+    bool IsConfined() const { return isConfined_; }
+
     Store& OwnStore() { return store_; }
     Environment& OwnEnvironment() { return environment_; }
 
@@ -102,6 +106,7 @@ private:
     QueryOptions options_;
     Text user_;
     AccountKeeper* keeper_ = nullptr;
+    bool isConfined_ = false;
     std::array<std::unique_ptr<SelectList>, kActiveLists> lists_;
 };
 

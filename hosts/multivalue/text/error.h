@@ -32,7 +32,9 @@ enum class ErrorKind {
     kStaleIndex,     // the index was not kept by a session that could not, and awaits rebuilding
     kBadData,        // data to be imported that does not follow its form
     kSeveralNames,   // the account's file has several names (hard links)
-    kNetworkDrive    // the account lies on another machine
+    kNetworkDrive,   // the account lies on another machine
+    kNotTrusted,     // a program may not run here, or not do what it asks for
+    kTimeLimit       // a call took longer than its client allows
 };
 
 class Error : public std::exception {
