@@ -26,8 +26,8 @@ namespace kel::engine {
 //
 // Back-end calls, events and message pumps run foreign code in the middle of members; that code may
 // disconnect, or remove the very thing in hand. Parts therefore hold references of their own across
-// every such call and look their environment up again afterwards, and a member that tells others of
-// something keeps the engine itself until they are told. One thread.
+// every such call and look their environment up again afterwards. Whoever calls a member holds the
+// engine meanwhile; members that go on after telling others keep it themselves. One thread.
 class Dbms final : public automation::Object<kelDBMS, _kelDBMS, IByKeyField> {
 public:
     explicit Dbms(TextView sessionName);

@@ -283,7 +283,9 @@ public:
     }
     STDMETHODIMP CloseSelect(IDispatch* list, VARIANT* result) noexcept override {
         return Give(result, [&] {
-            Ours<List>(list)->content.ids.clear();
+            if (list != nullptr) {  // the engine closes what a key field has not got, too
+                Ours<List>(list)->content.ids.clear();
+            }
             return Variant();
         });
     }
