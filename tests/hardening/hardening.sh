@@ -74,7 +74,7 @@ check_stack_protector() {
 
 check_version() {
     local texts
-    texts=$(strings -el "$tree/bin/$file")
+    texts=$("${objdump%objdump}strings" -el "$tree/bin/$file")
     for text in "OriginalFilename" "$file" "FileDescription" "FileVersion" "ProductVersion" "kelSDK"; do
         check "version resource has $text" grep -qxF -- "$text" <<<"$texts"
     done
