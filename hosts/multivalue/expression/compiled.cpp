@@ -95,34 +95,34 @@ const Shape& ShapeOf(Operation operation) {
                 u"The correlative is nested too deep or too long to be worked out.");
 }
 
-std::size_t CountOperations(const CompiledExpression& program) {
-    std::size_t count = program.nodes.size();
-    for (const CompiledExpression& other : program.others) {
+std::size_t CountOperations(const CompiledExpression& compiled) {
+    std::size_t count = compiled.nodes.size();
+    for (const CompiledExpression& other : compiled.others) {
         count += CountOperations(other);
     }
     return count;
 }
 
-std::size_t CountPrograms(const CompiledExpression& program) {
+std::size_t CountExpressions(const CompiledExpression& compiled) {
     std::size_t count = 1;
-    for (const CompiledExpression& other : program.others) {
-        count += CountPrograms(other);
+    for (const CompiledExpression& other : compiled.others) {
+        count += CountExpressions(other);
     }
     return count;
 }
 
-std::size_t DepthOf(const CompiledExpression& program) {
+std::size_t DepthOf(const CompiledExpression& compiled) {
     std::size_t depth = 0;
-    for (const OperationNode& node : program.nodes) {
+    for (const OperationNode& node : compiled.nodes) {
         depth = std::max<std::size_t>(depth, node.depth);
     }
     return depth;
 }
 
-void WriteNode(const CompiledExpression& program, std::uint32_t index, Text& out) {
-    const OperationNode& node = program.nodes[index];
+void WriteNode(const CompiledExpression& compiled, std::uint32_t index, Text& out) {
+    const OperationNode& node = compiled.nodes[index];
     for (std::uint32_t i = 0; i < node.childCount; ++i) {
-        WriteNode(program, program.children[node.firstChild + i], out);
+        WriteNode(compiled, compiled.children[node.firstChild + i], out);
     }
     AppendInteger(out, static_cast<int>(node.operation));
     for (const std::int64_t part : {static_cast<std::int64_t>(node.manner),
@@ -132,7 +132,7 @@ void WriteNode(const CompiledExpression& program, std::uint32_t index, Text& out
         AppendInteger(out, part);
     }
     if (ShapeOf(node.operation).hasText) {
-        const Text& text = program.texts[node.text];
+        const Text& text = compiled.texts[node.text];
         out.push_back(u',');
         AppendInteger(out, static_cast<std::int64_t>(text.size()));
         out.push_back(u':');
@@ -141,14 +141,14 @@ void WriteNode(const CompiledExpression& program, std::uint32_t index, Text& out
     out.push_back(u';');
 }
 
-// [ inner programs, steps ]: a step is its operations, operands first, and a full stop.
-void WriteInto(const CompiledExpression& program, Text& out) {
+// [ inner expressions, steps ]: a step is its operations, operands first, and a full stop.
+void WriteInto(const CompiledExpression& compiled, Text& out) {
     out.push_back(u'[');
-    for (const CompiledExpression& other : program.others) {
+    for (const CompiledExpression& other : compiled.others) {
         WriteInto(other, out);
     }
-    for (const std::uint32_t step : program.steps) {
-        WriteNode(program, step, out);
+    for (const std::uint32_t step : compiled.steps) {
+        WriteNode(compiled, step, out);
         out.push_back(u'.');
     }
     out.push_back(u']');
@@ -159,13 +159,13 @@ public:
     explicit ProgramReader(TextView text) : rest_(text) {}
 
     CompiledExpression ReadAll() {
-        CompiledExpression program = ReadOne(0);
+        CompiledExpression compiled = ReadOne(0);
         Require(rest_.empty());
-        return program;
+        return compiled;
     }
 
 private:
-    // A program inside a program inside a program ... is limited by the depth of what it can do.
+    // An expression inside an expression ... is limited by the depth of what it can do.
     static constexpr std::size_t kMaxNesting = 40;
 
     static void Require(bool good) {
@@ -282,12 +282,12 @@ std::uint32_t ExpressionBuilder::Add(const Part& part, std::span<const std::uint
     node.manner = part.manner;
     node.number = part.number;
     node.childCount = static_cast<std::uint32_t>(children.size());
-    node.firstChild = static_cast<std::uint32_t>(program_.children.size());
+    node.firstChild = static_cast<std::uint32_t>(compiled_.children.size());
 
     std::size_t depth = 0;
-    const auto repeats = [this](std::uint32_t child) { return program_.nodes[child].repeats; };
+    const auto repeats = [this](std::uint32_t child) { return compiled_.nodes[child].repeats; };
     for (const std::uint32_t child : children) {
-        depth = std::max<std::size_t>(depth, program_.nodes[child].depth);
+        depth = std::max<std::size_t>(depth, compiled_.nodes[child].depth);
     }
     switch (shape.single && part.manner == Manner::kElements ? Repeats::kOperands : shape.repeats) {
         case Repeats::kAlways:
@@ -309,43 +309,43 @@ std::uint32_t ExpressionBuilder::Add(const Part& part, std::span<const std::uint
     if (part.operation == Operation::kAttribute) {
         node.repeats = part.number == 0 || part.manner == Manner::kSingle;
     } else if (part.operation == Operation::kStep) {
-        const OperationNode& top = Node(program_.steps[static_cast<std::size_t>(part.number)]);
+        const OperationNode& top = Node(compiled_.steps[static_cast<std::size_t>(part.number)]);
         node.repeats = top.repeats;
         depth = top.depth;
     } else if (part.operation == Operation::kTranslate) {
-        depth += DepthOf(program_.others[static_cast<std::size_t>(part.number)]);
+        depth += DepthOf(compiled_.others[static_cast<std::size_t>(part.number)]);
     }
     if (depth >= kMaxDepth || ++operations_ > kMaxOperations) {
         RaiseTooLong();
     }
     node.depth = static_cast<std::uint16_t>(depth + 1);
     if (shape.hasText) {
-        node.text = static_cast<std::uint32_t>(program_.texts.size());
-        program_.texts.emplace_back(part.text);
+        node.text = static_cast<std::uint32_t>(compiled_.texts.size());
+        compiled_.texts.emplace_back(part.text);
     }
-    program_.children.insert(program_.children.end(), children.begin(), children.end());
-    program_.nodes.push_back(node);
-    return static_cast<std::uint32_t>(program_.nodes.size() - 1);
+    compiled_.children.insert(compiled_.children.end(), children.begin(), children.end());
+    compiled_.nodes.push_back(node);
+    return static_cast<std::uint32_t>(compiled_.nodes.size() - 1);
 }
 
 std::uint32_t ExpressionBuilder::AddStep(std::uint32_t node) {
-    program_.steps.push_back(node);
-    return static_cast<std::uint32_t>(program_.steps.size() - 1);
+    compiled_.steps.push_back(node);
+    return static_cast<std::uint32_t>(compiled_.steps.size() - 1);
 }
 
-std::uint32_t ExpressionBuilder::AddExpression(CompiledExpression program) {
-    operations_ += CountOperations(program);
-    programs_ += CountPrograms(program);
-    if (operations_ > kMaxOperations || programs_ > kMaxExpressions) {
+std::uint32_t ExpressionBuilder::AddExpression(CompiledExpression compiled) {
+    operations_ += CountOperations(compiled);
+    expressions_ += CountExpressions(compiled);
+    if (operations_ > kMaxOperations || expressions_ > kMaxExpressions) {
         RaiseTooLong();
     }
-    program_.others.push_back(std::move(program));
-    return static_cast<std::uint32_t>(program_.others.size() - 1);
+    compiled_.others.push_back(std::move(compiled));
+    return static_cast<std::uint32_t>(compiled_.others.size() - 1);
 }
 
-Text WriteExpression(const CompiledExpression& program) {
+Text WriteExpression(const CompiledExpression& compiled) {
     Text out(kCompiledPrefix);
-    WriteInto(program, out);
+    WriteInto(compiled, out);
     return out;
 }
 

@@ -1,9 +1,9 @@
 // The compiled form of correlatives and expressions: steps, each a tree of operations. Knows how
-// programs are put together, written out and read back, not what operations do.
+// compiled expressions are put together, written out and read back, not what operations do.
 //
-// A program refers to the results of earlier steps by number, never to a later one, so working one
-// out always ends. Its size and depth are bounded (kMaxOperations, kMaxDepth), which bounds the
-// stack that a walk over it takes.
+// One refers to the results of earlier steps by number, never to a later one, so working it out
+// always ends. Size and depth are bounded (kMaxOperations, kMaxDepth), which bounds the stack that
+// a walk over it takes.
 #pragma once
 
 #include <cstdint>
@@ -68,7 +68,7 @@ enum class Operation : std::uint8_t {
     kFormat,     // value, format
     kOutput,     // value, conversion
     kInput,      // value, conversion
-    kTranslate,  // key; text: file; `number` of the program for its records
+    kTranslate,  // key; text: file; `number` of the expression for its records
     kCall,       // arguments; text: name; `number` of the argument that is the result
 };
 inline constexpr std::size_t kOperationCount = static_cast<std::size_t>(Operation::kCall) + 1;
@@ -112,12 +112,12 @@ struct CompiledExpression {
     bool Uses(Operation operation) const;
 };
 
-inline constexpr std::size_t kMaxOperations = 10'000;  // together with the programs inside
+inline constexpr std::size_t kMaxOperations = 10'000;  // together with the expressions inside
 inline constexpr std::size_t kMaxDepth = 300;
 inline constexpr std::size_t kMaxExpressions = 100;
 inline constexpr std::int32_t kMaxScale = 100;  // of kRound and kScaleDown
 
-// What the written form of a program starts with; no correlative does.
+// What the written form starts with; no correlative does.
 inline constexpr TextView kCompiledPrefix = u"{1}";
 inline bool IsWrittenExpression(TextView text) {
     return text.starts_with(kCompiledPrefix);
@@ -131,8 +131,8 @@ struct Part {
     Manner manner = Manner::kPlain;
 };
 
-// Puts a program together from the leaves up. Every member raises kTooLong when the program would
-// pass its limits.
+// Puts a compiled expression together from the leaves up. Every member raises kTooLong when it
+// would pass its limits.
 class ExpressionBuilder {
 public:
     // Returns the node's number. The children must be nodes that nothing else has as a child.
@@ -143,24 +143,24 @@ public:
 
     // Makes a node the top of a new step and returns the step's number.
     std::uint32_t AddStep(std::uint32_t node);
-    std::uint32_t AddExpression(CompiledExpression program);
+    std::uint32_t AddExpression(CompiledExpression compiled);
 
-    const OperationNode& Node(std::uint32_t node) const { return program_.nodes[node]; }
-    std::size_t StepCount() const { return program_.steps.size(); }
-    std::size_t ExpressionCount() const { return program_.others.size(); }
+    const OperationNode& Node(std::uint32_t node) const { return compiled_.nodes[node]; }
+    std::size_t StepCount() const { return compiled_.steps.size(); }
+    std::size_t ExpressionCount() const { return compiled_.others.size(); }
 
-    // The finished program, which must have a step.
-    CompiledExpression Finish() { return std::move(program_); }
+    // The finished expression, which must have a step.
+    CompiledExpression Finish() { return std::move(compiled_); }
 
 private:
-    CompiledExpression program_;
+    CompiledExpression compiled_;
     std::size_t operations_ = 0;
-    std::size_t programs_ = 0;
+    std::size_t expressions_ = 0;
 };
 
-// A program as text, and back. Reading raises kBadArgument for anything but a whole written
-// program; what it accepts is as safe to work out as a compiled one.
-Text WriteExpression(const CompiledExpression& program);
+// A compiled expression as text, and back. Reading raises kBadArgument for anything but the whole
+// text of one; what it accepts is as safe to work out as what was compiled here.
+Text WriteExpression(const CompiledExpression& compiled);
 CompiledExpression ReadExpression(TextView text);
 
 }  // namespace kel::expression

@@ -10,10 +10,9 @@
 // or several of them parted by value marks, each applied to the result of the one before. What they
 // mean in detail is in docs/expressions.md.
 //
-// All compile into one form, a CompiledExpression: steps, each a tree of operations. Field names
-// are resolved then, with the items they name, so a CompiledExpression needs no dictionary any
-// more. A CompiledExpression can be written out as text and read back, which costs a small part of
-// compiling.
+// All compile into one form: steps, each a tree of operations. Field names are resolved then, with
+// the items they name, so that the dictionary is not asked again. What was compiled can be written
+// out as text and read back, which costs a small part of compiling.
 #pragma once
 
 #include "hosts/multivalue/conversion/environment.h"
@@ -26,7 +25,7 @@ namespace kel::expression {
 // kBadArgument with a sentence that names the word at fault and its place, counted from 1; also for
 // an item that refers to itself, and for what is nested deeper or is longer than a
 // CompiledExpression can be.
-// "" compiles into a program that gives the value back.
+// "" compiles into what gives the value back.
 CompiledExpression CompileCorrelative(TextView correlative,
                                       TextView file,
                                       Environment& environment);

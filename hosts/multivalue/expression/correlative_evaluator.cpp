@@ -41,8 +41,8 @@ std::int32_t PositionOf(TextView text) {
 }  // namespace
 
 struct CorrelativeEvaluator::Other {
-    Other(const CompiledExpression& program, Environment& environment)
-        : evaluator(program, environment) {}
+    Other(const CompiledExpression& compiled, Environment& environment)
+        : evaluator(compiled, environment) {}
 
     CorrelativeEvaluator evaluator;
     RecordFields fields;
@@ -59,17 +59,17 @@ public:
 
     TextView Step(std::size_t step) {
         if (!owner_.stepsDone_[step]) {
-            owner_.stepResults_[step] = Node(owner_.program_.steps[step]);
+            owner_.stepResults_[step] = Node(owner_.compiled_.steps[step]);
             owner_.stepsDone_[step] = true;
         }
         return owner_.stepResults_[step];
     }
 
 private:
-    const OperationNode& At(std::uint32_t index) const { return owner_.program_.nodes[index]; }
+    const OperationNode& At(std::uint32_t index) const { return owner_.compiled_.nodes[index]; }
 
     std::uint32_t ChildOf(const OperationNode& node, std::uint32_t child) const {
-        return owner_.program_.children[node.firstChild + child];
+        return owner_.compiled_.children[node.firstChild + child];
     }
 
     TextView Child(const OperationNode& node, std::uint32_t child) {
@@ -81,7 +81,9 @@ private:
         return {Node(index), At(index).repeats};
     }
 
-    const Text& TextOf(const OperationNode& node) const { return owner_.program_.texts[node.text]; }
+    const Text& TextOf(const OperationNode& node) const {
+        return owner_.compiled_.texts[node.text];
+    }
 
     TextView Node(std::uint32_t index) {
         const OperationNode& node = At(index);
@@ -449,16 +451,16 @@ private:
     const EvaluationInput& input_;
 };
 
-CorrelativeEvaluator::CorrelativeEvaluator(CompiledExpression program, Environment& environment)
-    : program_(std::move(program)),
+CorrelativeEvaluator::CorrelativeEvaluator(CompiledExpression compiled, Environment& environment)
+    : compiled_(std::move(compiled)),
       environment_(environment),
-      scratch_(program_.nodes.size()),
-      stepResults_(program_.steps.size()),
-      stepsDone_(program_.steps.size()) {
-    for (const CompiledExpression& other : program_.others) {
+      scratch_(compiled_.nodes.size()),
+      stepResults_(compiled_.steps.size()),
+      stepsDone_(compiled_.steps.size()) {
+    for (const CompiledExpression& other : compiled_.others) {
         others_.push_back(std::make_unique<Other>(other, environment));
     }
-    for (const std::uint32_t step : program_.steps) {
+    for (const std::uint32_t step : compiled_.steps) {
         FindAttributes(step);
     }
 }
@@ -466,12 +468,12 @@ CorrelativeEvaluator::CorrelativeEvaluator(CompiledExpression program, Environme
 // From the top: what a correlative left on its stack belongs to no step, and its written form does
 // not have it either.
 void CorrelativeEvaluator::FindAttributes(std::uint32_t node) {
-    const OperationNode& own = program_.nodes[node];
+    const OperationNode& own = compiled_.nodes[node];
     if (own.operation == Operation::kAttribute && !own.repeats) {
         attributes_.push_back(own.number);
     }
     for (std::uint32_t child = 0; child < own.childCount; ++child) {
-        FindAttributes(program_.children[own.firstChild + child]);
+        FindAttributes(compiled_.children[own.firstChild + child]);
     }
 }
 
@@ -479,8 +481,8 @@ CorrelativeEvaluator::~CorrelativeEvaluator() = default;
 
 TextView CorrelativeEvaluator::Evaluate(const EvaluationInput& input) {
     std::fill(stepsDone_.begin(), stepsDone_.end(), false);
-    const TextView result = Walk(*this, input).Step(program_.steps.size() - 1);
-    if (input.position < 1 || program_.Top().repeats) {
+    const TextView result = Walk(*this, input).Step(compiled_.steps.size() - 1);
+    if (input.position < 1 || compiled_.Top().repeats) {
         return result;
     }
     return ElementOf(result, kValueMark, input.position);

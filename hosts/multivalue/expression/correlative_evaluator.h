@@ -28,12 +28,12 @@ struct EvaluationInput {
 class CorrelativeEvaluator {
 public:
     // `environment` must outlive this object.
-    CorrelativeEvaluator(CompiledExpression program, Environment& environment);
+    CorrelativeEvaluator(CompiledExpression compiled, Environment& environment);
     CorrelativeEvaluator(const CorrelativeEvaluator&) = delete;
     CorrelativeEvaluator& operator=(const CorrelativeEvaluator&) = delete;
     ~CorrelativeEvaluator();
 
-    const CompiledExpression& Compiled() const { return program_; }
+    const CompiledExpression& Compiled() const { return compiled_; }
 
     // The result for all values, or for the one at input.position: a result that is one by its
     // nature (a sum, a converted `value`) whatever the position, otherwise the element there and ""
@@ -46,13 +46,13 @@ private:
 
     void FindAttributes(std::uint32_t node);
 
-    CompiledExpression program_;
+    CompiledExpression compiled_;
     Environment& environment_;
     std::vector<std::int32_t> attributes_;  // that the result is made of, constants aside
     std::vector<Text> scratch_;             // results, by node
     std::vector<TextView> stepResults_;
     std::vector<bool> stepsDone_;
-    // The programs for records of other files, each with the record it is at.
+    // The expressions for records of other files, each with the record it is at.
     struct Other;
     std::vector<std::unique_ptr<Other>> others_;
 };

@@ -25,19 +25,19 @@ constexpr char16_t kOne = u'S';
 constexpr std::size_t kLetters = 2;
 
 // A translation would have to be kept when the other file changes, a clock all the time.
-bool DependsOnMore(const CompiledExpression& program) {
+bool DependsOnMore(const CompiledExpression& compiled) {
     constexpr Operation kOutside[] = {Operation::kTranslate,
                                       Operation::kCall,
                                       Operation::kToday,
                                       Operation::kNow,
                                       Operation::kItemCounter,
                                       Operation::kBreakLevel};
-    const bool converts = program.Uses(Operation::kOutput) || program.Uses(Operation::kInput);
+    const bool converts = compiled.Uses(Operation::kOutput) || compiled.Uses(Operation::kInput);
     return std::any_of(std::begin(kOutside),
                        std::end(kOutside),
-                       [&](Operation operation) { return program.Uses(operation); }) ||
+                       [&](Operation operation) { return compiled.Uses(operation); }) ||
            (converts &&
-            std::any_of(program.texts.begin(), program.texts.end(), [](const Text& text) {
+            std::any_of(compiled.texts.begin(), compiled.texts.end(), [](const Text& text) {
                 const bool isT = !text.empty() && (text[0] == u'T' || text[0] == u't');
                 return isT && !(text.size() > 1 && IsDigit(text[1]));
             }));
@@ -72,13 +72,13 @@ Text PlainKey(TextView value) {
 std::optional<Text> IndexDescription(const DictionaryItem& item,
                                      TextView file,
                                      Environment& environment) {
-    const CompiledExpression program = CompileItem(item, file, environment);
-    if (DependsOnMore(program)) {
+    const CompiledExpression compiled = CompileItem(item, file, environment);
+    if (DependsOnMore(compiled)) {
         return std::nullopt;
     }
     Text description = {item.justification == u'R' ? kRight : kLeft,
                         item.multivalued ? kMany : kOne};
-    return description.append(WriteExpression(program));
+    return description.append(WriteExpression(compiled));
 }
 
 struct FieldIndexKeys::Compiled {
