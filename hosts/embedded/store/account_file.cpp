@@ -94,17 +94,6 @@ void Initialise(Database& database) {
 
 }  // namespace
 
-std::optional<Durability> DurabilityNamed(TextView name) {
-    Text lower(name);
-    for (char16_t& unit : lower) {
-        unit = static_cast<char16_t>(unit >= u'A' && unit <= u'Z' ? unit + (u'a' - u'A') : unit);
-    }
-    return lower == u"full"     ? std::optional(Durability::kFull)
-           : lower == u"normal" ? std::optional(Durability::kNormal)
-           : lower == u"off"    ? std::optional(Durability::kOff)
-                                : std::nullopt;
-}
-
 AccountPlace FindAccount(TextView path) {
     if (path.empty() || path.find(u'\0') != TextView::npos || path == u":memory:") {
         Refuse(ErrorKind::kCannotOpen, path, u"is no path of an account");

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "hosts/multivalue/store/store.h"
 
@@ -14,13 +13,10 @@ namespace kel::embedded {
 // any process, and is there whole or not at all. A power failure here is also a crash of the
 // system.
 enum class Durability {
-    kFull,    // "full": ... and a power failure; every write (or batch) waits for the disk
-    kNormal,  // "normal": a power failure may take the last writes, but leaves the account sound
-    kOff,     // "off": a power failure may damage the account; for what can be made again
+    kFull,    // ... and a power failure; every write (or batch) waits for the disk
+    kNormal,  // a power failure may take the last writes, but leaves the account sound
+    kOff,     // a power failure may damage the account; for what can be made again
 };
-
-// The setting of that name, whatever its case; nothing for another.
-std::optional<Durability> DurabilityNamed(text::TextView name);
 
 struct StoreOptions {
     bool readOnly = false;
