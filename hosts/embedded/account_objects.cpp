@@ -6,6 +6,7 @@
 #include "hosts/embedded/connection.h"
 #include "hosts/embedded/edges.h"
 #include "hosts/multivalue/store/files.h"
+#include "hosts/multivalue/text/functions.h"
 
 namespace kel::embedded {
 
@@ -217,6 +218,13 @@ public:
             const std::array all{
                 arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12};
             link_->require()->programs().run(Units(progName), Given(all));
+        });
+    }
+
+    STDMETHODIMP Quote(BSTR text, BSTR* result) noexcept override {
+        return HostMember(L"Account.Quote", [&] {
+            Out out{result};
+            out = Wide(text::Quoted(Units(text)));
         });
     }
 

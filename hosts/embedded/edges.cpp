@@ -9,6 +9,8 @@ long NumberOf(text::ErrorKind kind) noexcept {
             return mvOpenNotFound;
         case text::ErrorKind::kBadArgument:
             return automation::kInvalidCall;
+        case text::ErrorKind::kLocked:
+            return mvItemLocked;
         default:
             return kOwnErrors + static_cast<long>(kind);
     }

@@ -141,6 +141,7 @@ Sub TestPrograms
         "  file.Write id, Account.Replace(file.Read(""1""), ""Neu"", 1)^" & _
         "  id = Account.Select(""SELECT CUST WITH NAME = """"Neu"""""")^End Sub"
     value = 21
+    Store "PROGRAMS", "FORGET", "Sub Main(id)^  id = Account.Execute(""DELETE CUST "" & Account.Quote(id))^End Sub"
     host.CallHost "TWICE", value, other
     CheckEqual "by reference", value, 42
     CheckEqual "user", other, "Tester"
@@ -149,6 +150,12 @@ Sub TestPrograms
     value = "a"
     host.CallHost "JOIN", value, "b"
     CheckEqual "in JScript", value, "a+2"
+    ' What a program quotes is an id, even one made to be more.
+    For Each value In Array("ALL", "x' ALL '", "'")
+        other = value
+        host.CallHost "FORGET", other
+        CheckEqual "quoted", other, """" & value & """ is not in file ""CUST""." & am & "0 record(s) deleted"
+    Next
     value = "9"
     host.CallHost "WRITES", value
     CheckEqual "reads and writes", value, "9"

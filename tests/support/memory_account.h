@@ -55,6 +55,7 @@ public:
     MemoryCatalogue files;
     std::int64_t latestNumber = 0;
     const Store* writer = nullptr;  // whose batch is open
+    const Store* lockKeeper = nullptr;  // the writer, when nobody else is to get a lock
     std::map<LockedRecord, Lock> locks;
     std::map<const Store*, LockedRecord> waits;  // what each waiting session waits for
 };
@@ -94,6 +95,7 @@ public:
     void Unlock(FileNumber file, TextView id) override;
     void UnlockAll() override;
     std::vector<HeldLock> Locks() override;
+    std::vector<HeldLock> HoldLocks() override;
 
     void Begin() override;
     void Commit() override;

@@ -354,6 +354,8 @@ LockAnswer MemoryStore::Lock(FileNumber file, TextView id, std::uint32_t waitMs)
     CheckRecordId(id);
     Guard guard(mutex());
     const LockedRecord record{file, Text(id)};
+    account_->changed.wait(
+        guard, [&] { return account_->lockKeeper == nullptr || account_->lockKeeper == this; });
     const auto isMineOrFree = [&] {
         const auto found = account_->locks.find(record);
         return found == account_->locks.end() || found->second.session == this;
@@ -408,6 +410,21 @@ std::vector<HeldLock> MemoryStore::Locks() {
     return list;
 }
 
+std::vector<HeldLock> MemoryStore::HoldLocks() {
+    const Guard guard(mutex());
+    if (!inBatch_) {
+        throw Error(ErrorKind::kMisuse, u"No batch is open.");
+    }
+    account_->lockKeeper = this;
+    std::vector<HeldLock> list;
+    for (const auto& [record, lock] : account_->locks) {
+        if (lock.session != this) {
+            list.push_back({record.file, record.id, lock.holder});
+        }
+    }
+    return list;
+}
+
 // ---- Batches ----
 
 void MemoryStore::Begin() {
@@ -441,6 +458,7 @@ void MemoryStore::Rollback() noexcept {
         releasedInBatch_.clear();
         inBatch_ = false;
         account_->writer = nullptr;
+        account_->lockKeeper = nullptr;
         account_->changed.notify_all();
     }
 }

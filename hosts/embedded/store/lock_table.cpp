@@ -321,7 +321,34 @@ void LockTable::UnlockAll() {
 }
 
 std::vector<HeldLock> LockTable::All() {
-    std::vector<HeldLock> list;
+    SweepDead();
+    return List(true);
+}
+
+std::vector<HeldLock> LockTable::HoldOthers() {
+    SweepDead();
+    database_.Execute("BEGIN IMMEDIATE");
+    try {
+        return List(false);
+    } catch (...) {
+        EndHold();
+        throw;
+    }
+}
+
+// A commit that fails would leave the locks of others held up; rolling back at least lets them go.
+void LockTable::EndHold() noexcept {
+    for (const char* const end : {"COMMIT", "ROLLBACK"}) {
+        try {
+            if (database_.InTransaction()) {
+                database_.Execute(end);
+            }
+        } catch (const std::exception&) {
+        }
+    }
+}
+
+void LockTable::SweepDead() {
     std::set<std::int64_t> slots;
     {
         Statement find(database_, "SELECT DISTINCT slot FROM locks");
@@ -334,8 +361,16 @@ std::vector<HeldLock> LockTable::All() {
             SweepIfDead(slot);
         }
     }
-    Statement find(database_, "SELECT file, id, process, user, since FROM locks ORDER BY file, id");
+}
+
+std::vector<HeldLock> LockTable::List(bool ownToo) {
+    std::vector<HeldLock> list;
+    Statement find(database_,
+                   "SELECT file, id, process, user, since, slot FROM locks ORDER BY file, id");
     while (find.Step()) {
+        if (!ownToo && find.ColumnInteger(5) == std::int64_t{slot_}) {
+            continue;
+        }
         HeldLock& lock = list.emplace_back();
         lock.file = FileNumber{find.ColumnInteger(0)};
         DecodeKey(find.ColumnBytes(1), lock.id);

@@ -32,9 +32,16 @@ public:
     void UnlockAll();
     std::vector<store::HeldLock> All();  // of living sessions, by file and id
 
+    // The locks of other living sessions. Until EndHold no other session gets one or gives one up;
+    // it waits as long as for any other that is writing.
+    std::vector<store::HeldLock> HoldOthers();
+    void EndHold() noexcept;
+
 private:
     store::LockAnswer TryOnce(std::int64_t file, Bytes id);
     bool SweepIfDead(std::int64_t slot);
+    void SweepDead();
+    std::vector<store::HeldLock> List(bool ownToo);
     store::LockAnswer WaitFor(std::int64_t file,
                               Bytes id,
                               std::chrono::steady_clock::time_point deadline);

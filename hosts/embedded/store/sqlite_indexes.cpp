@@ -80,6 +80,13 @@ std::vector<store::HeldLock> SqliteStore::Locks() {
     return OwnLocks().All();
 }
 
+std::vector<store::HeldLock> SqliteStore::HoldLocks() {
+    if (!inBatch_) {
+        throw Error(ErrorKind::kMisuse, u"No batch is open.");
+    }
+    return OwnLocks().HoldOthers();
+}
+
 // The change is done and acknowledged; a lock that cannot be given up now ends with the session.
 void SqliteStore::ReleaseAfterChange(FileNumber file, Bytes id) noexcept {
     try {

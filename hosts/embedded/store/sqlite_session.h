@@ -87,6 +87,7 @@ public:
     void Unlock(store::FileNumber file, text::TextView id) override;
     void UnlockAll() override;
     std::vector<store::HeldLock> Locks() override;
+    std::vector<store::HeldLock> HoldLocks() override;
 
     void Begin() override;
     void Commit() override;
@@ -125,6 +126,7 @@ private:
     void RequireWritable();
     void CheckNameFree(text::TextView name);
     LockTable& OwnLocks();
+    void LetLocksGo() noexcept;
     void ReleaseAfterChange(store::FileNumber file, Bytes id) noexcept;
 
     Database database_;

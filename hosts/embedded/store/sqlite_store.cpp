@@ -350,6 +350,7 @@ void SqliteStore::Commit() {
     for (const auto& [file, id] : std::exchange(releasedInBatch_, {})) {
         ReleaseAfterChange(file, BytesOf(id));
     }
+    LetLocksGo();
 }
 
 void SqliteStore::Rollback() noexcept {
@@ -363,6 +364,13 @@ void SqliteStore::Rollback() noexcept {
     }
     inBatch_ = false;
     releasedInBatch_.clear();
+    LetLocksGo();
+}
+
+void SqliteStore::LetLocksGo() noexcept {
+    if (locks_) {
+        locks_->EndHold();
+    }
 }
 
 std::unique_ptr<store::Store> OpenStore(TextView path, const StoreOptions& options) {

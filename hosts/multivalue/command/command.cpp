@@ -51,14 +51,6 @@ int Command::TakeListNumber() {
     return number->ToPosition();
 }
 
-std::vector<Text> Command::TakeRest() {
-    std::vector<Text> rest;
-    while (!AtEnd()) {
-        rest.push_back(Take().text);
-    }
-    return rest;
-}
-
 NamedFile Command::RequireFileName() {
     const bool isDictionary = TakeIf(u"DICT");
     const Text name = RequireName(u"the name of a file");

@@ -35,7 +35,6 @@ public:
     Text RequireName(TextView what);
     void RequireEnd() const;
     int TakeListNumber();  // of the word taken next
-    std::vector<Text> TakeRest();
 
     // A file, or DICT and a file. Raises kNoSuchFile.
     NamedFile RequireFileName();

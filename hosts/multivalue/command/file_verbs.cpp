@@ -1,6 +1,6 @@
 // Verbs about files as a whole.
+#include "hosts/multivalue/command/changed_records.h"
 #include "hosts/multivalue/command/verbs.h"
-
 #include "hosts/multivalue/store/files.h"
 
 namespace kel::command {
@@ -38,20 +38,18 @@ Text IdItem(TextView file) {
 }
 
 // The files that an operand means. The dictionary of a file goes with it where there is one.
-std::vector<FileNumber> Parts(FileOperand& operand, Store& store) {
-    std::vector<FileNumber> numbers;
+std::vector<NamedFile> Parts(FileOperand& operand, Store& store) {
     if (operand.part == Part::kDictionary) {
-        numbers.push_back(RequireFile(store, DictionaryFileName(operand.name)).number);
-        return numbers;
+        return {RequireFile(store, DictionaryFileName(operand.name))};
     }
-    const NamedFile data = RequireFile(store, operand.name);
-    operand.name = data.name;
-    numbers.push_back(data.number);
-    const std::optional<FileNumber> dictionary = store.FindFile(DictionaryFileName(data.name));
-    if (operand.part == Part::kBoth && dictionary) {
-        numbers.push_back(*dictionary);
+    std::vector<NamedFile> files{RequireFile(store, operand.name)};
+    operand.name = files.front().name;
+    const Text dictionary = DictionaryFileName(operand.name);
+    const std::optional<FileNumber> number = store.FindFile(dictionary);
+    if (operand.part == Part::kBoth && number) {
+        files.push_back({*number, dictionary});
     }
-    return numbers;
+    return files;
 }
 
 }  // namespace
@@ -77,22 +75,29 @@ void RunCreateFile(Command& command) {
 
 void RunDeleteFile(Command& command) {
     FileOperand operand = TakeOperand(command);
+    ChangedRecords changed(command.TakeIf(u"OVERRIDE"));
     command.RequireEnd();
     Batch batch(command.OwnStore());
-    for (const FileNumber number : Parts(operand, command.OwnStore())) {
-        command.OwnStore().DeleteFile(number);
+    for (const NamedFile& file : Parts(operand, command.OwnStore())) {
+        command.OwnStore().DeleteFile(file.number);
+        changed.AddWholeFile(file);
     }
-    batch.Commit();
+    changed.Commit(batch, command.OwnStore());
     command.Line(Told(operand, u"deleted."));
     command.Code(kFileDeleted);
 }
 
 void RunClearFile(Command& command) {
     FileOperand operand = TakeOperand(command);
+    ChangedRecords changed(command.TakeIf(u"OVERRIDE"));
     command.RequireEnd();
     // Records come and go; descriptions of fields are only cleared when asked for.
     operand.part = operand.part == Part::kBoth ? Part::kData : operand.part;
-    command.OwnStore().ClearFile(Parts(operand, command.OwnStore()).front());
+    Batch batch(command.OwnStore());
+    const NamedFile file = Parts(operand, command.OwnStore()).front();
+    command.OwnStore().ClearFile(file.number);
+    changed.AddWholeFile(file);
+    changed.Commit(batch, command.OwnStore());
     command.Line(Told(operand, u"cleared."));
     command.Code(kFileCleared);
 }

@@ -60,7 +60,7 @@ void RunDeleteIndex(Command& command) {
     const NamedFile file = command.RequireFileName();
     const std::vector<IndexInfo> indexes = command.OwnStore().Indexes(file.number);
     std::vector<Text> names;
-    if (command.TakeIf(u"ALL")) {
+    if (FindIndex(indexes, command.Peek().text) == nullptr && command.TakeIf(u"ALL")) {
         command.RequireEnd();
         for (const IndexInfo& index : indexes) {
             names.push_back(index.name);

@@ -1,4 +1,5 @@
 // Verbs about single records.
+#include "hosts/multivalue/command/changed_records.h"
 #include "hosts/multivalue/command/verbs.h"
 #include "hosts/multivalue/store/files.h"
 #include "hosts/multivalue/store/id_rules.h"
@@ -11,31 +12,76 @@ namespace {
 constexpr std::size_t kChunk = 256;
 constexpr std::size_t kNumberWidth = 3;
 
-// The ids a sentence names: those written, ALL of the file, or those of the active list.
-std::unique_ptr<SelectList> TakeIds(Command& command,
-                                    const NamedFile& file,
-                                    std::vector<Text> ids) {
-    if (ids.empty()) {
-        std::unique_ptr<SelectList> list = command.Own().TakeList(0);
+// Whether the next word is the keyword. A record of that id in the file is meant rather than the
+// keyword, in whichever case it was written.
+bool TakeKeyword(Command& command, const NamedFile& file, TextView keyword) {
+    const auto isRecord = [&](TextView id) {
+        return CanBeId(id) && command.OwnStore().Exists(file.number, id);
+    };
+    const Word& word = command.Peek();
+    return word.kind == Word::Kind::kPlain && word.keyword == keyword && !isRecord(word.text) &&
+           !isRecord(keyword) && command.TakeIf(keyword);
+}
+
+// The records a sentence names.
+struct Named {
+    struct Record {
+        Text id;
+        std::optional<Text> newId;  // behind a comma
+        bool isQuoted = false;
+    };
+    std::vector<Record> records;
+    bool all = false;
+};
+
+// One more record, or ALL.
+void TakeNamed(Command& command, const NamedFile& file, Named& named) {
+    if (TakeKeyword(command, file, u"ALL")) {
+        named.all = true;
+        return;
+    }
+    if (command.Peek().kind == Word::Kind::kComma) {
+        command.Take();  // parts the ids as a blank does
+        return;
+    }
+    const Word& word = command.Take();
+    named.records.push_back({word.text, std::nullopt, word.kind == Word::Kind::kQuoted});
+}
+
+std::vector<Text> AllIds(Store& store, FileNumber file) {
+    std::vector<Text> ids;
+    ScanRange range;
+    range.withRecords = false;
+    const std::unique_ptr<Scan> scan = store.OpenScan(file, range);
+    for (std::vector<ScanEntry> chunk; scan->Next(chunk, kChunk);) {
+        for (ScanEntry& entry : chunk) {
+            ids.push_back(std::move(entry.id));
+        }
+    }
+    return ids;
+}
+
+// Those, all of the file, or those of the active list. Taken before anything is done: the file
+// changes under a scan otherwise.
+std::vector<Named::Record> TakeRecords(Command& command, const NamedFile& file, Named named) {
+    if (named.all && !named.records.empty()) {
+        Refuse(u"ALL", u"stands beside single records.");
+    }
+    std::vector<Named::Record>& records = named.records;
+    if (named.all) {
+        for (Text& id : AllIds(command.OwnStore(), file.number)) {
+            records.push_back({std::move(id), std::nullopt, true});
+        }
+    } else if (records.empty()) {
+        const std::unique_ptr<SelectList> list = command.Own().TakeList(0);
         if (!list) {
             Refuse(command.Sentence(), u"names no record, and no list is active.");
         }
-        return list;
-    }
-    if (ids.size() > 1 || KeywordOf(ids.front()) != u"ALL") {
-        return ListOfIds(std::move(ids));
-    }
-    // Read before anything is done: the file changes under the scan otherwise.
-    std::vector<Text> all;
-    ScanRange range;
-    range.withRecords = false;
-    const std::unique_ptr<Scan> scan = command.OwnStore().OpenScan(file.number, range);
-    for (std::vector<ScanEntry> chunk; scan->Next(chunk, kChunk);) {
-        for (ScanEntry& entry : chunk) {
-            all.push_back(std::move(entry.id));
+        for (SelectedId entry; list->Next(entry);) {
+            records.push_back({std::move(entry.id), std::nullopt, true});
         }
     }
-    return ListOfIds(std::move(all));
+    return std::move(records);
 }
 
 void TellMissing(Command& command, TextView id, const NamedFile& file) {
@@ -45,9 +91,10 @@ void TellMissing(Command& command, TextView id, const NamedFile& file) {
 struct CopyOrder {
     NamedFile from;
     NamedFile to;
-    std::vector<Text> ids;
+    Named named;
     bool overwrites = false;
     bool deletes = false;
+    bool overrides = false;
 };
 
 // COPY FROM file {TO file} ..., or COPY file {TO file} ...
@@ -57,17 +104,37 @@ CopyOrder TakeCopyOrder(Command& command) {
     order.from = command.RequireFileName();
     order.to = order.from;
     while (!command.AtEnd()) {
+        std::vector<Named::Record>& records = order.named.records;
         if (command.TakeIf(u"TO")) {
             order.to = command.RequireFileName();
-        } else if (command.TakeIf(u"OVERWRITING")) {
+        } else if (TakeKeyword(command, order.from, u"OVERWRITING")) {
             order.overwrites = true;
-        } else if (command.TakeIf(u"DELETING")) {
+        } else if (TakeKeyword(command, order.from, u"DELETING")) {
             order.deletes = true;
+        } else if (TakeKeyword(command, order.from, u"OVERRIDE")) {
+            order.overrides = true;
+        } else if (command.Peek().kind == Word::Kind::kComma && !records.empty()) {
+            const Text comma = command.Take().text;
+            if (command.AtEnd() || records.back().newId) {
+                Refuse(comma, u"needs an id in front of it and one behind.");
+            }
+            records.back().newId = command.Take().text;
         } else {
-            order.ids.push_back(command.Take().text);
+            TakeNamed(command, order.from, order.named);
         }
     }
     return order;
+}
+
+// "old,new" without quotes copies a record under another id, unless a record has the whole as its
+// id.
+void PartAtComma(Named::Record& record, const NamedFile& file, Store& store) {
+    const std::size_t comma = record.id.find(u',');
+    if (!record.isQuoted && !record.newId && comma != Text::npos &&
+        !(CanBeId(record.id) && store.Exists(file.number, record.id))) {
+        record.newId = record.id.substr(comma + 1);
+        record.id.resize(comma);
+    }
 }
 
 // Marks as units that can be seen.
@@ -97,19 +164,14 @@ void ShowRecord(Command& command, TextView id, TextView record) {
 void RunCopy(Command& command) {
     CopyOrder order = TakeCopyOrder(command);
     Store& store = command.OwnStore();
-    const std::unique_ptr<SelectList> list = TakeIds(command, order.from, std::move(order.ids));
     std::uint64_t count = 0;
     Batch batch(store);
+    ChangedRecords changed(order.overrides);
     Text record;
-    for (SelectedId entry; list->Next(entry);) {
-        // "old,new" copies a record under another id, unless a record has the whole as its id.
-        Text from = entry.id;
-        Text to = entry.id;
-        const std::size_t comma = from.find(u',');
-        if (comma != Text::npos && !(CanBeId(from) && store.Exists(order.from.number, from))) {
-            to = from.substr(comma + 1);
-            from.resize(comma);
-        }
+    for (Named::Record& one : TakeRecords(command, order.from, std::move(order.named))) {
+        PartAtComma(one, order.from, store);
+        const Text& from = one.id;
+        const Text& to = one.newId.value_or(from);
         if (!CanBeId(from) || !store.Read(order.from.number, from, record)) {
             TellMissing(command, from, order.from);
         } else if (!CanBeId(to)) {
@@ -119,44 +181,59 @@ void RunCopy(Command& command) {
                          u"\" already; OVERWRITING replaces it.");
         } else {
             store.Write(order.to.number, to, record, AfterWrite::kRelease);
+            changed.Add(order.to, to);
             const bool isSame = order.from.number == order.to.number && from == to;
             if (order.deletes && !isSame) {
                 store.Delete(order.from.number, from);
+                changed.Add(order.from, from);
             }
             ++count;
         }
     }
-    batch.Commit();
+    changed.Commit(batch, store);
     command.CountLine(count, u" record(s) copied");
     command.Code(kRecordsCopied);
 }
 
 void RunDelete(Command& command) {
     const NamedFile file = command.RequireFileName();
-    const std::unique_ptr<SelectList> list = TakeIds(command, file, command.TakeRest());
-    std::uint64_t count = 0;
-    Batch batch(command.OwnStore());
-    for (SelectedId entry; list->Next(entry);) {
-        if (CanBeId(entry.id) && command.OwnStore().Delete(file.number, entry.id)) {
-            ++count;
+    Named named;
+    bool overrides = false;
+    while (!command.AtEnd()) {
+        if (TakeKeyword(command, file, u"OVERRIDE")) {
+            overrides = true;
         } else {
-            TellMissing(command, entry.id, file);
+            TakeNamed(command, file, named);
         }
     }
-    batch.Commit();
+    std::uint64_t count = 0;
+    Batch batch(command.OwnStore());
+    ChangedRecords changed(overrides);
+    for (const Named::Record& one : TakeRecords(command, file, std::move(named))) {
+        if (CanBeId(one.id) && command.OwnStore().Delete(file.number, one.id)) {
+            changed.Add(file, one.id);
+            ++count;
+        } else {
+            TellMissing(command, one.id, file);
+        }
+    }
+    changed.Commit(batch, command.OwnStore());
     command.CountLine(count, u" record(s) deleted");
     command.Code(kRecordsDeleted);
 }
 
 void RunShowRecords(Command& command) {
     const NamedFile file = command.RequireFileName();
-    const std::unique_ptr<SelectList> list = TakeIds(command, file, command.TakeRest());
+    Named named;
+    while (!command.AtEnd()) {
+        TakeNamed(command, file, named);
+    }
     Text record;
-    for (SelectedId entry; list->Next(entry);) {
-        if (CanBeId(entry.id) && command.OwnStore().Read(file.number, entry.id, record)) {
-            ShowRecord(command, entry.id, record);
+    for (const Named::Record& one : TakeRecords(command, file, std::move(named))) {
+        if (CanBeId(one.id) && command.OwnStore().Read(file.number, one.id, record)) {
+            ShowRecord(command, one.id, record);
         } else {
-            TellMissing(command, entry.id, file);
+            TellMissing(command, one.id, file);
         }
     }
 }

@@ -114,12 +114,12 @@ private:
             AddColumn().field = field;
         } else if (reader_.ExpandPhrase()) {
             return;
-        } else if (keyword == Keyword::kThrowaway) {
-            reader_.Take();
         } else if (FindComparison(word.keyword)) {
             conditions_.Continue(query_.with, Keyword::kWith, std::nullopt);
         } else if (HasRecord(word.text)) {
             query_.ids.push_back(reader_.Take().text);
+        } else if (keyword == Keyword::kThrowaway) {
+            reader_.Take();
         } else {
             reader_.RequireField(word.text);
         }
@@ -194,8 +194,11 @@ private:
             }
             case Keyword::kSample:
                 reader_.Take();
-                query_.sample = ComparedNumber(reader_.Peek().text) ? reader_.RequireCount(word)
-                                                                    : kDefaultSample;
+                // A quoted number is an id.
+                query_.sample =
+                    reader_.Peek().kind == Word::Kind::kPlain && ComparedNumber(reader_.Peek().text)
+                        ? reader_.RequireCount(word)
+                        : kDefaultSample;
                 return true;
             case Keyword::kFrom:
                 reader_.Take();

@@ -242,22 +242,9 @@ private:
         totals_[level].assign(shown_.size(), RunningTotal());
     }
 
-    // Calls use(unit, isQuoted) for the text of a break, but for its quotes: quoted are letters.
-    template <typename Use>
-    static void ReadBreakText(const ReportColumn& column, Use use) {
-        bool isQuoted = false;
-        for (const char16_t unit : column.Asked().breakText) {
-            if (unit == u'\'') {
-                isQuoted = !isQuoted;
-            } else {
-                use(isQuoted ? UpperAscii(unit) : unit, isQuoted);
-            }
-        }
-    }
-
     static bool HasBreakLetter(const ReportColumn& column, char16_t letter) {
         bool has = false;
-        ReadBreakText(column, [&](char16_t unit, bool isQuoted) {
+        ReadReportText(column.Asked().breakText, [&](char16_t unit, bool isQuoted) {
             has = has || (isQuoted && unit == letter);
         });
         return has;
@@ -269,7 +256,7 @@ private:
             return options_.hidesDetail ? Text(value) : Text(u"***");
         }
         Text text;
-        ReadBreakText(column, [&](char16_t unit, bool isQuoted) {
+        ReadReportText(column.Asked().breakText, [&](char16_t unit, bool isQuoted) {
             if (!isQuoted) {
                 text.push_back(unit);
             } else if (unit == u'V') {

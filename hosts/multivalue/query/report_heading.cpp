@@ -29,24 +29,21 @@ Text TimeAndDate(Environment& environment) {
 
 Lines HeadingLines(TextView text, const Query& query, int page, Environment& environment) {
     Lines lines(1);
-    bool isQuoted = false;
-    for (const char16_t unit : text) {
-        if (unit == u'\'') {
-            isQuoted = !isQuoted;
-        } else if (!isQuoted) {
+    ReadReportText(text, [&](char16_t unit, bool isOption) {
+        if (!isOption) {
             lines.back().push_back(unit);
-        } else if (unit == u'L' || unit == u'l') {
+        } else if (unit == u'L') {
             lines.emplace_back();
-        } else if (unit == u'D' || unit == u'd') {
+        } else if (unit == u'D') {
             lines.back() += DateText(environment);
-        } else if (unit == u'T' || unit == u't') {
+        } else if (unit == u'T') {
             lines.back() += TimeAndDate(environment);
-        } else if (unit == u'F' || unit == u'f') {
+        } else if (unit == u'F') {
             lines.back() += query.file;
-        } else if (unit == u'P' || unit == u'p') {
+        } else if (unit == u'P') {
             Number(page).AppendTo(lines.back());
         }
-    }
+    });
     return lines;
 }
 

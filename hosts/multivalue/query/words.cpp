@@ -22,10 +22,37 @@ bool IsSign(char16_t unit) {
     return unit == u'=' || unit == u'#' || unit == u'<' || unit == u'>' || unit == u'~';
 }
 
-bool EndsPlain(char16_t unit, Signs signs) {
-    return IsBlank(unit) ||
-           (signs == Signs::kApart &&
-            (IsSign(unit) || IsQuote(unit) || unit == u'(' || unit == u')' || unit == u','));
+bool IsQuoteAt(TextView sentence, std::size_t at) {
+    return at < sentence.size() && IsQuote(sentence[at]);
+}
+
+bool EndsPlain(TextView sentence, std::size_t at, Signs signs) {
+    const char16_t unit = sentence[at];
+    if (signs == Signs::kWithin) {
+        return IsBlank(unit) || (unit == u',' && IsQuoteAt(sentence, at + 1));
+    }
+    return IsBlank(unit) || IsSign(unit) || IsQuote(unit) || unit == u'(' || unit == u')' ||
+           unit == u',';
+}
+
+// The text whose opening quote stands at `at`, which moves behind the closing one.
+Text TakeQuoted(TextView sentence, std::size_t& at) {
+    const std::size_t start = at;
+    const char16_t quote = sentence[at++];
+    Text text;
+    while (true) {
+        const std::size_t end = sentence.find(quote, at);
+        if (end == TextView::npos) {
+            Refuse(sentence.substr(start), u"has no closing quote.");
+        }
+        text.append(sentence.substr(at, end - at));
+        at = end + 1;
+        if (at == sentence.size() || sentence[at] != quote) {
+            return text;
+        }
+        text.push_back(quote);
+        ++at;
+    }
 }
 
 }  // namespace
@@ -55,14 +82,15 @@ std::vector<Word> SplitWords(TextView sentence, Signs signs) {
             ++at;
             continue;
         }
+        const bool isBehindQuote = at > 0 && !words.empty() &&
+                                   words.back().kind == Word::Kind::kQuoted &&
+                                   IsQuote(sentence[at - 1]);
         Word word;
         if (IsQuote(unit)) {
-            const std::size_t end = sentence.find(unit, at + 1);
-            if (end == TextView::npos) {
-                Refuse(sentence.substr(at), u"has no closing quote.");
-            }
-            word = {Word::Kind::kQuoted, Text(sentence.substr(at + 1, end - at - 1)), {}};
-            at = end + 1;
+            word = {Word::Kind::kQuoted, TakeQuoted(sentence, at), {}};
+        } else if (unit == u',' && (IsQuoteAt(sentence, at + 1) || isBehindQuote)) {
+            word = {Word::Kind::kComma, Text(1, unit), {}};
+            ++at;
         } else if (signs == Signs::kApart && (unit == u'(' || unit == u')')) {
             word = {unit == u'(' ? Word::Kind::kOpen : Word::Kind::kClose, Text(1, unit), {}};
             ++at;
@@ -72,7 +100,7 @@ std::vector<Word> SplitWords(TextView sentence, Signs signs) {
             if (isSign) {
                 end += end < sentence.size() && IsSign(sentence[end]) ? 1 : 0;
             } else {
-                while (end < sentence.size() && !EndsPlain(sentence[end], signs)) {
+                while (end < sentence.size() && !EndsPlain(sentence, end, signs)) {
                     ++end;
                 }
             }

@@ -9,12 +9,15 @@ namespace kel::query {
 
 struct Word {
     enum class Kind {
-        kEnd,     // behind the last word, and only there
-        kPlain,   // a name, a keyword, a number
-        kQuoted,  // a text in quotes of either kind, which `text` does not have
-        kSign,    // = # < > and pairs of them
+        kEnd,    // behind the last word, and only there
+        kPlain,  // a name, a keyword, a number
+        // A text in quotes of either kind, which `text` does not have; two of them inside stand for
+        // one. Never a keyword.
+        kQuoted,
+        kSign,  // = # < > and pairs of them
         kOpen,
-        kClose
+        kClose,
+        kComma  // beside a quote, where signs are within words
     };
 
     Kind kind = Kind::kEnd;

@@ -188,6 +188,9 @@ public:
     virtual void Unlock(FileNumber file, TextView id) = 0;  // of a lock it does not have: nothing
     virtual void UnlockAll() = 0;
     virtual std::vector<HeldLock> Locks() = 0;  // of all sessions, by file and id
+    // Within a batch: the locks that other sessions have, in the same order. Until the batch ends,
+    // which is to be soon and without any more change, no other session gets another lock.
+    virtual std::vector<HeldLock> HoldLocks() = 0;
 
     // A batch: everything from Begin to Commit becomes visible to others and lasting as one, and
     // bulk work is some fifty times as fast as record by record. Other sessions can read but not

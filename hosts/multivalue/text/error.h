@@ -34,7 +34,8 @@ enum class ErrorKind {
     kSeveralNames,   // the account's file has several names (hard links)
     kNetworkDrive,   // the account lies on another machine
     kNotTrusted,     // a program may not run here, or not do what it asks for
-    kTimeLimit       // a call took longer than its client allows
+    kTimeLimit,      // a call took longer than its client allows
+    kLocked          // another session has locked what was to be changed
 };
 
 class Error : public std::exception {

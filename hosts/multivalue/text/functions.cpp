@@ -84,6 +84,14 @@ Text Upper(TextView text) {
     return upper;
 }
 
+Text Quoted(TextView text) {
+    Text quoted = u"'";
+    for (const char16_t unit : text) {
+        quoted.append(unit == u'\'' ? 2 : 1, unit);
+    }
+    return quoted + u"'";
+}
+
 void AppendLower(TextView text, Text& out) {
     for (const char16_t unit : text) {
         out.push_back(LowerAscii(unit));

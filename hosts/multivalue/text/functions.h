@@ -28,6 +28,11 @@ std::size_t CountOf(TextView text, TextView part, Overlap overlap);
 
 void AppendUpper(TextView text, Text& out);
 Text Upper(TextView text);
+
+// The text as a sentence has it for a word that is data, whatever is in it: in quotes, each quote
+// inside doubled.
+Text Quoted(TextView text);
+
 void AppendLower(TextView text, Text& out);
 
 // Takes `unit` away at places that `option` names: A everywhere; L and F in front; T and E behind;
