@@ -159,6 +159,24 @@ TEST_F(CommandTest, LeavesWhatWasAskedFor) {
     for (const Said& c : dialog) {
         EXPECT_EQ(Run(c.sentence), c.answer) << c.sentence;
     }
+    // What a sentence selects by itself, wherever its verb stands, and options switched off again.
+    EXPECT_EQ(Ids("\tGET-LIST ten"), "1 2 3 4 5");
+    EXPECT_EQ(Ids("QSELECT &SAVEDLISTS& parts"), "NUT BOLT");
+    Run("CREATE-FILE CASE");
+    Write("CASE", "1", "Big");
+    Run("OPTION QUERY.NO.CASE");
+    EXPECT_EQ(Ids("SELECT CASE WITH F1 = 'BIG'"), "1");
+    Run("OPTION QUERY.NO.CASE OFF");
+    EXPECT_EQ(Ids("SELECT CASE WITH F1 = 'BIG'"), "");
+    // Subvalues are kept, too; an index that the dictionary has outgrown is made anew.
+    Write("ORDERS", "6", "^^^1\\2^^9");
+    Run("SELECT ORDERS BY-EXP QTY");
+    Run("SAVE-LIST sub");
+    EXPECT_EQ(Run("CT &SAVEDLISTS& sub"), "sub|001 6]1]1|002 6]1]2");
+    Run("CREATE-INDEX ORDERS REF");
+    Write("DICT ORDERS", "REF", "D^5^^Ref^4R^S");
+    EXPECT_EQ(Run("CREATE-INDEX ORDERS REF"), "Index \"REF\" of file \"ORDERS\" created.");
+    EXPECT_EQ(Run("DELETE-INDEX ORDERS ALL"), "Index \"REF\" of file \"ORDERS\" deleted.");
     store_->Lock(*store_->FindFile(u"OLD"), u"7", 0);
     EXPECT_NE(Run("LIST-READU").find("|OLD  7  "), std::string::npos);
     const char* codes[][2] = {{"SELECT DICT OLD", "404"},

@@ -634,7 +634,7 @@ TEST_F(ConversionTest, GoesThroughCodesAndElements) {
         {"n", "Q]B", "", 2},
         {"x]1", "MD2", "]100", 1},
         {"FF", "ZZ", "", 2}});
-    EXPECT_EQ(Oconv(u"a\u00FBb", u"MCU", environment).value, u"A\u00FBB");
+    EXPECT_EQ(Oconv(u"aa\u00FBb", u"L", environment).value, u"2\u00FB1");
     EXPECT_EQ(Drawn(OconvWhole(Marked("a]b"), u"L", environment).value), "3");
     EXPECT_EQ(Drawn(IconvWhole(Marked("a]b"), u"MCU", environment).value), "A]B");
 }

@@ -132,6 +132,12 @@ TEST_F(QueryTest, ComparesAsTheFieldSays) {
     for (const Said& c : cases) {
         EXPECT_EQ(Ids(std::string("SELECT ORDERS WITH ") + c.sentence), c.answer) << c.sentence;
     }
+    // Values are compared in pairs, and subvalues are values.
+    Write("ORDERS", "7", "P^^N]N^1]30^20]40^");
+    Write("ORDERS", "8", "S^^N^1\\9^^");
+    EXPECT_EQ(Ids("SELECT ORDERS '7' WITH EVERY QTY < PRICE"), "7");
+    EXPECT_EQ(Ids("SELECT ORDERS '8' WITH QTY = 9"), "8");
+    Run("DELETE ORDERS 7 8");
     session_.SetOption(u"QUERY.PRIORITY.AND", true);
     EXPECT_EQ(Ids("SELECT ORDERS WITH CUSTOMER = 'SMITH' OR CUSTOMER = 'BROWN' AND QTY > 9"),
               "1 3");
@@ -207,6 +213,9 @@ TEST_F(QueryTest, OrdersByKeys) {
         EXPECT_EQ(Ids(std::string("SELECT ORDERS ") + c.sentence), c.answer) << c.sentence;
     }
     EXPECT_EQ(Ids("SSELECT ORDERS BY CUSTOMER"), "4 2 1 3 5");
+    Write("ORDERS", "6", "^^^^^9");
+    EXPECT_EQ(Ids("SELECT ORDERS BY REF"), "4 5 6 1 3 2") << "of equals the last comes first";
+    Run("DELETE ORDERS 6");
     EXPECT_EQ(Ids("SSELECT ORDERS BY-EXP-DSND PART"), "3@1 1@1 2@1 3@2 3@3 1@2 5@1 4@1");
 }
 
@@ -263,7 +272,16 @@ TEST_F(QueryTest, ReportsTotalsBreaksAndHeadings) {
         {"LIST ORDERS '6' WHEN PART = 'NUT' PART QTY HDR.SUP COL.SUP COUNT.SUP",
          "6          NUT      -4"},
         {"LIST ORDERS WITH CUSTOMER = 'nobody' HDR.SUP COL.SUP", "0 record(s) listed"},
+        {"LIST ORDERS '99' ONLY HDR.SUP COL.SUP",
+         "\"99\" is not in file \"ORDERS\".|0 record(s) listed"},
+        {"LIST ORDERS '1' CUSTOMER QTY COL.HDG 'Quantity' VALUE HDR.SUP COUNT.SUP",
+         "ORDERS.... Customer.. Quantity ....Value|1          SMITH             5      7.50|"
+         "                            10"},
+        {"LIST ORDERS '7' PART QTY HDR.SUP COL.SUP COUNT.SUP",
+         "7          LONGPA    1|           RT|           X         2"},
+        {"LIST ORDERS '1' '2' ONLY DBL.SPC HDR.SUP COL.SUP COUNT.SUP", "|1||2"},
     };
+    Write("ORDERS", "7", "^^LONGPART]X^1]2");
     for (const Said& c : reports) {
         EXPECT_EQ(Run(c.sentence), c.answer) << c.sentence;
     }
@@ -279,7 +297,9 @@ TEST_F(QueryTest, AnswersWithAnIndexAreThoseWithout) {
                                    "^5^" + refs[static_cast<std::size_t>(i % 5)];
         Write("ORDERS", std::to_string(i).c_str(), record.c_str());
     }
+    Write("ORDERS", "400", "07^1^P1^1^1^1");
     const char* clauses[] = {
+        "WITH CUSTOMER = '7'",
         "WITH CUSTOMER = 'C10'",
         "WITH CUSTOMER = 'C10' 'C7' 'C10'",
         "WITH CUSTOMER > 'C5'",
