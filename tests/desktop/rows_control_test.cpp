@@ -87,8 +87,7 @@ protected:
 
 TEST_F(RowsOfAForm, ChangeNoAttributeThatIsNotTheirs) {
     const HiddenList list;
-    binding::KeyField field(
-        binding::Create<_kelBase>(L"kelSDK.kelBase"), L"Main", L"Cust", L"CUST");
+    binding::KeyField field(binding::Base(), L"Main", L"Cust", L"CUST");
     binding::RowsControl rows(field,
                               list.get(),
                               L"rows",
@@ -149,8 +148,7 @@ TEST_F(RowsOfAForm, StoreARowWhoseProgramShowsTheRecordAgain) {
                 0});
     tools.call(L"mvWrite", {L"Prog", L"AGAIN"});
     const HiddenList list;
-    binding::KeyField field(
-        binding::Create<_kelBase>(L"kelSDK.kelBase"), L"Main", L"Cust", L"CUST");
+    binding::KeyField field(binding::Base(), L"Main", L"Cust", L"CUST");
     binding::RowsControl rows(
         field,
         list.get(),
