@@ -34,9 +34,10 @@ public:
         IDispatch* item, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept;
     void run(
         TextView keyId, BSTR progName, VARIANT* extra, BSTR* value, bool fourArguments) noexcept;
-    // Runs the program that an item names: "C:" before the name has it called with a parameter
-    // record, and its failures reach the caller.
-    void runItem(BSTR progSpec, BSTR progType, BSTR* value, TextView sessionName, IDispatch* item);
+    // Runs the program that an item, `object`, names: "C:" before the name has it called with a
+    // parameter record, and its failures reach the caller.
+    void runItem(
+        BSTR progSpec, BSTR progType, BSTR* value, TextView sessionName, IDispatch* object);
 
 private:
     struct HostRecord;

@@ -15,15 +15,6 @@ protected:
         return L"connected " + get(L"IsConnected").text() + L", connecting " +
                get(L"IsConnecting").text();
     }
-    // Runs `action` at the first event of this name at the session.
-    void once(const Text& name, std::function<void()> action) {
-        session.sink->onEvent([this, name, action](Event& event) {
-            if (event.name() == name) {
-                session.sink->onEvent({});
-                action();
-            }
-        });
-    }
 };
 
 const Text kConnected = L"connected True, connecting False";
@@ -223,77 +214,6 @@ TEST_F(Connect, ReplacesABackendOfAnotherKind) {
               L"Connection Configuration Error: 10201 (kelSDK::Connect::kelos99.Sample) "
               L"A sample failure");
     EXPECT_TRUE(connect());
-}
-
-TEST_F(Connect, EndsConnectedOrNotAsItsHandlersLeaveIt) {
-    struct Case {
-        const char* name;
-        const wchar_t* event;
-        std::function<void()> handler;
-        const wchar_t* outcome;
-        Text text;
-        Text state;
-        long hosts;
-    };
-    const auto reconnect = [this] { EXPECT_EQ(call(L"Connect").text(), L"True"); };
-    const auto disconnect = [this] { EXPECT_TRUE(call(L"Disconnect").ok()); };
-    const Case cases[] = {
-        {"disconnected when connected", L"Connection", disconnect, L"False", L"", kDisconnected, 0},
-        {"connected again when connected", L"Connection", reconnect, L"True", L"", kConnected, 1},
-        {"the client lets go of the session",
-         L"Connection",
-         [this] {
-             base->RemoveSessionCallback(Str(L"Main"));
-             session.subscription.reset();
-             main.reset();
-         },
-         L"True",
-         L"",
-         kDisconnected,
-         0},
-    };
-    for (const Case& one : cases) {
-        SCOPED_TRACE(one.name);
-        addField(L"Cust");
-        once(one.event, one.handler);
-        const Outcome outcome = call(L"Connect");
-        EXPECT_TRUE(outcome.ok());
-        EXPECT_EQ(outcome.text(), one.outcome);
-        EXPECT_EQ(errorText(), one.text);
-        if (one.hosts == 0 && !main) {
-            engine.reset();
-        } else {
-            EXPECT_EQ(state(), one.state);
-        }
-        EXPECT_EQ(backend.live().hosts, one.hosts);
-        reopen();
-    }
-}
-
-TEST_F(Connect, FailsWhenTheBackendIsTakenAwayWhileItIsConfigured) {
-    session.sink->onEvent([this](Event& event) {
-        if (Shown(event.argument(0).get()) == L"Account") {
-            session.sink->onEvent({});
-            EXPECT_TRUE(call(L"Disconnect").ok());
-        }
-    });
-    EXPECT_FALSE(connect());
-    EXPECT_EQ(errorText(),
-              L"Connection Configuration Error: 91 (kelSDK::Connect::kelSDK) "
-              L"Object variable or With block variable not set");
-    EXPECT_EQ(backend.live().hosts, 0);
-    EXPECT_TRUE(connect());
-}
-
-TEST_F(Connect, MayBeTriedAgainFromTheEventOfItsFailure) {
-    session.sink->answerProperty(L"OsType", L"");
-    once(L"ConnectionFailed", [this] {
-        session.sink->answerProperty(L"OsType", L"99");
-        EXPECT_TRUE(connect());
-    });
-    EXPECT_TRUE(connect()) << "connected at the end";
-    EXPECT_EQ(state(), kConnected);
-    EXPECT_EQ(errorText(), L"");
 }
 
 TEST_F(Connect, WritesItsFailureIntoTheLog) {

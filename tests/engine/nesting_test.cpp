@@ -125,6 +125,14 @@ TEST_F(Nesting, OfConnectInItselfAnswersFalseUntilThereIsAnOutcome) {
     EXPECT_GT(tries, 3) << "a person mistypes a password";
     backend.reset();
     expectOrder();
+
+    // And it may succeed.
+    ready();
+    backend.fail(Member::kConnect, SampleFailure(), kOnce);
+    atOnce(L"ConnectionFailed", [&] { EXPECT_EQ(client(L"Connect"), L"True"); });
+    EXPECT_EQ(client(L"Connect"), L"True") << "connected at the end";
+    EXPECT_EQ(get(L"ConnectionErrMsg").text(), L"");
+    expectOrder();
 }
 
 TEST_F(Nesting, OfOsTypeInItsOwnQuestionAnswersZero) {
@@ -192,6 +200,7 @@ TEST_F(Nesting, OfDisconnectInConnectMakesItFail) {
             EXPECT_EQ(heard(L"Main: Disconnect()"), 1);
             ASSERT_FALSE(events.empty());
             EXPECT_TRUE(events.back().starts_with(L"Main: ConnectionFailed(")) << "the outcome";
+            EXPECT_FALSE(get(L"ConnectionErrMsg").text().empty());
             EXPECT_EQ(client(L"IsConnected") + busy(), L"FalseFalse");
             session.sink->onEvent({});
             expectOrder();
