@@ -119,7 +119,9 @@ class Tree:
 
     def check(self, done):
         if done.returncode != 0:
-            raise Broken(f"{self.sources} does not build:\n{done.stdout}{done.stderr}")
+            # Without the progress of what was built.
+            told = [line for line in done.stdout.splitlines() if not line.startswith("[")]
+            raise Broken("\n".join([f"{self.sources} does not build:", *told, done.stderr]))
 
     def compile(self, targets):
         return subprocess.run(["ninja", "-C", self.build, *targets], capture_output=True, text=True,

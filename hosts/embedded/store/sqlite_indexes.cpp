@@ -6,12 +6,15 @@
 #include "hosts/embedded/store/sqlite_session.h"
 #include "hosts/multivalue/store/files.h"
 #include "hosts/multivalue/store/id_rules.h"
+#include "hosts/multivalue/text/error.h"
 
 namespace kel::embedded {
 
 using store::FileNumber;
 using store::IndexInfo;
 using store::LockAnswer;
+using text::Error;
+using text::ErrorKind;
 using text::TextView;
 
 // ---- Indexes ----
