@@ -14,6 +14,7 @@
 #include "automation/error.h"
 #include "automation/plain_object.h"
 #include "automation/variant.h"
+#include "scripting/script_escape.h"
 
 namespace kel::scripting {
 
@@ -216,6 +217,7 @@ private:
 
 struct ScriptEngine::Parts {
     ComPtr<IActiveScript> engine;
+    ScriptEscape escape;
     ComPtr<Site> site;
     ComPtr<IDispatch> script;  // its procedures, once they are asked for
     std::vector<std::pair<Text, Visibility>> names;
@@ -252,6 +254,7 @@ std::unique_ptr<ScriptEngine> ScriptEngine::Open(Language language, Trust trust)
         return nullptr;
     }
     parts->site = ComPtr<Site>::Adopt(new Site(trust));
+    parts->escape.setEngine(*parts->engine.get());
     return std::unique_ptr<ScriptEngine>(new ScriptEngine(std::move(parts)));
 }
 
@@ -296,11 +299,21 @@ Outcome ScriptEngine::Load(const std::wstring& source) {
     return parts_->outcome(code);
 }
 
+void ScriptEngine::Interrupt(const std::atomic<int>& inHost) noexcept {
+    const EXCEPINFO none{};
+    if (FAILED(parts_->engine->InterruptScriptThread(
+            SCRIPTTHREADID_ALL, &none, SCRIPTINTERRUPT_RAISEEXCEPTION))) {
+        parts_->escape.force(inHost);
+    }
+}
+
 Outcome ScriptEngine::Start() {
     if (std::exchange(parts_->isStarted, true)) {
         return {};
     }
-    return parts_->outcome(parts_->engine->SetScriptState(SCRIPTSTATE_STARTED));
+    IActiveScript& engine = *parts_->engine;
+    return parts_->outcome(
+        parts_->escape.run([&] { return engine.SetScriptState(SCRIPTSTATE_STARTED); }));
 }
 
 bool ScriptEngine::HasProcedure(const std::wstring& name) {
@@ -323,14 +336,16 @@ Outcome ScriptEngine::Call(const std::wstring& name,
     DISPPARAMS parameters{given.data(), nullptr, static_cast<UINT>(given.size()), 0};
     EXCEPINFO exception{};
     const ComPtr<IDispatch> script = parts_->script;
-    const HRESULT code = script->Invoke(id,
-                                        IID_NULL,
-                                        LOCALE_USER_DEFAULT,
-                                        DISPATCH_METHOD,
-                                        &parameters,
-                                        &result,
-                                        &exception,
-                                        nullptr);
+    const HRESULT code = parts_->escape.run([&] {
+        return script->Invoke(id,
+                              IID_NULL,
+                              LOCALE_USER_DEFAULT,
+                              DISPATCH_METHOD,
+                              &parameters,
+                              &result,
+                              &exception,
+                              nullptr);
+    });
     if (code == DISP_E_EXCEPTION) {
         ScriptFailure failure = parts_->site->judged(FailureOf(exception));
         Outcome reported = std::exchange(parts_->site->reported, std::nullopt);
@@ -340,7 +355,12 @@ Outcome ScriptEngine::Call(const std::wstring& name,
 }
 
 void ScriptEngine::Close() noexcept {
-    if (parts_->engine) {
+    if (parts_->engine && parts_->escape.hasHappened()) {
+        // It stands where it was left: it cannot be closed, and is not let go of.
+        parts_->script.detach();
+        parts_->engine.detach();
+        parts_->site->items.clear();
+    } else if (parts_->engine) {
         parts_->script.reset();
         parts_->engine->Close();
         parts_->engine.reset();

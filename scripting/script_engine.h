@@ -7,6 +7,7 @@
 
 #include <oaidl.h>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <span>
@@ -70,6 +71,12 @@ public:
     // Calls a procedure. Arguments are passed by reference, in declared order; `result` receives
     // what a function returns, and was empty. Nothing happens where there is no such procedure.
     Outcome Call(const std::wstring& name, std::span<VARIANT* const> arguments, VARIANT& result);
+
+    // Ends what the script is doing, from any thread, as soon as it is in the script's own code:
+    // the call under way fails, and the engine is of no more use. Until then it has no effect, and
+    // is to be called again.
+    //   inHost  not 0 while the script waits for something that it called and that must return
+    void Interrupt(const std::atomic<int>& inHost) noexcept;
 
     // Ends the script: the engine lets go of all objects.
     void Close() noexcept;

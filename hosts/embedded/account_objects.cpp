@@ -31,6 +31,18 @@ struct Link {
     }
 };
 
+// A member that works with the session: not begun once the time of the call is over, and not cut
+// off by its end.
+template <typename Body>
+HRESULT AccountMember(const Link& link, const wchar_t* member, Body&& body) noexcept {
+    return HostMember(member, [&] {
+        const auto held = link.require();
+        const CallLimit::Host host(held->limit());
+        held->limit().check();
+        body(*held);
+    });
+}
+
 class File final : public Object<kelAccountFile, _kelAccountFile> {
 public:
     File(std::shared_ptr<Link> link, store::NamedFile file)
@@ -43,12 +55,12 @@ public:
         });
     }
     STDMETHODIMP Read(BSTR id, VARIANT* result) noexcept override {
-        return HostMember(L"File.Read", [&] { read(id, result); });
+        return AccountMember(
+            *link_, L"File.Read", [&](Connection& held) { read(held, id, result); });
     }
     STDMETHODIMP ReadU(BSTR id, VARIANT* result) noexcept override {
-        return HostMember(L"File.ReadU", [&] {
-            const auto held = link_->require();
-            const auto holder = held->store().Lock(file_.number, Units(id), held->lockWaitMs());
+        return AccountMember(*link_, L"File.ReadU", [&](Connection& held) {
+            const auto holder = held.store().Lock(file_.number, Units(id), held.lockWaitMs());
             if (holder) {
                 throw Error(mvItemLocked,
                             kHostSource,
@@ -56,35 +68,34 @@ public:
                                 Text(Wide(file_.name)) + L" is locked by " +
                                 Text(Wide(holder->user)) + L".");
             }
-            read(id, result);
+            read(held, id, result);
         });
     }
     STDMETHODIMP Write(BSTR id, BSTR record) noexcept override {
-        return HostMember(L"File.Write", [&] {
-            link_->require()->store().Write(
-                file_.number, Units(id), Units(record), store::AfterWrite::kRelease);
+        return AccountMember(*link_, L"File.Write", [&](Connection& held) {
+            held.store().Write(file_.number, Units(id), Units(record), store::AfterWrite::kRelease);
         });
     }
     STDMETHODIMP WriteU(BSTR id, BSTR record) noexcept override {
-        return HostMember(L"File.WriteU", [&] {
-            link_->require()->store().Write(
-                file_.number, Units(id), Units(record), store::AfterWrite::kKeep);
+        return AccountMember(*link_, L"File.WriteU", [&](Connection& held) {
+            held.store().Write(file_.number, Units(id), Units(record), store::AfterWrite::kKeep);
         });
     }
     STDMETHODIMP Delete(BSTR id, VARIANT_BOOL* result) noexcept override {
-        return HostMember(L"File.Delete", [&] {
+        return AccountMember(*link_, L"File.Delete", [&](Connection& held) {
             Out out{result};
-            out = link_->require()->store().Delete(file_.number, Units(id));
+            out = held.store().Delete(file_.number, Units(id));
         });
     }
     STDMETHODIMP Release(BSTR id) noexcept override {
-        return HostMember(L"File.Release",
-                          [&] { link_->require()->store().Unlock(file_.number, Units(id)); });
+        return AccountMember(*link_, L"File.Release", [&](Connection& held) {
+            held.store().Unlock(file_.number, Units(id));
+        });
     }
     STDMETHODIMP Exists(BSTR id, VARIANT_BOOL* result) noexcept override {
-        return HostMember(L"File.Exists", [&] {
+        return AccountMember(*link_, L"File.Exists", [&](Connection& held) {
             Out out{result};
-            out = link_->require()->store().Exists(file_.number, Units(id));
+            out = held.store().Exists(file_.number, Units(id));
         });
     }
     using Object::Release;
@@ -92,10 +103,10 @@ public:
 private:
     ~File() override = default;
 
-    void read(BSTR id, VARIANT* result) const {
+    void read(Connection& held, BSTR id, VARIANT* result) const {
         Out out{result};
         text::Text record;
-        if (link_->require()->store().Read(file_.number, Units(id), record)) {
+        if (held.store().Read(file_.number, Units(id), record)) {
             out = Variant(Wide(record));
         } else {
             V_VT(result) = VT_NULL;
@@ -114,22 +125,21 @@ public:
     void cut() { link_->connection.reset(); }
 
     STDMETHODIMP Open(BSTR fileName, _kelAccountFile** result) noexcept override {
-        return HostMember(L"Account.Open", [&] {
+        return AccountMember(*link_, L"Account.Open", [&](Connection& held) {
             Out out{result};
-            out = Make<File>(link_, store::RequireFile(link_->require()->store(), Units(fileName)));
+            out = Make<File>(link_, store::RequireFile(held.store(), Units(fileName)));
         });
     }
     STDMETHODIMP Execute(BSTR sentence, BSTR* result) noexcept override {
-        return HostMember(L"Account.Execute", [&] {
+        return AccountMember(*link_, L"Account.Execute", [&](Connection& held) {
             Out out{result};
-            out = Wide(link_->require()->session().Execute(text::Text(Units(sentence))).output);
+            out = Wide(held.session().Execute(text::Text(Units(sentence))).output);
         });
     }
     STDMETHODIMP Select(BSTR sentence, BSTR* result) noexcept override {
-        return HostMember(L"Account.Select", [&] {
+        return AccountMember(*link_, L"Account.Select", [&](Connection& held) {
             Out out{result};
-            const auto held = link_->require();
-            const auto list = held->session().Select(text::Text(Units(sentence)));
+            const auto list = held.session().Select(text::Text(Units(sentence)));
             text::Text ids;
             query::SelectedId one;
             while (list->Next(one)) {
@@ -139,16 +149,15 @@ public:
         });
     }
     STDMETHODIMP Oconv(BSTR value, BSTR code, BSTR* result) noexcept override {
-        return HostMember(L"Account.Oconv", [&] {
+        return AccountMember(*link_, L"Account.Oconv", [&](Connection& held) {
             Out out{result};
-            out = Wide(conversion::Oconv(Units(value), Units(code), link_->require()->environment())
-                           .value);
+            out = Wide(conversion::Oconv(Units(value), Units(code), held.environment()).value);
         });
     }
     STDMETHODIMP Iconv(BSTR value, BSTR code, BSTR* result) noexcept override {
-        return HostMember(L"Account.Iconv", [&] {
+        return AccountMember(*link_, L"Account.Iconv", [&](Connection& held) {
             Out out{result};
-            out = Wide(Entered(Units(value), Units(code), link_->require()->environment()));
+            out = Wide(Entered(Units(value), Units(code), held.environment()));
         });
     }
     STDMETHODIMP Extract(
@@ -196,9 +205,9 @@ public:
         return mark(text::kSubvalueMark, result);
     }
     STDMETHODIMP get_User(BSTR* result) noexcept override {
-        return HostMember(L"Account.User", [&] {
+        return AccountMember(*link_, L"Account.User", [&](Connection& held) {
             Out out{result};
-            out = Wide(link_->require()->session().User());
+            out = Wide(held.session().User());
         });
     }
     STDMETHODIMP Call(BSTR progName,
@@ -214,10 +223,10 @@ public:
                       VARIANT* arg10,
                       VARIANT* arg11,
                       VARIANT* arg12) noexcept override {
-        return HostMember(L"Account.Call", [&] {
+        return AccountMember(*link_, L"Account.Call", [&](Connection& held) {
             const std::array all{
                 arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12};
-            link_->require()->programs().run(Units(progName), Given(all));
+            held.programs().run(Units(progName), Given(all));
         });
     }
 

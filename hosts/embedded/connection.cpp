@@ -41,13 +41,17 @@ void AccountEnvironment::CallProgram(TextView name, std::vector<Text>& arguments
 }
 
 Connection::Connection(const ConnectionOptions& options)
-    : store_(OpenStore(options.path, options.store)),
+    : limit_(options.timeLimitMs),
+      store_(OpenStore(options.path, options.store)),
       environment_(*store_, options.family, options.dateOrder),
       keeper_(options.path, options.family, options.dateOrder),
       session_(*store_, environment_),
       programs_(*this, options.programs, options.application),
       lockWaitMs_(options.lockWaitMs),
       number_(NextConnection()) {
+    if (limit_.isOn()) {
+        store_->UseStop(limit_.isOver());
+    }
     environment_.UsePrograms(programs_);
     session_.SetUser(options.store.user);
     session_.UseKeeper(&keeper_);
@@ -65,6 +69,22 @@ void Connection::end() noexcept {
         }
     }
     automation::Ignoring([&] { store_->UnlockAll(); });
+}
+
+bool Connection::beginCall() {
+    if (!limit_.begin()) {
+        return false;
+    }
+    store_->BeginCall();
+    return true;
+}
+
+void Connection::endCall() {
+    const bool isOver = limit_.end();
+    store_->EndCall(!isOver);
+    if (isOver) {
+        limit_.raise();
+    }
 }
 
 std::shared_ptr<OpenList> Connection::handOut(std::unique_ptr<query::SelectList> list) {

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "hosts/embedded/call_limit.h"
 #include "hosts/embedded/programs.h"
 #include "hosts/embedded/store/account_keeper.h"
 #include "hosts/embedded/store/sqlite_store.h"
@@ -46,6 +47,7 @@ struct ConnectionOptions {
     conversion::Family family = conversion::Family::kUni;
     conversion::DateOrder dateOrder = conversion::DateOrder::kMonthFirst;
     std::uint32_t lockWaitMs = 0;
+    std::uint32_t timeLimitMs = 0;  // 0: none
     ProgramTrust programs = ProgramTrust::kSealed;
     automation::ComPtr<IDispatch> application;
 };
@@ -70,6 +72,25 @@ public:
     AccountEnvironment& environment() { return environment_; }
     Programs& programs() { return programs_; }
     std::uint32_t lockWaitMs() const { return lockWaitMs_; }
+    CallLimit& limit() { return limit_; }
+
+    // Does the work of a call that may run sentences and programs, within the time limit: when the
+    // time is over, all that the work changed is undone and kTimeLimit raised. Calls from within
+    // are part of it.
+    template <typename Work>
+    void run(Work&& work) {
+        if (!beginCall()) {
+            work();
+            return;
+        }
+        try {
+            work();
+        } catch (...) {
+            endCall();  // tells the end of time rather than what came of it
+            throw;
+        }
+        endCall();
+    }
     // A number of its own in the process.
     unsigned long number() const { return number_; }
 
@@ -81,10 +102,14 @@ public:
     automation::Bstr evaluate(text::TextView internalForm, expression::EvaluationInput input);
 
 private:
+    bool beginCall();
+    void endCall();
+
     using Evaluators =
         std::map<text::Text, std::unique_ptr<expression::CorrelativeEvaluator>, std::less<>>;
 
-    std::unique_ptr<store::Store> store_;
+    CallLimit limit_;
+    std::unique_ptr<AccountStore> store_;
     AccountEnvironment environment_;
     AccountFileKeeper keeper_;
     command::Session session_;

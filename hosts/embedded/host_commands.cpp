@@ -44,7 +44,8 @@ STDMETHODIMP Host::Execute(BSTR sentence, BSTR* capture, BSTR* returning) noexce
         Require(returning);
         const auto held = connection();
         const text::Text own(Units(sentence));  // its owner may be changed by a program
-        const command::Answer answer = held->session().Execute(own);
+        command::Answer answer;
+        held->run([&] { answer = held->session().Execute(own); });
         Assign(capture, Wide(answer.output));
         Assign(returning,
                answer.failure ? DecimalText(NumberOfRefusal(*answer.failure))
@@ -69,7 +70,7 @@ STDMETHODIMP Host::CallHost(BSTR progName,
         const auto held = connection();
         const std::array all{
             arg1, arg2, arg3, arg4, arg5, arg6, arg7, arg8, arg9, arg10, arg11, arg12};
-        held->programs().run(Units(progName), Given(all));
+        held->run([&] { held->programs().run(Units(progName), Given(all)); });
     });
 }
 

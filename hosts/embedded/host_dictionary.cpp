@@ -107,7 +107,9 @@ STDMETHODIMP Host::ProcessCorrelative(IDispatch** array,
         input.id = Units(key);
         input.value = Units(value);
         input.position = cnt;
-        out = held->evaluate(compiled, input);
+        Bstr computed;
+        held->run([&] { computed = held->evaluate(compiled, input); });
+        out = std::move(computed);
         if (compiled != internal) {
             Assign(internalCorrelative, Wide(compiled));
         }

@@ -33,7 +33,9 @@ bool TakeNext(OpenList& open, query::SelectedId& next) {
         Busy& operator=(const Busy&) = delete;
         ~Busy() { flag = false; }
     } const busy(open.isBusy);
-    return list->Next(next);
+    bool more = false;
+    connection->run([&] { more = list->Next(next); });
+    return more;
 }
 
 ComPtr<IDispatch> HandOut(Connection& connection, std::unique_ptr<query::SelectList> list) {
@@ -47,7 +49,9 @@ STDMETHODIMP Host::ProcessSelect(BSTR sentence, IDispatch** result) noexcept {
         Out out{result};
         try {
             const auto held = connection();
-            out = HandOut(*held, held->session().Select(text::Text(Units(sentence))));
+            std::unique_ptr<query::SelectList> list;
+            held->run([&] { list = held->session().Select(text::Text(Units(sentence))); });
+            out = HandOut(*held, std::move(list));
         } catch (const text::Error& error) {
             if (error.kind() != text::ErrorKind::kBadArgument) {
                 throw;

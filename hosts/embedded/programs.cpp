@@ -95,6 +95,8 @@ Programs::Source Programs::find(TextView name) {
 
 void Programs::run(TextView name, std::span<VARIANT* const> arguments) {
     requireOpen();
+    const CallLimit::Host host(connection_.limit());
+    connection_.limit().check();
     if (trust_ == ProgramTrust::kNone) {
         throw text::Error(
             text::ErrorKind::kNotTrusted,
@@ -122,7 +124,12 @@ void Programs::run(TextView name, std::span<VARIANT* const> arguments) {
                 application_));
         node = fresh.extract(fresh.begin());
     }
-    if (const auto failure = node.mapped()->run(arguments)) {
+    const auto failure = [&] {
+        const CallLimit::Script script(connection_.limit(), node.mapped()->engine());
+        return node.mapped()->run(arguments);
+    }();
+    connection_.limit().check();
+    if (failure) {
         throw told(source.id, *failure);
     }
     if (node.mapped()->isReusable() && !hasEnded_) {

@@ -28,7 +28,8 @@ enum Property : std::size_t {
     kFamily,
     kDates,
     kDurability,
-    kPrograms
+    kPrograms,
+    kTimeLimit
 };
 
 constexpr std::array<ConnectionProperties::Description, ConnectionProperties::kCount> kTable{{
@@ -53,6 +54,10 @@ constexpr std::array<ConnectionProperties::Description, ConnectionProperties::kC
      kString,
      L"None, Sealed or Full: whether stored programs run, and whether beyond the account",
      L"Sealed"},
+    {L"TimeLimit",
+     kString,
+     L"Seconds that a sentence or program may take before it is ended and undone; 0: no limit",
+     L"0"},
 }};
 
 template <typename Value>
@@ -168,7 +173,8 @@ ConnectionOptions ConnectionProperties::options() const {
     options.store = storeOptions();
     options.family = Meaning(kFamilies, kFamily, effective(kFamily), L"Uni or R83");
     options.dateOrder = Meaning(kDateOrders, kDates, effective(kDates), L"MonthFirst or DayFirst");
-    options.lockWaitMs = lockWaitMs();
+    options.lockWaitMs = milliseconds(kLockWait);
+    options.timeLimitMs = milliseconds(kTimeLimit);
     options.programs =
         Meaning(kProgramTrusts, kPrograms, effective(kPrograms), L"None, Sealed or Full");
     options.application = application_;
@@ -184,10 +190,10 @@ StoreOptions ConnectionProperties::storeOptions() const {
     return options;
 }
 
-std::uint32_t ConnectionProperties::lockWaitMs() const {
+std::uint32_t ConnectionProperties::milliseconds(std::size_t index) const {
     constexpr double kLongestSeconds = 86400;
     constexpr double kMilliseconds = 1000;
-    const Text text = effective(kLockWait);
+    const Text text = effective(index);
     const automation::Bstr copy(text);
     double seconds = 0;
     // Written with a point whatever the user's language is: it is a setting, not an entry.
@@ -195,7 +201,7 @@ std::uint32_t ConnectionProperties::lockWaitMs() const {
         MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT);
     if (FAILED(VarR8FromStr(copy.get(), kNeutralEnglish, 0, &seconds)) || seconds < 0 ||
         seconds > kLongestSeconds) {
-        RefuseValue(kLockWait, text, L"a number of seconds from 0 to 86400");
+        RefuseValue(index, text, L"a number of seconds from 0 to 86400");
     }
     return static_cast<std::uint32_t>(seconds * kMilliseconds);
 }

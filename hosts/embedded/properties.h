@@ -12,7 +12,7 @@ namespace kel::embedded {
 // given and looked at when connecting; an empty text stands for the default.
 class ConnectionProperties {
 public:
-    static constexpr short kCount = 9;
+    static constexpr short kCount = 10;
 
     struct Description {
         const wchar_t* name;
@@ -39,7 +39,7 @@ public:
 private:
     static std::size_t indexOf(automation::TextView name, bool isObject);
     automation::Text effective(std::size_t index) const;
-    std::uint32_t lockWaitMs() const;
+    std::uint32_t milliseconds(std::size_t index) const;
     StoreOptions storeOptions() const;
 
     std::array<automation::Text, kCount> texts_;

@@ -36,6 +36,8 @@ public:
     // Whether it can run again: a program without Main runs as it starts, which it does once.
     bool isReusable() const { return hasMain_; }
 
+    scripting::ScriptEngine& engine() { return *engine_; }
+
     // Runs the program; it may change what the arguments hold.
     scripting::Outcome run(std::span<VARIANT* const> arguments);
 

@@ -40,6 +40,7 @@ TEST_F(ComponentOverEmbedded, ConnectsAndKeepsRecords) {
                                      L"PropertyValue(Dates,)",
                                      L"PropertyValue(Durability,)",
                                      L"PropertyValue(Programs,)",
+                                     L"PropertyValue(TimeLimit,)",
                                      L"Connection()"}));
         EXPECT_EQ(client.session().get(L"OsType").text(), L"1");
         const auto tools = client.tools();

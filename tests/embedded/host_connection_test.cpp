@@ -56,6 +56,10 @@ TEST_F(EmbeddedConnection, DescribesItsProperties) {
          L"String",
          L"None, Sealed or Full: whether stored programs run, and whether beyond the account",
          L"Sealed"},
+        {L"TimeLimit",
+         L"String",
+         L"Seconds that a sentence or program may take before it is ended and undone; 0: no limit",
+         L"0"},
     };
     EXPECT_EQ(late.call(L"PropertyCount").text(), std::to_wstring(std::size(cases)));
     for (const Case& one : cases) {
@@ -69,14 +73,15 @@ TEST_F(EmbeddedConnection, DescribesItsProperties) {
         EXPECT_EQ(late.get(L"PropertyDescription", {one.name}).text(), one.description);
         EXPECT_EQ(late.get(L"PropertyDefault", {one.name}).text(), one.fallback);
     }
-    for (const short number : {short{0}, short{10}}) {
+    for (const short number : {short{0}, short{11}}) {
         Bstr name(L"former");
         Bstr type(L"former");
-        EXPECT_EQ(ErrorOf(session->GetPropertyName(number, name.inOut(), type.inOut())),
-                  (ErrorFields{automation::kSubscriptOutOfRange,
-                               L"kelos1::GetPropertyName",
-                               L"There is no connection property number " +
-                                   std::to_wstring(number) + L"; they are numbered from 1 to 9."}));
+        EXPECT_EQ(
+            ErrorOf(session->GetPropertyName(number, name.inOut(), type.inOut())),
+            (ErrorFields{automation::kSubscriptOutOfRange,
+                         L"kelos1::GetPropertyName",
+                         L"There is no connection property number " + std::to_wstring(number) +
+                             L"; they are numbered from 1 to 10."}));
         EXPECT_EQ(name.view(), L"former");
     }
 }

@@ -112,6 +112,7 @@ long CountHandles() {
 
 long forgivenHandles = 0;
 long forgivenBlocks = 0;
+long forgivenModules = 0;
 
 long LiveBlocks() {
     return static_cast<long>(Spy().blocks().size());
@@ -150,6 +151,12 @@ ForgivenBlocks::~ForgivenBlocks() {
     forgivenBlocks += LiveBlocks() - before_;
 }
 
+ForgivenModules::ForgivenModules() : before_(CountLockedModules()) {}
+
+ForgivenModules::~ForgivenModules() {
+    forgivenModules += CountLockedModules() - before_;
+}
+
 void SettleResources() {
     SetErrorInfo(0, nullptr);
     automation::ReleaseTypeInfos();
@@ -159,7 +166,7 @@ void SettleResources() {
 
 ResourceCounts CountResources(bool withHandles) {
     ResourceCounts counts;
-    counts.lockedModules = CountLockedModules();
+    counts.lockedModules = CountLockedModules() - forgivenModules;
     counts.objects = automation::ModuleLocks::count();
     counts.blocks = LiveBlocks() - forgivenBlocks;
     counts.heaps = static_cast<long>(GetProcessHeaps(0, nullptr));

@@ -41,6 +41,8 @@ Meaning MeaningOf(int code) {
         case SQLITE_PERM:
         case SQLITE_AUTH:
             return {ErrorKind::kCannotOpen, u"The account cannot be opened"};
+        case SQLITE_INTERRUPT:
+            return {ErrorKind::kTimeLimit, u"The call took longer than the session allows"};
         case SQLITE_TOOBIG:
             return {ErrorKind::kTooLong, u"The record is too long for the account"};
         case SQLITE_IOERR:
@@ -146,6 +148,16 @@ bool Database::IsReadOnly() const {
 
 bool Database::InTransaction() const {
     return sqlite3_get_autocommit(get()) == 0;
+}
+
+// NOLINTNEXTLINE(readability-make-member-function-const)
+void Database::UseStop(const std::atomic<bool>& stop) {
+    constexpr int kSteps = 1000;  // of the engine's machine; some microseconds
+    sqlite3_progress_handler(
+        get(),
+        kSteps,
+        [](void* flag) { return static_cast<const std::atomic<bool>*>(flag)->load() ? 1 : 0; },
+        const_cast<std::atomic<bool>*>(&stop));
 }
 
 // NOLINTNEXTLINE(readability-make-member-function-const)

@@ -1,6 +1,7 @@
 // Thin owners over the storage engine: a connection, a prepared statement, one check of its codes.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -40,6 +41,8 @@ public:
     std::int64_t QueryInteger(const char* sql);
     bool IsReadOnly() const;  // the file, whatever was asked for
     bool InTransaction() const;
+    // What is at work when `stop` becomes true, on any thread, fails with kTimeLimit. Borrowed.
+    void UseStop(const std::atomic<bool>& stop);
     void LeaveLog();                   // when the connection is closed, even if it is the last
     std::int64_t ChangedRows() const;  // by the last statement that changes rows
 

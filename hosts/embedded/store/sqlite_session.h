@@ -33,7 +33,7 @@ inline std::string TableOf(store::FileNumber file) {
 }
 
 // One connection to the account, one view of its locks.
-class SqliteStore final : public store::Store {
+class SqliteStore final : public AccountStore {
 public:
     SqliteStore(text::TextView path, const StoreOptions& options)
         : database_(OpenAccount(path, options)),
@@ -93,6 +93,10 @@ public:
     void Commit() override;
     void Rollback() noexcept override;
 
+    void BeginCall() override;
+    void EndCall(bool keep) override;
+    void UseStop(const std::atomic<bool>& stop) override { database_.UseStop(stop); }
+
 private:
     friend class SqliteScan;
     friend class SqliteIndexScan;
@@ -122,6 +126,8 @@ private:
     void SetFileName(store::FileNumber file, Bytes name);
     void CheckFileEntry(std::int64_t file, std::int64_t sum, Bytes name) const;
     void RequireFile(store::FileNumber file);
+    void JoinCall();
+    void BeginBatch();
     void CheckChangesAllowed();
     void RequireWritable();
     void CheckNameFree(text::TextView name);
@@ -146,6 +152,9 @@ private:
     std::vector<std::uint8_t> buffer_;
     std::unique_ptr<LockTable> locks_;  // made for the first lock: many sessions never take one
     bool inBatch_ = false;
+    bool inCall_ = false;     // BeginCall was called
+    bool callBegun_ = false;  // and the batch that is open is the call's
+    bool inPart_ = false;     // a batch within it
     std::vector<std::pair<store::FileNumber, std::string>> releasedInBatch_;
 };
 
@@ -168,6 +177,7 @@ auto SqliteStore::OnFile(store::FileNumber file, Work work) {
 template <typename Work>
 void SqliteStore::AsOne(Work work) {
     reading_.End();
+    JoinCall();
     CheckChangesAllowed();
     if (inBatch_) {
         database_.Execute("SAVEPOINT one");

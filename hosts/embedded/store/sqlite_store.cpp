@@ -240,6 +240,7 @@ bool SqliteStore::Exists(FileNumber file, TextView id) {
 // file without indexes needs no bracket of its own: one statement is whole by itself.
 template <typename Keep, typename Change>
 void SqliteStore::WithIndexes(FileNumber file, Keep keep, Change change) {
+    JoinCall();
     if (inBatch_ && !indexes_.HasAny(NumberOf(file))) {
         change();
         return;
@@ -316,9 +317,21 @@ bool SqliteStore::Delete(FileNumber file, TextView id) {
 // ---- Batches ----
 
 void SqliteStore::Begin() {
-    if (inBatch_) {
+    JoinCall();
+    if (inBatch_ && (!callBegun_ || inPart_)) {
         throw Error(ErrorKind::kMisuse, u"A batch is open already.");
     }
+    if (callBegun_) {
+        reading_.End();
+        CheckChangesAllowed();
+        database_.Execute("SAVEPOINT part");
+        inPart_ = true;
+        return;
+    }
+    BeginBatch();
+}
+
+void SqliteStore::BeginBatch() {
     reading_.End();
     CheckChangesAllowed();
     {
@@ -338,6 +351,12 @@ void SqliteStore::Commit() {
     if (!inBatch_) {
         throw Error(ErrorKind::kMisuse, u"No batch is open.");
     }
+    if (inPart_) {
+        CheckChangesAllowed();
+        database_.Execute("RELEASE part");
+        inPart_ = false;
+        return;
+    }
     try {
         CheckChangesAllowed();
         const Run commit(commit_);
@@ -356,6 +375,12 @@ void SqliteStore::Commit() {
 void SqliteStore::Rollback() noexcept {
     indexes_.Forget();
     try {
+        if (std::exchange(inPart_, false)) {
+            if (database_.InTransaction()) {
+                database_.Execute("ROLLBACK TO part; RELEASE part");
+            }
+            return;
+        }
         if (inBatch_ && database_.InTransaction()) {
             database_.Execute("ROLLBACK");
         }
@@ -373,7 +398,34 @@ void SqliteStore::LetLocksGo() noexcept {
     }
 }
 
-std::unique_ptr<store::Store> OpenStore(TextView path, const StoreOptions& options) {
+// ---- Calls ----
+
+void SqliteStore::BeginCall() {
+    inCall_ = !inBatch_;
+}
+
+// A call that changes nothing keeps nobody from writing.
+void SqliteStore::JoinCall() {
+    if (inCall_ && !inBatch_ && !readOnly_) {
+        BeginBatch();
+        callBegun_ = true;
+    }
+}
+
+void SqliteStore::EndCall(bool keep) {
+    inCall_ = false;
+    if (!std::exchange(callBegun_, false)) {
+        return;
+    }
+    inPart_ = false;
+    if (keep && database_.InTransaction()) {
+        Commit();
+    } else {
+        Rollback();
+    }
+}
+
+std::unique_ptr<AccountStore> OpenStore(TextView path, const StoreOptions& options) {
     return std::make_unique<SqliteStore>(path, options);
 }
 

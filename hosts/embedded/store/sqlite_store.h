@@ -2,6 +2,7 @@
 // the files beside the account are described in docs/account-file.md.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -27,12 +28,24 @@ struct StoreOptions {
     text::Text user = {};        // shown to those who wait for a lock; "": the system's name
 };
 
+// A session with an account file, whose calls can be stopped and undone as a whole.
+class AccountStore : public store::Store {
+public:
+    // From the first change until EndCall everything is one batch; batches in between are parts of
+    // it.
+    virtual void BeginCall() = 0;
+    // Makes the changes lasting, or undoes them all.
+    virtual void EndCall(bool keep) = 0;
+    // What is at work when `stop` becomes true, on any thread, fails with kTimeLimit. Borrowed.
+    virtual void UseStop(const std::atomic<bool>& stop) = 0;
+};
+
 // Opens a session with the account at `path`.
 //
 // Throws text::Error, the text naming the path: kCannotOpen (missing, a folder, no access,
 // folder missing), kNetworkDrive, kSeveralNames (hard links), kNotAnAccount (no database, or
 // another program's), kNewerFormat, kDamaged, kBusy, kReadOnly (the file may not be written
 // although readOnly was not asked for), kFull.
-std::unique_ptr<store::Store> OpenStore(text::TextView path, const StoreOptions& options = {});
+std::unique_ptr<AccountStore> OpenStore(text::TextView path, const StoreOptions& options = {});
 
 }  // namespace kel::embedded
