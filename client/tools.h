@@ -67,7 +67,8 @@ public:
     Count(BSTR keyId, BSTR delimit, long amc, long vmc, long smc, long* result) noexcept override;
 
     // Select lists: each key field carries one at most, so the list's name is a key field's. A
-    // selection that fails leaves no list, and reading ends at any failure. CloseSelect never fails.
+    // selection that fails leaves no list, and reading ends at any failure. CloseSelect never
+    // fails.
     STDMETHODIMP ExecuteSelect(BSTR selectListName, BSTR sentence) noexcept override;
     STDMETHODIMP ReadNext(BSTR selectListName, BSTR* id, VARIANT_BOOL* result) noexcept override;
     STDMETHODIMP CloseSelect(BSTR selectListName) noexcept override;
