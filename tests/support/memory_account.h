@@ -54,7 +54,7 @@ public:
     std::condition_variable_any changed;  // a lock or a batch has ended
     MemoryCatalogue files;
     std::int64_t latestNumber = 0;
-    const Store* writer = nullptr;  // whose batch is open
+    const Store* writer = nullptr;      // whose batch is open
     const Store* lockKeeper = nullptr;  // the writer, when nobody else is to get a lock
     std::map<LockedRecord, Lock> locks;
     std::map<const Store*, LockedRecord> waits;  // what each waiting session waits for
@@ -97,6 +97,8 @@ public:
     std::vector<HeldLock> Locks() override;
     std::vector<HeldLock> HoldLocks() override;
 
+    void BeginMoment() override;
+    void EndMoment() noexcept override;
     void Begin() override;
     void Commit() override;
     void Rollback() noexcept override;
@@ -110,7 +112,8 @@ public:
 private:
     using Guard = std::unique_lock<std::recursive_mutex>;
 
-    MemoryCatalogue& Files() { return inBatch_ ? batch_ : account_->files; }
+    MemoryCatalogue& Files() { return inBatch_ ? batch_ : inMoment_ ? moment_ : account_->files; }
+    void LeaveMoment() noexcept;
     void WaitToChange(Guard& guard);
     MemoryFile& Change(FileNumber file);
     std::vector<std::vector<Text>> KeysForAll(const MemoryFile& data,
@@ -127,6 +130,9 @@ private:
     IndexKeys* keys_ = nullptr;
     bool inBatch_ = false;
     MemoryCatalogue batch_;
+    int moments_ = 0;  // begun and not ended
+    bool inMoment_ = false;
+    MemoryCatalogue moment_;
     std::vector<LockedRecord> releasedInBatch_;
 };
 

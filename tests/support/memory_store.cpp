@@ -80,17 +80,18 @@ const MemoryFile& MemoryStore::FileOf(FileNumber file) {
 
 // A change outside a batch, and the beginning of one, waits for the batch of another session.
 void MemoryStore::WaitToChange(Guard& guard) {
+    LeaveMoment();
     const auto free = [&] { return account_->writer == nullptr || account_->writer == this; };
     if (!account_->changed.wait_for(guard, milliseconds(options_.busyWaitMs), free)) {
         throw Error(ErrorKind::kBusy, u"Another session keeps the account busy.");
     }
 }
 
-// The file, to be changed: a batch makes its own copy first.
+// The file, to be changed: a copy when a batch or another session's moment has it as it was.
 MemoryFile& MemoryStore::Change(FileNumber file) {
     FileOf(file);
     std::shared_ptr<MemoryFile>& data = Files().find(file)->second;
-    if (inBatch_ && data.use_count() > 1) {
+    if (data.use_count() > 1) {
         data = std::make_shared<MemoryFile>(*data);
     }
     return *data;
@@ -425,7 +426,28 @@ std::vector<HeldLock> MemoryStore::HoldLocks() {
     return list;
 }
 
-// ---- Batches ----
+// ---- Moments and batches ----
+
+void MemoryStore::BeginMoment() {
+    const Guard guard(mutex());
+    if (++moments_ == 1 && !inBatch_) {
+        moment_ = account_->files;
+        inMoment_ = true;
+    }
+}
+
+void MemoryStore::EndMoment() noexcept {
+    const Guard guard(mutex());
+    if (--moments_ == 0) {
+        LeaveMoment();
+    }
+}
+
+void MemoryStore::LeaveMoment() noexcept {
+    inMoment_ = false;
+    moment_.clear();
+}
+
 
 void MemoryStore::Begin() {
     Guard guard(mutex());

@@ -42,6 +42,14 @@ void HeldReading::End() noexcept {
     }
 }
 
+std::uint32_t HeldReading::LogFrames() {
+    const std::lock_guard lock(mutex_);
+    if (logIndex_ == nullptr && isUsable_) {
+        FindLogIndex();
+    }
+    return logIndex_ != nullptr ? logIndex_[kFramesWord] : 0;
+}
+
 // What fails here is no failure of the read, which then stands on its own.
 void HeldReading::FindLogIndex() {
     sqlite3_file* file = nullptr;

@@ -38,6 +38,9 @@ public:
         std::unique_lock<std::mutex> lock_;
     };
 
+    // Frames in the log, 0 as long as that is not known.
+    std::uint32_t LogFrames();
+
     // To be called before anything but a Turn is done with the database: from then on, up to the
     // next Turn, no other thread touches it.
     void End() noexcept;

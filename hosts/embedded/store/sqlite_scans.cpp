@@ -84,6 +84,7 @@ public:
 
     bool Next(std::vector<ScanEntry>& entries, std::size_t limit) override {
         store_.reading_.End();
+        store_.CheckMoment();
         std::size_t count = 0;
         if (!atEnd_) {
             store_.OnFile(file_, [&] { count = Fill(entries, limit); });

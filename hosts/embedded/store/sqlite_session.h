@@ -89,6 +89,8 @@ public:
     std::vector<store::HeldLock> Locks() override;
     std::vector<store::HeldLock> HoldLocks() override;
 
+    void BeginMoment() override;
+    void EndMoment() noexcept override;
     void Begin() override;
     void Commit() override;
     void Rollback() noexcept override;
@@ -132,6 +134,8 @@ private:
     void RequireWritable();
     void CheckNameFree(text::TextView name);
     LockTable& OwnLocks();
+    void LeaveMoment() noexcept;
+    void CheckMoment();
     void LetLocksGo() noexcept;
     void ReleaseAfterChange(store::FileNumber file, Bytes id) noexcept;
 
@@ -151,6 +155,9 @@ private:
     FileStatements* latest_ = nullptr;
     std::vector<std::uint8_t> buffer_;
     std::unique_ptr<LockTable> locks_;  // made for the first lock: many sessions never take one
+    int moments_ = 0;  // begun and not ended
+    bool inMoment_ = false;
+    std::uint32_t momentFrames_ = 0;  // in the log when it began
     bool inBatch_ = false;
     bool inCall_ = false;     // BeginCall was called
     bool callBegun_ = false;  // and the batch that is open is the call's
@@ -179,6 +186,7 @@ void SqliteStore::AsOne(Work work) {
     reading_.End();
     JoinCall();
     CheckChangesAllowed();
+    LeaveMoment();
     if (inBatch_) {
         database_.Execute("SAVEPOINT one");
     } else {

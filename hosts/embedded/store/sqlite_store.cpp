@@ -24,6 +24,8 @@ namespace {
 constexpr std::size_t kKeptFiles = 64;
 // The encoding buffer is not kept at the size of a giant.
 constexpr std::size_t kKeptBuffer = 1 << 20;
+// What the log may grow by while a sentence reads: a gigabyte in pages of 4 KiB.
+constexpr std::uint32_t kMostMomentFrames = 1 << 18;
 
 }  // namespace
 
@@ -211,6 +213,7 @@ std::uint64_t SqliteStore::CountRecords(FileNumber file) {
 bool SqliteStore::Read(FileNumber file, TextView id, Text& record) {
     record.clear();
     const Key key(id);
+    CheckMoment();
     const HeldReading::Turn turn(reading_);
     return OnFile(file, [&] {
         const Run read(Prepared(&FileStatements::read, file, "SELECT rec FROM ", " WHERE id = ?1"));
@@ -314,6 +317,53 @@ bool SqliteStore::Delete(FileNumber file, TextView id) {
     return wasThere;
 }
 
+// ---- Moments ----
+
+void SqliteStore::BeginMoment() {
+    if (moments_ == 0 && !inBatch_) {
+        reading_.End();
+        database_.Execute("BEGIN");
+        inMoment_ = true;
+        try {
+            // The engine's transaction begins with the first thing read.
+            database_.QueryInteger("SELECT count(*) FROM sqlite_schema");
+            momentFrames_ = reading_.LogFrames();
+        } catch (...) {
+            LeaveMoment();
+            throw;
+        }
+    }
+    ++moments_;
+}
+
+void SqliteStore::EndMoment() noexcept {
+    if (--moments_ == 0) {
+        LeaveMoment();
+    }
+}
+
+void SqliteStore::LeaveMoment() noexcept {
+    if (!std::exchange(inMoment_, false)) {
+        return;
+    }
+    try {
+        if (database_.InTransaction()) {
+            database_.Execute("ROLLBACK");  // nothing was written
+        }
+    } catch (const std::exception&) {
+        // The next statement that cannot go on says so.
+    }
+}
+
+// The log starts over only when nobody reads from it.
+void SqliteStore::CheckMoment() {
+    if (inMoment_ && reading_.LogFrames() > momentFrames_ + kMostMomentFrames) {
+        throw Error(ErrorKind::kMomentTooLong,
+                    u"Other sessions wrote too much while the sentence was reading in \"" +
+                        database_.path() + u"\"; try again when less is written.");
+    }
+}
+
 // ---- Batches ----
 
 void SqliteStore::Begin() {
@@ -334,6 +384,7 @@ void SqliteStore::Begin() {
 void SqliteStore::BeginBatch() {
     reading_.End();
     CheckChangesAllowed();
+    LeaveMoment();
     {
         const Run begin(begin_);
         begin->Step();
@@ -355,6 +406,7 @@ void SqliteStore::Commit() {
         CheckChangesAllowed();
         database_.Execute("RELEASE part");
         inPart_ = false;
+        LetLocksGo();
         return;
     }
     try {
@@ -379,6 +431,7 @@ void SqliteStore::Rollback() noexcept {
             if (database_.InTransaction()) {
                 database_.Execute("ROLLBACK TO part; RELEASE part");
             }
+            LetLocksGo();
             return;
         }
         if (inBatch_ && database_.InTransaction()) {

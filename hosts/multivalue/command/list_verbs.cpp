@@ -28,7 +28,40 @@ void Activate(Command& command, const MadeList& made) {
 constexpr TextView kSavedListFile = u"&SAVEDLISTS&";
 
 // A saved list is a record: an attribute for each entry, of its id and, for an exploded one, the
-// numbers of value and subvalue behind value marks.
+// numbers of value and subvalue behind value marks. Within an id, which may be any value that was
+// selected, a text mark and a digit stand for a mark: 1 the text mark itself, up to 5 for the item
+// mark. A text mark and 0 stand for no id at all.
+constexpr char16_t kNoId = u'0';
+
+void AppendSavedId(TextView id, Text& record) {
+    if (id.empty()) {
+        record.append({kTextMark, kNoId});
+    }
+    for (const char16_t unit : id) {
+        if (unit < kTextMark || unit > kItemMark) {
+            record.push_back(unit);
+        } else {
+            record.append({kTextMark, static_cast<char16_t>(u'1' + (unit - kTextMark))});
+        }
+    }
+}
+
+Text SavedId(TextView saved) {
+    Text id;
+    for (std::size_t at = 0; at < saved.size(); ++at) {
+        const char16_t digit = at + 1 < saved.size() ? saved[at + 1] : u'\0';
+        if (saved[at] != kTextMark || digit < kNoId || digit > u'5') {
+            id.push_back(saved[at]);
+            continue;
+        }
+        ++at;
+        if (digit != kNoId) {
+            id.push_back(static_cast<char16_t>(kTextMark + (digit - u'1')));
+        }
+    }
+    return id;
+}
+
 Text WriteList(SelectList& list) {
     Text record;
     bool isFirst = true;
@@ -37,7 +70,7 @@ Text WriteList(SelectList& list) {
             record.push_back(kAttributeMark);
         }
         isFirst = false;
-        record.append(entry.id);
+        AppendSavedId(entry.id, record);
         if (entry.position.value > 0) {
             record.push_back(kValueMark);
             Number(entry.position.value).AppendTo(record);
@@ -148,7 +181,7 @@ MadeList ReadSavedList(Command& command) {
     std::vector<SelectedId> entries;
     ForEachPart(record, kAttributeMark, [&](TextView part) {
         SelectedId entry;
-        entry.id = ElementOf(part, kValueMark, 1);
+        entry.id = SavedId(ElementOf(part, kValueMark, 1));
         entry.position = {Number::OrZero(ElementOf(part, kValueMark, 2)).ToPosition(),
                           Number::OrZero(ElementOf(part, kValueMark, 3)).ToPosition()};
         entries.push_back(std::move(entry));

@@ -44,6 +44,11 @@ Answer Session::Execute(TextView sentence) {
     }
     try {
         command.ReadWords();
+        // Half of a change of others in what a query shows would be true at no moment.
+        std::optional<OneMoment> moment;
+        if (verb->query) {
+            moment.emplace(store_);
+        }
         verb->run(command);
     } catch (const Error& error) {
         command.Fail(error);
@@ -59,7 +64,8 @@ std::unique_ptr<SelectList> Session::Select(TextView sentence) {
     }
     Command command(*this, sentence, verb);
     command.ReadWords();
-    return verb->makeList(command).list;
+    const OneMoment moment(store_);
+    return ListOf(Drain(*verb->makeList(command).list));
 }
 
 std::unique_ptr<SelectList> Session::TakeList(int number) {

@@ -72,8 +72,8 @@ public:
     Answer Execute(TextView sentence);
 
     // Runs a sentence that makes a list (SELECT, SSELECT, QSELECT, GET-LIST) and hands the list
-    // out; the active lists stay as they are, but a list the sentence works on is used up. Records
-    // are read as entries are asked for, unless a sort is asked. Raises kBadArgument for a mistake
+    // out, complete and of one moment; the active lists stay as they are, but a list the sentence
+    // works on is used up. Raises kBadArgument for a mistake
     // and what the store raises.
     std::unique_ptr<SelectList> Select(TextView sentence);
 

@@ -17,30 +17,128 @@ namespace {
 // Digits that an index key can have; a longer text is no number anywhere in queries.
 constexpr std::size_t kMaxComparedUnits = 300;
 
-// A description is two letters, then the compiled field.
+// A description is two letters, those of the settings of a session that the values depend on, then
+// the compiled field.
 constexpr char16_t kRight = u'R';
 constexpr char16_t kLeft = u'L';
 constexpr char16_t kMany = u'M';
 constexpr char16_t kOne = u'S';
 constexpr std::size_t kLetters = 2;
+constexpr char16_t kMonthFirst = u'm';
+constexpr char16_t kDayFirst = u'd';
+constexpr char16_t kUni = u'u';
+constexpr char16_t kR83 = u'r';
 
-// A translation would have to be kept when the other file changes, a clock all the time.
-bool DependsOnMore(const CompiledExpression& compiled) {
-    constexpr Operation kOutside[] = {Operation::kTranslate,
-                                      Operation::kCall,
-                                      Operation::kToday,
-                                      Operation::kNow,
-                                      Operation::kItemCounter,
-                                      Operation::kBreakLevel};
-    const bool converts = compiled.Uses(Operation::kOutput) || compiled.Uses(Operation::kInput);
-    return std::any_of(std::begin(kOutside),
-                       std::end(kOutside),
-                       [&](Operation operation) { return compiled.Uses(operation); }) ||
-           (converts &&
-            std::any_of(compiled.texts.begin(), compiled.texts.end(), [](const Text& text) {
-                const bool isT = !text.empty() && (text[0] == u'T' || text[0] == u't');
-                return isT && !(text.size() > 1 && IsDigit(text[1]));
-            }));
+// What the values of a field depend on besides the record and constants.
+struct Dependence {
+    bool onDateOrder = false;
+    bool onFamily = false;
+    bool onMore = false;  // other files, programs, the clock, what else a sentence shows
+};
+
+// One of the codes of a conversion.
+void AddCode(TextView code, Operation operation, Dependence& dependence) {
+    if (code.empty()) {
+        return;
+    }
+    switch (UpperAscii(code[0])) {
+        case u'D':
+            dependence.onDateOrder = true;
+            // An entry without a year is of the current one.
+            dependence.onMore = dependence.onMore || operation == Operation::kInput;
+            return;
+        case u'T':
+            // With digits behind it takes a part of the text, otherwise it reads another file.
+            dependence.onMore = dependence.onMore || code.size() < 2 || !IsDigit(code[1]) ||
+                                code.find(u';') != TextView::npos;
+            return;
+        case u'M':
+            dependence.onFamily =
+                dependence.onFamily || (code.size() > 1 && UpperAscii(code[1]) == u'X');
+            return;
+        default:
+            return;
+    }
+}
+
+void AddConversion(const CompiledExpression& compiled,
+                   const OperationNode& node,
+                   Dependence& dependence) {
+    const OperationNode& code = compiled.nodes[compiled.children[node.firstChild + 1]];
+    if (code.operation != Operation::kConstant) {
+        dependence.onMore = true;  // the code may be any
+        return;
+    }
+    TextView rest = compiled.texts[code.text];
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find(kValueMark), rest.size());
+        AddCode(rest.substr(0, end), node.operation, dependence);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+    }
+}
+
+Dependence DependenceOf(const CompiledExpression& compiled) {
+    Dependence dependence;
+    for (const OperationNode& node : compiled.nodes) {
+        switch (node.operation) {
+            case Operation::kTranslate:
+            case Operation::kCall:
+            case Operation::kToday:
+            case Operation::kNow:
+            case Operation::kItemCounter:
+            case Operation::kBreakLevel:
+                dependence.onMore = true;
+                break;
+            case Operation::kParts:
+            case Operation::kCount:
+                dependence.onFamily = true;
+                break;
+            case Operation::kOutput:
+            case Operation::kInput:
+            case Operation::kFormat:
+                AddConversion(compiled, node, dependence);
+                break;
+            default:
+                break;
+        }
+    }
+    return dependence;
+}
+
+// The settings that an index was made with, whatever those of the session are that keeps it.
+class IndexEnvironment : public Environment {
+public:
+    IndexEnvironment(TextView settings, Environment& session)
+        : session_(session),
+          family_(settings.find(kR83) != TextView::npos   ? Family::kR83
+                  : settings.find(kUni) != TextView::npos ? Family::kUni
+                                                          : session.OwnFamily()),
+          dateOrder_(settings.find(kDayFirst) != TextView::npos     ? DateOrder::kDayFirst
+                     : settings.find(kMonthFirst) != TextView::npos ? DateOrder::kMonthFirst
+                                                                    : session.OwnDateOrder()) {}
+
+    Family OwnFamily() const override { return family_; }
+    DateOrder OwnDateOrder() const override { return dateOrder_; }
+    std::int32_t Today() const override { return session_.Today(); }
+    std::int32_t SecondOfDay() const override { return session_.SecondOfDay(); }
+    std::optional<Text> ReadRecord(TextView file, bool dictionary, TextView id) override {
+        return session_.ReadRecord(file, dictionary, id);
+    }
+    Text FieldOfRecord(std::int32_t number) override { return session_.FieldOfRecord(number); }
+    void CallProgram(TextView name, std::vector<Text>& arguments) override {
+        session_.CallProgram(name, arguments);
+    }
+
+private:
+    Environment& session_;
+    const Family family_;
+    const DateOrder dateOrder_;
+};
+
+// The letters of settings in a description.
+TextView SettingsOf(TextView description) {
+    const std::size_t end = std::min(description.find(kCompiledPrefix), description.size());
+    return description.substr(kLetters, std::max(end, kLetters) - kLetters);
 }
 
 }  // namespace
@@ -73,19 +171,29 @@ std::optional<Text> IndexDescription(const DictionaryItem& item,
                                      TextView file,
                                      Environment& environment) {
     const CompiledExpression compiled = CompileItem(item, file, environment);
-    if (DependsOnMore(compiled)) {
+    const Dependence dependence = DependenceOf(compiled);
+    if (dependence.onMore) {
         return std::nullopt;
     }
     Text description = {item.justification == u'R' ? kRight : kLeft,
                         item.multivalued ? kMany : kOne};
+    if (dependence.onDateOrder) {
+        const bool dayFirst = environment.OwnDateOrder() == DateOrder::kDayFirst;
+        description.push_back(dayFirst ? kDayFirst : kMonthFirst);
+    }
+    if (dependence.onFamily) {
+        description.push_back(environment.OwnFamily() == Family::kR83 ? kR83 : kUni);
+    }
     return description.append(WriteExpression(compiled));
 }
 
 struct FieldIndexKeys::Compiled {
-    Compiled(TextView description, Environment& environment)
+    Compiled(TextView description, Environment& session)
         : isRight(description[0] == kRight),
           isMultivalued(description[1] == kMany),
-          evaluator(ReadExpression(description.substr(kLetters)), environment) {}
+          environment(std::make_unique<IndexEnvironment>(SettingsOf(description), session)),
+          evaluator(ReadExpression(description.substr(kLetters + SettingsOf(description).size())),
+                    *environment) {}
 
     void AddKeys(TextView value, std::vector<Text>& keys) const {
         Text number = isRight || ComparedNumber(value) ? NumericSortKey(value) : Text();
@@ -99,6 +207,7 @@ struct FieldIndexKeys::Compiled {
 
     bool isRight;
     bool isMultivalued;
+    std::unique_ptr<Environment> environment;
     CorrelativeEvaluator evaluator;
 };
 

@@ -2,8 +2,9 @@
 // have then.
 //
 // The description of an index is the field as it was compiled when the index was made, so the keys
-// do not change with the dictionary. A query uses an index only while the dictionary still compiles
-// to the same description.
+// do not change with the dictionary. Where the values depend on the session's order of dates or
+// family, the description says with which they are computed, in whatever session. A query uses an
+// index only while the dictionary and the settings of its session compile to the same description.
 #pragma once
 
 #include <map>

@@ -192,6 +192,17 @@ public:
     // which is to be soon and without any more change, no other session gets another lock.
     virtual std::vector<HeldLock> HoldLocks() = 0;
 
+    // One moment: from BeginMoment to EndMoment this session reads what had been committed when it
+    // began, whatever others commit meanwhile, and keeps nobody from writing. A change of its own
+    // ends the moment early: the session then reads on as ever. Within a batch, which is one moment
+    // anyway, these do nothing. Moments nest; the outermost counts. OneMoment, below, is the safe
+    // way to use them.
+    //
+    // Reading raises kMomentTooLong when others have written so much meanwhile that what is kept
+    // for the moment would fill the disk.
+    virtual void BeginMoment() = 0;
+    virtual void EndMoment() noexcept = 0;
+
     // A batch: everything from Begin to Commit becomes visible to others and lasting as one, and
     // bulk work is some fifty times as fast as record by record. Other sessions can read but not
     // write meanwhile. Locks given up in a batch are given up when it commits. Batches do not nest
@@ -199,6 +210,17 @@ public:
     virtual void Begin() = 0;
     virtual void Commit() = 0;  // when it throws the batch is rolled back
     virtual void Rollback() noexcept = 0;
+};
+
+class OneMoment {
+public:
+    explicit OneMoment(Store& store) : store_(store) { store.BeginMoment(); }
+    OneMoment(const OneMoment&) = delete;
+    OneMoment& operator=(const OneMoment&) = delete;
+    ~OneMoment() { store_.EndMoment(); }
+
+private:
+    Store& store_;
 };
 
 // A batch that is rolled back unless committed.

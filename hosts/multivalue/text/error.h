@@ -35,7 +35,8 @@ enum class ErrorKind {
     kNetworkDrive,   // the account lies on another machine
     kNotTrusted,     // a program may not run here, or not do what it asks for
     kTimeLimit,      // a call took longer than its client allows
-    kLocked          // another session has locked what was to be changed
+    kLocked,         // another session has locked what was to be changed
+    kMomentTooLong   // too much was written while a sentence read
 };
 
 class Error : public std::exception {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -15,6 +16,21 @@
 #include "tests/support/text_support.h"
 
 namespace kel::command {
+
+// Programs, whatever their name, do what the test says and answer their first argument.
+struct ProgramEnvironment : StoreEnvironment {
+    using StoreEnvironment::StoreEnvironment;
+    void CallProgram(TextView /*name*/, std::vector<Text>& arguments) override {
+        if (program) {
+            program();
+        }
+        arguments.at(0) = arguments.at(1);
+    }
+    DateOrder OwnDateOrder() const override { return dateOrder; }
+
+    std::function<void()> program;
+    DateOrder dateOrder = DateOrder::kMonthFirst;
+};
 
 class OneSession {
 public:
@@ -35,7 +51,7 @@ public:
     }
 
     const std::unique_ptr<Store> store;
-    StoreEnvironment environment{*store};
+    ProgramEnvironment environment{*store};
     Session session{*store, environment};
     std::optional<ErrorKind> failure;  // of the last sentence
 };
