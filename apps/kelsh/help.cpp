@@ -121,7 +121,7 @@ answer. An error shows file, line and text and makes the exit code 1; after an
 error in an event procedure the script goes on.)";
 
 constexpr const wchar_t* kTransfer =
-    LR"(import FILE DATA [keep|merge] [skip] [as FORMAT]
+    LR"(import FILE DATA [keep|merge] [skip] [override] [as FORMAT]
 export FILE DATA [COLUMN...] [as FORMAT] [where SELECTION]
 
 DATA is a file; its ending, or FORMAT, says what it holds: csv, json (one array)
@@ -134,6 +134,8 @@ are parted by |, subvalues by ~.
   keep     leave records that are there already as they are
   merge    change the imported columns only
   skip     leave out records that cannot be imported, instead of ending
+  override import records, too, that another session has locked; without it
+           nothing is imported then
   where    what a SELECT says behind the file's name:
            export COUNTRIES big.csv @ID NAME where WITH AREA > "1000" BY NAME)";
 

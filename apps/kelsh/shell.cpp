@@ -97,7 +97,7 @@ const Shell::Command Shell::kCommands[] = {
     {L"import",
      2,
      kAny,
-     L"import FILE DATA [keep|merge] [skip] [as FORMAT]",
+     L"import FILE DATA [keep|merge] [skip] [override] [as FORMAT]",
      &Shell::ImportData,
      true},
     {L"export",
@@ -211,10 +211,27 @@ void Shell::Do(const Text& text) {
     }
 }
 
+// Who types is asked before a file goes; there is no way back.
+bool Shell::MayRun(const Text& sentence) {
+    const CommandLine line(sentence);
+    const Text verb = line.size() > 1 ? binding::Lower(line.word(0)) : Text();
+    const bool clears = verb == L"clear-file" || verb == L"clear.file";
+    const bool deletes = verb == L"delete-file" || verb == L"delete.file";
+    if (!terminal_.isInteractive() || !(clears || deletes)) {
+        return true;
+    }
+    const auto answer = terminal_.Ask(Text(clears ? L"Clear " : L"Delete ") + line.Rest(1) +
+                                      L" with all its records (y/n)? ");
+    return answer && binding::Lower(*answer).starts_with(L'y');
+}
+
 bool Shell::RunSentence(const Text& sentence) {
     if (!connection_.IsConnected()) {
         Failed(L"not connected (see \"help connect\")");
         return false;
+    }
+    if (!MayRun(sentence)) {
+        return true;
     }
     Text output = kUntouched;
     Text codes = kUntouched;

@@ -49,6 +49,7 @@ private:
     void RunLines();
     // One line; failures are told and remembered.
     void Do(const Text& text);
+    bool MayRun(const Text& sentence);
     bool RunSentence(const Text& sentence);
     bool RunFile(const Text& path, const std::vector<Text>& arguments);
     void Failed(TextView text);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 
@@ -53,6 +54,47 @@ private:
     const binding::QuietSession quiet_;
     const binding::DictItem key_;
     const Text file_;
+};
+
+// What others have locked in the file, by id. Only a back-end that lists locks as numbers tells.
+std::map<Text, Text> LocksOfOthers(Connection& connection, const Text& file) {
+    constexpr const wchar_t* kLock = L"430";  // file, id, user, process
+    Text output;
+    Text codes;
+    connection.tools().Execute(L"LIST-READU", output, codes);
+    std::map<Text, Text> holders;
+    for (const Text& code : Split(codes, *kAttributeMark)) {
+        const std::vector<Text> parts = Split(code, *kValueMark);
+        if (parts.size() == 5 && parts[0] == kLock && parts[1] == file &&
+            parts[4] != std::to_wstring(GetCurrentProcessId())) {
+            holders[parts[2]] = parts[3] + L" (process " + parts[4] + L")";
+        }
+    }
+    return holders;
+}
+
+// Writes nothing, but looks whether an import could.
+class UnlockedFile final : public transfer::RecordTarget {
+public:
+    UnlockedFile(Connection& connection, const Text& file)
+        : file_(connection, file), holders_(LocksOfOthers(connection, file)) {}
+
+    bool Read(text::TextView id, text::Text& record) override { return file_.Read(id, record); }
+    bool Exists(text::TextView id) override { return file_.Exists(id); }
+    void Write(text::TextView id, text::TextView /*record*/) override {
+        const auto found = holders_.find(Wide(id));
+        if (found != holders_.end()) {
+            throw text::Error(text::ErrorKind::kLocked,
+                              u"record \"" + text::Text(id) + u"\" is locked by " +
+                                  Units(found->second) +
+                                  u"; nothing was imported, \"override\" insists");
+        }
+    }
+    bool MayRefuse() const { return !holders_.empty(); }
+
+private:
+    SessionFile file_;
+    const std::map<Text, Text> holders_;
 };
 
 // The records that a selection names.
@@ -154,6 +196,7 @@ bool Shell::ImportData(CommandLine& line) {
                        : TakeWord(words, L"merge") ? transfer::Existing::kMerge
                                                    : transfer::Existing::kReplace;
     const bool skip = TakeWord(words, L"skip");
+    const bool overrides = TakeWord(words, L"override");
     if (!words.empty()) {
         Failed(L"import does not know \"" + words.front() + L"\"");
         return false;
@@ -161,6 +204,21 @@ bool Shell::ImportData(CommandLine& line) {
     std::ifstream data(std::filesystem::path(path), std::ios::binary);
     if (!data) {
         Failed(path + L" cannot be read");
+        return false;
+    }
+    SessionFields fields(connection_, file);
+    try {
+        // What is locked is met before anything is written.
+        UnlockedFile unlocked(connection_, file);
+        if (!overrides && unlocked.MayRefuse()) {
+            options.onFault = [](const transfer::TransferFault&) { return true; };
+            transfer::Import(unlocked, data, fields, options);
+            options.onFault = {};
+            data.clear();
+            data.seekg(0);
+        }
+    } catch (const text::Error& error) {
+        Failed(path + L": " + Wide(error.text()));
         return false;
     }
     options.progress = [&](std::uint64_t records) {
@@ -173,7 +231,6 @@ bool Shell::ImportData(CommandLine& line) {
             return true;
         };
     }
-    SessionFields fields(connection_, file);
     SessionFile target(connection_, file);
     try {
         const auto result = transfer::Import(target, data, fields, options);

@@ -85,6 +85,24 @@ check "a part of the file" 0 $'@ID\nAT' account -c 'export BACK - @ID as csv whe
 check "keeping what is there" 0 "0 records imported into BACK, 3 left out" \
     account -c 'import BACK data.csv keep'
 
+# Another session has a record locked: nothing comes in, not even what stands before it.
+mkfifo holding
+account <holding >held.txt 2>&1 &
+holder=$!
+exec 3>holding
+printf 'read COUNTRIES CH lock\n' >&3
+for ((tries = 0; tries < 300; tries++)); do
+    grep -q Suisse held.txt && break
+    sleep 0.1
+done
+printf '@ID,1\nNEW,new\nCH,Svizzera\n' >locked.csv
+check "importing what is locked" 1 'kelsh: locked.csv: record "CH" is locked by *nothing was imported*' \
+    account -c 'import COUNTRIES locked.csv'
+check "nothing by halves" 0 "0 record(s) counted*" account -c "COUNT COUNTRIES 'NEW'"
+check "insisting" 0 "2 records imported into COUNTRIES" account -c 'import COUNTRIES locked.csv override'
+exec 3>&-
+wait "$holder"
+
 cat >define.txt <<'END'
 CREATE-FILE ORDERS
 new "DICT ORDERS" TOTAL
