@@ -300,9 +300,10 @@ Outcome ScriptEngine::Load(const std::wstring& source) {
 }
 
 void ScriptEngine::Interrupt(const std::atomic<int>& inHost) noexcept {
+    // Aborted rather than raised as an exception: those the script may catch.
+    constexpr DWORD kAbort = 0;
     const EXCEPINFO none{};
-    if (FAILED(parts_->engine->InterruptScriptThread(
-            SCRIPTTHREADID_ALL, &none, SCRIPTINTERRUPT_RAISEEXCEPTION))) {
+    if (FAILED(parts_->engine->InterruptScriptThread(SCRIPTTHREADID_ALL, &none, kAbort))) {
         parts_->escape.force(inHost);
     }
 }
