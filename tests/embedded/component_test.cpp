@@ -1,8 +1,13 @@
 // The registered component over the registered embedded back-end, as an application uses them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <optional>
+
 #include "tests/embedded/component_client.h"
 #include "tests/embedded/embedded_session.h"
+#include "tests/support/resources.h"
 
 namespace kel::tests {
 namespace {
@@ -107,6 +112,65 @@ TEST_F(ComponentOverEmbedded, GivesProgramsResultsToTypedVariables) {
         EXPECT_EQ(number, 42);
         EXPECT_EQ(text.view(), L"said!");
         EXPECT_EQ(flag, VARIANT_TRUE);
+    }
+}
+
+// They make objects of the component, too. Wine's engine keeps the factory of each for ever.
+class TrustedPrograms : public ComponentOverEmbedded {
+protected:
+    static void SetUpTestSuite() { forgiven.emplace(); }
+    static void TearDownTestSuite() { forgiven.reset(); }
+
+    static inline std::optional<ForgivenModules> forgiven;
+};
+
+TEST_F(TrustedPrograms, MayEndTheSessionTheyAreCalledFrom) {
+    const Client client(base, L"Main", account);
+    client.events().answerProperty(L"Programs", L"Full");
+    ASSERT_EQ(client.session().call(L"Connect").text(), L"True");
+    const auto tools = client.tools();
+    Execute(tools, L"CREATE-FILE PROGRAMS");
+    Execute(tools, L"CREATE-FILE CUST");
+    const struct {
+        const wchar_t* file;
+        const wchar_t* id;
+        const wchar_t* text;
+    } records[] = {{L"PROGRAMS",
+                    L"END",
+                    L"Sub Main(a, b, c, d, e)\xFE"
+                    L"a = \"ended\"\xFE"
+                    L"Set base = CreateObject(\"kelSDK.kelBase\")\xFE"
+                    L"Set session = base.GetSessionCallBack(\"Main\")\xFE"
+                    L"session.Disconnect\xFE"
+                    L"Set session = Nothing\xFE"
+                    L"Set base = Nothing\xFE"
+                    L"End Sub"},
+                   {L"DICT CUST",
+                    L"F",
+                    L"I\xFESUBR(\"END\",@ID,1,2,3)\xFE\xFE"
+                    L"F\xFE"
+                    L"9L\xFES"},
+                   {L"CUST", L"1", L"Smith"},
+                   {L"CUST", L"2", L"Jones"}};
+    for (const auto& one : records) {
+        ASSERT_TRUE(tools.call(L"mvRead", {one.file, one.id, one.file}).ok());
+        ASSERT_TRUE(tools.call(L"Replace", {one.file, one.text, 0}).ok());
+        ASSERT_TRUE(tools.call(L"mvWrite", {one.file, one.id}).ok());
+    }
+    const std::function<void()> calls[] = {[&] { Execute(tools, L"LIST CUST F"); },
+                                           [&] { Execute(tools, L"SELECT CUST WITH F = \"x\""); },
+                                           [&] {
+                                               tools.call(L"CallProg", {L"END", 1, 2, 3, 4, 5});
+                                           }};
+    for (const auto& call : calls) {
+        SCOPED_TRACE(&call - calls);
+        ASSERT_TRUE(tools.call(L"mvRead", {L"CUST", L"1", L"CUST"}).ok());
+        client.events().take();
+        call();
+        const auto heard = client.events().take();
+        EXPECT_EQ(std::count(heard.begin(), heard.end(), L"Disconnect()"), 1);
+        EXPECT_EQ(client.session().call(L"Connect").text(), L"True");
+        EXPECT_EQ(Execute(client.tools(), L"COUNT CUST"), L"407: 2 record(s) counted");
     }
 }
 
