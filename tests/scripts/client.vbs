@@ -115,7 +115,7 @@ Sub TestEmbedded()
     path = files.GetSpecialFolder(2) & "\" & files.GetTempName
     Set host = CreateObject("kelos1.IHostDLL")
     CheckEqual "OS type", host.OsType, 1
-    CheckEqual "number of properties", host.PropertyCount, 8
+    CheckEqual "number of properties", host.PropertyCount, 10
     CheckEqual "default", host.PropertyDefault("ReadOnly"), "False"
     On Error Resume Next
     host.Connect
