@@ -129,13 +129,22 @@ TEST_F(TimeLimit, LetsCallsBeThatEndInTime) {
     EmbeddedSession other;
     ASSERT_EQ(other.connect(account), ErrorFields());
     other.file = other.open(L"CUST");
-    EXPECT_EQ(call(L"WORK"), L"1 record(s) counted");
+    {
+        const ForgivenBlocks forgivenBlocks;  // Wine's engines lose the texts of errors
+        EXPECT_EQ(call(L"WORK"), L"1 record(s) counted");
+    }
     EXPECT_EQ(session.lastError.number, 1000) << "a program's own failure undoes nothing";
     EXPECT_EQ(other.execute(L"COUNT CUST"), L"407: 1 record(s) counted");
     EXPECT_EQ(other.read(L"4", true), 2) << "its locks are kept";
     other.setBuffer(L"5");
     EXPECT_EQ(other.write(L"5"), ErrorFields());
     EXPECT_TRUE(other.open(L"NEW"));
+
+    // A change in the middle of a report, which reads in one moment until then.
+    program(L"P", L"Sub Main(a, b)\nAccount.Open(\"NEW\").Write b & \"\", \"x\"\na = b\nEnd Sub");
+    const Text listed = session.execute(L"LIST CUST F");
+    EXPECT_TRUE(listed.starts_with(L"405: ")) << Narrow(listed);
+    EXPECT_EQ(other.execute(L"COUNT NEW"), L"407: 2 record(s) counted");
 }
 
 }  // namespace
