@@ -128,7 +128,8 @@ DATA is a file; its ending, or FORMAT, says what it holds: csv, json (one array)
 or jsonl (an object on each line). "export FILE -" writes to the output. Data is
 UTF-8; CSV begins with the names of its columns. Columns are @ID, numbers of
 attributes, and names in the file's dictionary, whose values are converted on
-the way. Without columns an export has @ID and every attribute. Values in a cell
+the way. Without columns an export has @ID and every attribute; in JSON each record comes
+back by import exactly as it was. Values in a cell
 are parted by |, subvalues by ~.
 
   keep     leave records that are there already as they are

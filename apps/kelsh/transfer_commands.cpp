@@ -262,7 +262,7 @@ bool Shell::ExportData(CommandLine& line) {
     for (const Text& column : words) {
         options.columns.push_back(Units(column));
     }
-    if (options.columns.empty()) {
+    if (options.columns.empty() && options.format == TransferFormat::kCsv) {
         SelectedRecords all(connection_, file, sentence);
         options.columns = AllColumns(all);
     }

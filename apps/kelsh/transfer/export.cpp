@@ -4,7 +4,6 @@
 #include <string>
 #include <utility>
 
-#include "apps/binding/letters.h"
 #include "apps/kelsh/transfer/csv.h"
 #include "apps/kelsh/transfer/json.h"
 #include "apps/kelsh/transfer/transfer.h"
@@ -79,8 +78,11 @@ private:
 
     // The values of a field as they look outside; none for an empty field.
     Cell Shown(const TransferField& field, const Text& id, const Text& record) {
+        return CellOf(field, fields_.Stored(field, id, record));
+    }
+
+    Cell CellOf(const TransferField& field, const Text& stored) {
         Cell cell;
-        const Text stored = fields_.Stored(field, id, record);
         if (stored.empty()) {
             return cell;
         }
@@ -88,7 +90,7 @@ private:
         for (std::size_t at = 0; at <= stored.size(); ++at) {
             const std::size_t end =
                 std::min(stored.find_first_of(Text{kValueMark, kSubvalueMark}, at), stored.size());
-            cell.back().push_back(binding::LettersToShown(
+            cell.back().push_back(ElementToShown(
                 TextView(fields_.ToShown(field, TextView(stored).substr(at, end - at)))));
             if (end < stored.size() && stored[end] == kValueMark) {
                 cell.emplace_back();
@@ -138,6 +140,9 @@ private:
             bytes_ += records_ == 0 ? "\n" : ",\n";
         }
         bytes_ += "{";
+        if (columns_.empty()) {
+            PutWhole(id, record);
+        }
         for (const TransferField& field : columns_) {
             if (&field != &columns_.front()) {
                 bytes_ += ",";
@@ -147,6 +152,21 @@ private:
             PutJson(field, Shown(field, id, record));
         }
         bytes_ += options_.format == TransferFormat::kJsonArray ? "}" : "}\n";
+    }
+
+    // The id and every attribute there is, the empty ones at the end too.
+    void PutWhole(const Text& id, const Text& record) {
+        TransferField field;
+        bytes_ += "\"@ID\":";
+        AppendJsonText(bytes_, ElementToShown(id));
+        TextView rest = record;
+        for (bool more = !record.empty(); more;) {
+            const std::size_t end = std::min(rest.find(kAttributeMark), rest.size());
+            bytes_ += ",\"" + std::to_string(++field.attribute) + "\":";
+            PutJson(field, CellOf(field, Text(rest.substr(0, end))));
+            more = end < rest.size();
+            rest.remove_prefix(more ? end + 1 : end);
+        }
     }
 
     void PutJson(const TransferField& field, const Cell& cell) {

@@ -25,6 +25,11 @@ struct TransferField {
     bool isNumber = false;  // written without quotes in JSON where the text is a number
 };
 
+// An element on its way out and in: letters as in binding/letters.h. The two marks that an element
+// may hold (251 and 255) trade places with the codes of their letters, so that each comes back.
+Text ElementToShown(TextView stored);
+Text ElementToStored(TextView shown);
+
 class TransferFields {
 public:
     virtual ~TransferFields() = default;
@@ -42,7 +47,7 @@ public:
     virtual Text Stored(const TransferField& field, TextView id, TextView record);
 };
 
-// Columns "@ID" (the id), "1", "2" ... up to 9999 (the attributes), and values as they are.
+// Columns "@ID" (the id), "1", "2" ... up to 9999999 (the attributes), and values as they are.
 class NumberedFields final : public TransferFields {
 public:
     std::optional<TransferField> Find(TextView column) override;

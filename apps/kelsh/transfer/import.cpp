@@ -4,7 +4,6 @@
 #include <string>
 #include <utility>
 
-#include "apps/binding/letters.h"
 #include "apps/kelsh/transfer/csv.h"
 #include "apps/kelsh/transfer/json.h"
 #include "apps/kelsh/transfer/transfer.h"
@@ -220,7 +219,7 @@ private:
                 if (&part != &subvalues.front()) {
                     joined.push_back(kSubvalueMark);
                 }
-                const Text letters = binding::LettersToStored(TextView(part));
+                const Text letters = ElementToStored(part);
                 joined += convert ? fields_.ToStored(field, letters) : letters;
             }
         }

@@ -111,7 +111,9 @@ ImportResult Import(RecordTarget& target,
 struct ExportOptions {
     TransferFormat format = TransferFormat::kCsv;
     CsvForm csv = {};
-    std::vector<Text> columns = {};  // in this order
+    // In this order. None, in JSON: the id and all attributes of each record, which an import makes
+    // the same record of.
+    std::vector<Text> columns = {};
     bool byteOrderMark = false;      // some spreadsheets take CSV for UTF-8 only with one
     std::size_t batch = 1000;        // records between two calls of `progress`
     TransferProgress progress = {};
