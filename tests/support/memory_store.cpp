@@ -448,7 +448,6 @@ void MemoryStore::LeaveMoment() noexcept {
     moment_.clear();
 }
 
-
 void MemoryStore::Begin() {
     Guard guard(mutex());
     if (inBatch_) {

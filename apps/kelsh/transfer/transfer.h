@@ -114,8 +114,8 @@ struct ExportOptions {
     // In this order. None, in JSON: the id and all attributes of each record, which an import makes
     // the same record of.
     std::vector<Text> columns = {};
-    bool byteOrderMark = false;      // some spreadsheets take CSV for UTF-8 only with one
-    std::size_t batch = 1000;        // records between two calls of `progress`
+    bool byteOrderMark = false;  // some spreadsheets take CSV for UTF-8 only with one
+    std::size_t batch = 1000;    // records between two calls of `progress`
     TransferProgress progress = {};
 };
 

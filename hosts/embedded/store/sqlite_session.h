@@ -155,7 +155,7 @@ private:
     FileStatements* latest_ = nullptr;
     std::vector<std::uint8_t> buffer_;
     std::unique_ptr<LockTable> locks_;  // made for the first lock: many sessions never take one
-    int moments_ = 0;  // begun and not ended
+    int moments_ = 0;                   // begun and not ended
     bool inMoment_ = false;
     std::uint32_t momentFrames_ = 0;  // in the log when it began
     bool inBatch_ = false;
