@@ -169,6 +169,7 @@ TEST(EarlierFormats, AreReadAndConverted) {
 
 TEST(EarlierFormats, StayAsTheyAreWhenTheyAreDamaged) {
     for (const char* harm : {"UPDATE f1 SET rec = x'' WHERE id = x'37'",
+                             "UPDATE f1 SET rec = x'01410042' WHERE id = x'37'",
                              "DROP TABLE f2; CREATE VIEW f2 AS SELECT id, rec FROM f1"}) {
         const AccountFolder folder;
         MakeEarlierAccount(folder / "account", 2);

@@ -128,6 +128,11 @@ TEST(DeletedData, IsNowhere) {
             }
             store->Write(file, id, record, AfterWrite::kRelease);
         }
+        WholeRecordAsKey keys;
+        store->UseIndexKeys(&keys);
+        const FileNumber indexed = store->CreateFile(u"INDEXED");
+        store->CreateIndex(indexed, u"I", u"");
+        store->Write(indexed, u"1", TextOf(secret), AfterWrite::kRelease);
     }
     ASSERT_TRUE(holdsSecret("account"));
     {
@@ -135,6 +140,7 @@ TEST(DeletedData, IsNowhere) {
         const FileNumber file = store->FindFile(u"F").value();
         store->Delete(file, u"short");
         store->Delete(file, u"long");
+        store->DeleteFile(store->FindFile(u"INDEXED").value());
         store->Write(file, u"kept", u"new", AfterWrite::kRelease);
         BackUpAccount(folder.Path(), folder.Path("copy"));
         EXPECT_FALSE(holdsSecret("copy"));

@@ -9,6 +9,7 @@
 
 #include "hosts/embedded/store/database.h"
 #include "tests/host/account_folder.h"
+#include "tests/host/raw_account.h"
 #include "tests/support/text_support.h"
 
 namespace kel::embedded {
@@ -144,6 +145,18 @@ TEST(SqliteStore, ReadOnlySessionsReadAndChangeNothing) {
     EXPECT_TRUE(refused([&] { reader->ClearFile(file); }));
     EXPECT_TRUE(refused([&] { reader->Lock(file, u"1", 0); }));
     EXPECT_TRUE(refused([&] { reader->Begin(); }));
+}
+
+// Rows with a slot that no session has are what is left of one that was killed.
+TEST(SqliteStore, LocksOfASessionThatIsGoneBindNobody) {
+    const AccountFolder folder;
+    const auto store = OpenStore(folder.Path(), Quick());
+    const FileNumber file = store->CreateFile(u"F");
+    store->Lock(file, u"own", 0);
+    test::RawAccount(folder / "account-locks")
+        .Execute("INSERT INTO locks VALUES(1, x'31', 99, 4711, x'', 0)");
+    EXPECT_FALSE(store->Lock(file, u"1", 0));
+    EXPECT_EQ(store->Locks().size(), 2U);
 }
 
 TEST(SqliteStore, AFullAccountKeepsWhatItHas) {

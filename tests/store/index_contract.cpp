@@ -38,7 +38,7 @@ using Pairs = std::vector<std::pair<Text, Text>>;
 
 Pairs Walk(Store& store, FileNumber file, const IndexRange& range, std::size_t limit) {
     Pairs pairs;
-    std::vector<IndexEntry> entries;
+    std::vector<IndexEntry> entries(1, {u"left", u"over"});
     const auto scan = store.OpenIndexScan(file, u"I", range);
     while (scan->Next(entries, limit)) {
         EXPECT_LE(entries.size(), limit);
@@ -85,7 +85,7 @@ TEST_P(StoreContract, IndexesFollowEveryChange) {
     const FileNumber file = store->CreateFile(u"F");
     std::mt19937 random(7);  // NOLINT(bugprone-random-generator-seed): the same run every time
     const auto below = [&](unsigned n) { return static_cast<unsigned>(random() % n); };
-    const Text words[] = {u"", u"a", u"ab", u"b", Text(1, u'\0'), u"\uE000", u"\U0001F600"};
+    const Text words[] = {u"", u"a", u"a\u0800", u"b", Text(1, u'\0'), u"\uE000", u"\U0001F600"};
     const auto word = [&] { return words[below(std::size(words))]; };
     const auto change = [&](Store& session) {
         const Text id(1, static_cast<char16_t>(u'A' + below(20)));
@@ -171,6 +171,9 @@ TEST_P(StoreContract, IndexesAreNeverSilentlyWrong) {
     Put(*store, file, u"4", u"n");
     store->RebuildIndex(file, u"I");
     EXPECT_EQ(Walk(*store, file, {}, 9), Pairs({{u"k", u"1"}, {u"m", u"3"}, {u"n", u"4"}}));
+    IndexRange idsOnly;
+    idsOnly.withKeys = false;
+    EXPECT_EQ(Walk(*store, file, idsOnly, 9), Pairs({{u"", u"1"}, {u"", u"3"}, {u"", u"4"}}));
     store->DeleteFile(file);
     EXPECT_TRUE(Throws(ErrorKind::kNoSuchFile, u"account", [&] { Walk(*store, file, {}, 9); }));
 }

@@ -37,7 +37,7 @@ TEST_P(StoreContract, KeepsEveryUnitOfRecordsAndIds) {
                             Text(1, u'\0'),
                             Marked("one^two]2\\3^"),
                             every.substr(0, 256),
-                            Text(100, u'\u00FF'),
+                            u'\u0100' + Text(100, u'\u00FF'),
                             Text(100, u'a') + u'\u0100',
                             Text(1, u'\xD800'),
                             every};
@@ -113,7 +113,9 @@ TEST_P(StoreContract, KnowsFilesByExactNameAndNeverReusesANumber) {
         Throws(ErrorKind::kFileExists, u"Orders", [&] { store->RenameFile(orders, u"Orders"); }));
 
     Put(*other, orders, u"1", u"one");
-    store->RenameFile(orders, u"DICT \u00D6RDERS");
+    for (int i = 0; i < 2; ++i) {  // it may keep its name
+        store->RenameFile(orders, u"DICT \u00D6RDERS");
+    }
     EXPECT_TRUE(other->Exists(orders, u"1"));
     EXPECT_EQ(other->FileNames(), std::vector<Text>({u"DICT \u00D6RDERS", u"Orders"}));
 
@@ -160,6 +162,8 @@ TEST_P(StoreContract, ScansInOrderInChunksWhileTheFileChanges) {
     const auto scan = store->OpenScan(file, {});
     ASSERT_TRUE(scan->Next(entries, 3));
     EXPECT_EQ(entries[2].record, u"record ba");
+    ASSERT_TRUE(store->OpenScan(file, {up, false, {}})->Next(entries, 3));
+    EXPECT_EQ(entries[2].record, u"");
     store->Delete(file, u"ba");  // where the scan stands,
     store->Delete(file, u"c");   // ahead of it,
     Put(*store, file, u"aa", u"new");
