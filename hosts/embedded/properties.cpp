@@ -199,7 +199,9 @@ std::uint32_t ConnectionProperties::milliseconds(std::size_t index) const {
     // Written with a point whatever the user's language is: it is a setting, not an entry.
     constexpr LCID kNeutralEnglish =
         MAKELCID(MAKELANGID(LANG_ENGLISH, SUBLANG_ENGLISH_US), SORT_DEFAULT);
-    if (FAILED(VarR8FromStr(copy.get(), kNeutralEnglish, 0, &seconds)) || seconds < 0 ||
+    // The platform would read up to a zero and leave out what follows.
+    if (text.find(L'\0') != Text::npos ||
+        FAILED(VarR8FromStr(copy.get(), kNeutralEnglish, 0, &seconds)) || seconds < 0 ||
         seconds > kLongestSeconds) {
         RefuseValue(index, text, L"a number of seconds from 0 to 86400");
     }

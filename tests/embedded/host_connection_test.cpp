@@ -111,6 +111,9 @@ TEST_F(EmbeddedConnection, RefusesSettingsThatMeanNothing) {
                   Refused(seconds + value + L"\"."));
         EXPECT_TRUE(session.hasFailed() && !session.isConnected() && !FileExists(account));
     }
+    EXPECT_EQ(session.connect(account, {{L"LockWait", Text(L"5\0x", 3)}}),
+              Refused(seconds + L"5 x\"."))
+        << "a zero, which error texts show as a blank, does not end the number";
     EXPECT_EQ(session.connect(account, {{L"LockWait", L"0.5"}, {L"ReadOnly", L"maybe"}}),
               Refused(truth + L"maybe\"."));
     for (const wchar_t* value : {L"", L"True", L"yes", L"-1", L"FALSE", L"No", L"0"}) {
